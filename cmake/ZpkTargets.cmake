@@ -1,0 +1,55 @@
+# How every target of the project is declared.
+#
+#   zpk_library(NAME SOURCES a.cpp … [DEPENDS target …])   a static library of one folder
+#   zpk_program(NAME SOURCES main.cpp … DEPENDS target …)  a program
+#   zpk_test(NAME SOURCES a_test.cpp … [DEPENDS target …] [LABELS l …] [SERIAL] [TIMEOUT s])
+#                                                          a GoogleTest program, one line in ./test
+#
+# A library sees the headers of its DEPENDS only through `src/` and `helper/`, which are the project's include
+# roots; what it may include from there is held by tools/check-layers.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(ZPK_CCACHE ccache)
+if(ZPK_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${ZPK_CCACHE}")
+endif()
+
+add_library(zpk_options INTERFACE)
+target_compile_options(zpk_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  -Wcast-align -Woverloaded-virtual -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Werror)
+target_include_directories(zpk_options INTERFACE "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}")
+
+function(zpk_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE $<BUILD_INTERFACE:zpk_options>)
+endfunction()
+
+function(zpk_program name)
+  cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_DEPENDS} zpk_options)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+endfunction()
+
+function(zpk_test name)
+  cmake_parse_arguments(arg "SERIAL" "TIMEOUT" "SOURCES;DEPENDS;LABELS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_DEPENDS} GTest::gmock GTest::gtest_main zpk_options)
+  target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+  if(arg_SERIAL)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL TRUE)
+  endif()
+endfunction()
