@@ -1,0 +1,23 @@
+#pragma once
+
+#include "base/FileManager.h"
+
+namespace zpk {
+
+// The file system under this process's own rights. No state; any thread.
+//
+// Plain files are opened without waiting, so that a pipe in a file's place is an error and not a hang.
+class PosixFileManager final : public FileManager {
+ public:
+  bool fileExists(std::string_view path) const override;
+  Expected<Bytes, FileError> contentsOfFile(std::string_view path, std::uint64_t limit) const override;
+  // The file is readable by its owner alone.
+  Expected<Done, FileError> saveFile(std::string_view path, const Bytes& content) override;
+  Expected<std::vector<std::string>, FileError> contentsOfDirectory(std::string_view path) const override;
+  Expected<Done, FileError> createDirectory(std::string_view path) override;
+  // The copy has the permissions of the original, cut by the umask. A copy that fails halfway is removed.
+  Expected<Done, FileError> copyFile(std::string_view from, std::string_view to) override;
+  std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override;
+};
+
+}  // namespace zpk
