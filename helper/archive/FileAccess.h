@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "helper/archive/ArchiveError.h"
+#include "helper/archive/Bytes.h"
+#include "helper/process/CancelFlag.h"
+#include "helper/process/UniqueFd.h"
+
+namespace zpk {
+
+// A file or folder that is open, with the name it is reported under.
+struct OpenFile {
+  UniqueFd fd;
+  std::string path;
+};
+
+// Whole reads and writes at a place: interrupted and partial calls go on, anything else is an error value.
+ArchiveResult<Done> writeAt(const OpenFile& file, std::uint64_t offset, ByteSpan bytes);
+// A file that ends before the last byte is an error too.
+ArchiveResult<Done> readAt(const OpenFile& file, std::uint64_t offset, std::span<std::byte> bytes);
+ArchiveResult<std::uint64_t> sizeOf(const OpenFile& file);
+
+// Hands [offset, offset + size) to the device and waits for what was handed over before it, so that a long sequence
+// of writes never leaves much to the final sync.
+ArchiveResult<Done> startWriteback(const OpenFile& file, std::uint64_t offset, std::uint64_t size);
+
+// Makes the file durable. The sync runs on a thread of its own and a descriptor of its own: a raised `cancel` is
+// answered at once even when the device is not, and the sync then ends unheard.
+ArchiveResult<Done> syncFile(const OpenFile& file, const CancelFlag& cancel);
+
+// A new file that did not exist before, mode 0600, in an open folder.
+ArchiveResult<OpenFile> createIn(const OpenFile& folder, const std::string& name);
+ArchiveResult<OpenFile> openIn(const OpenFile& folder, const std::string& name);
+ArchiveResult<OpenFile> openFolder(const std::string& path);
+ArchiveResult<OpenFile> openFolderIn(const OpenFile& folder, const std::string& name);
+ArchiveResult<Done> renameIn(const OpenFile& folder, const std::string& from, const std::string& to);
+
+// The content of a small file; a larger one than `limit` counts as damaged.
+ArchiveResult<std::string> readText(const OpenFile& folder, const std::string& name, std::uint64_t limit);
+
+// Replaces a file as a whole: temporary name, write, sync, rename, sync of the folder. Every failure keeps the old
+// file and is returned.
+ArchiveResult<Done> saveAtomically(const OpenFile& folder, const std::string& name, const std::string& text);
+
+// The ending of names that saveAtomically() and unfinished images use; whatever has it may be removed at start.
+inline constexpr const char* unfinishedSuffix = ".part";
+
+}  // namespace zpk
