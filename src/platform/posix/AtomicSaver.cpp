@@ -40,9 +40,7 @@ class TemporaryFile {
       if (!file && errno == EEXIST) continue;
       if (!file) return std::nullopt;
       TemporaryFile made(folder, std::move(name), std::move(file));
-      // Another process may have taken it for a leftover before the lock was there, and is removing it then. A file
-      // system without locks is fine: there no lock ever succeeds, so nothing counts as a leftover.
-      if (::flock(made._file.get(), LOCK_EX | LOCK_NB) == -1 && errno == EWOULDBLOCK) continue;
+      if (!made.lock()) continue;
       return made;
     }
     errno = EEXIST;
@@ -77,6 +75,14 @@ class TemporaryFile {
  private:
   TemporaryFile(int folder, std::string name, FileDescriptor file)
       : _folder(folder), _name(std::move(name)), _file(std::move(file)) {}
+
+  // False when somebody took it for a leftover before the lock was there: is about to remove it, or did. A file
+  // system without locks is fine: there no lock ever succeeds, so nothing counts as a leftover.
+  bool lock() {
+    if (::flock(_file.get(), LOCK_EX | LOCK_NB) == -1 && errno == EWOULDBLOCK) return false;
+    struct stat facts {};
+    return ::fstat(_file.get(), &facts) == 0 && facts.st_nlink > 0;
+  }
 
   int _folder;
   std::string _name;

@@ -105,6 +105,7 @@ class SpawnPlan {
       const int source = sources[static_cast<std::size_t>(target)];
       if (const int error = ::posix_spawn_file_actions_adddup2(&_actions, source, target)) return error;
     }
+    if (const int error = ::posix_spawn_file_actions_addclosefrom_np(&_actions, kFirstFreeDescriptor)) return error;
     if (!folder.empty()) {
       if (const int error = ::posix_spawn_file_actions_addchdir_np(&_actions, folder.c_str())) return error;
     }

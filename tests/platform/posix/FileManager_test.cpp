@@ -1,0 +1,164 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include <filesystem>
+
+#include "platform/posix/FileManager_posix.h"
+#include "support/TemporaryFolder.h"
+
+namespace zpk {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+Bytes bytes(std::string_view text) {
+  return {text.begin(), text.end()};
+}
+
+class PosixFileManagerTest : public testing::Test {
+ protected:
+  TemporaryFolder folder;
+  PosixFileManager files;
+};
+
+TEST_F(PosixFileManagerTest, AFileAFolderAndWhatALinkPointsToExist) {
+  folder.put("a", "x");
+  std::filesystem::create_symlink("a", folder.path("link"));
+  std::filesystem::create_symlink("nowhere", folder.path("dangling"));
+  EXPECT_TRUE(files.fileExists(folder.path("a")));
+  EXPECT_TRUE(files.fileExists(folder.path()));
+  EXPECT_TRUE(files.fileExists(folder.path("link")));
+  EXPECT_FALSE(files.fileExists(folder.path("dangling")));
+  EXPECT_FALSE(files.fileExists(folder.path("b")));
+  EXPECT_FALSE(files.fileExists(""));
+  EXPECT_FALSE(files.fileExists(folder.path("a") + std::string("\0b", 2)));
+}
+
+TEST_F(PosixFileManagerTest, ReadsAWholeFileUpToTheLimitAndNotOneByteMore) {
+  folder.put("a", "12345");
+  const auto whole = files.contentsOfFile(folder.path("a"), 5);
+  ASSERT_TRUE(whole);
+  EXPECT_EQ(*whole, bytes("12345"));
+  const auto longer = files.contentsOfFile(folder.path("a"), 4);
+  ASSERT_FALSE(longer);
+  EXPECT_EQ(longer.error().path, folder.path("a"));
+  EXPECT_EQ(longer.error().reason, "Longer than 4 bytes");
+}
+
+TEST_F(PosixFileManagerTest, ReadsAnEmptyFileWithTheLimitNothing) {
+  folder.put("a", "");
+  const auto content = files.contentsOfFile(folder.path("a"), 0);
+  ASSERT_TRUE(content);
+  EXPECT_THAT(*content, IsEmpty());
+}
+
+TEST_F(PosixFileManagerTest, ReadsFilesThatDoNotTellTheirLength) {
+  const auto content = files.contentsOfFile("/proc/self/mountinfo", 1 << 20);
+  ASSERT_TRUE(content);
+  EXPECT_GT(content->size(), 0u);
+  EXPECT_FALSE(files.contentsOfFile("/proc/self/mountinfo", 3));
+}
+
+TEST_F(PosixFileManagerTest, APipeADeviceAndAFolderAreNoPlainFilesAndNeverMakeItWait) {
+  ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  for (const std::string& path : {folder.path("pipe"), std::string("/dev/zero"), folder.path()}) {
+    const auto content = files.contentsOfFile(path, 100);
+    ASSERT_FALSE(content) << path;
+    EXPECT_EQ(content.error().reason, "Not a plain file");
+  }
+}
+
+TEST_F(PosixFileManagerTest, AMissingFileIsAnErrorWithTheSystemsReason) {
+  const auto content = files.contentsOfFile(folder.path("b"), 100);
+  ASSERT_FALSE(content);
+  EXPECT_EQ(content.error().path, folder.path("b"));
+  EXPECT_EQ(content.error().reason, "No such file or directory");
+}
+
+TEST_F(PosixFileManagerTest, SavesWhatItReadsBack) {
+  Bytes content;
+  for (int i = 0; i < 300000; ++i) content.push_back(static_cast<std::uint8_t>(i * 7));
+  ASSERT_TRUE(files.saveFile(folder.path("a"), content));
+  const auto read = files.contentsOfFile(folder.path("a"), 300000);
+  ASSERT_TRUE(read);
+  EXPECT_EQ(*read, content);
+}
+
+TEST_F(PosixFileManagerTest, ListsNamesSortedWithHiddenOnes) {
+  folder.put("b", "");
+  folder.put(".hidden", "");
+  folder.put("a", "");
+  std::filesystem::create_directory(folder.path("C"));
+  const auto names = files.contentsOfDirectory(folder.path());
+  ASSERT_TRUE(names);
+  EXPECT_THAT(*names, ElementsAre(".hidden", "C", "a", "b"));
+  EXPECT_FALSE(files.contentsOfDirectory(folder.path("a")));
+  EXPECT_FALSE(files.contentsOfDirectory(folder.path("missing")));
+}
+
+TEST_F(PosixFileManagerTest, MakesAPrivateFolderOnlyWhereNothingIs) {
+  ASSERT_TRUE(files.createDirectory(folder.path("made")));
+  struct stat facts {};
+  ASSERT_EQ(::stat(folder.path("made").c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_mode & 07777, 0700u);
+
+  std::filesystem::create_symlink("made", folder.path("link"));
+  for (const std::string_view name : {"made", "link", "missing/made"}) {
+    EXPECT_FALSE(files.createDirectory(folder.path(name))) << name;
+  }
+}
+
+TEST_F(PosixFileManagerTest, CopiesAFileWithItsPermissions) {
+  const std::string content(400000, 'c');
+  folder.put("a", content);
+  ASSERT_EQ(::chmod(folder.path("a").c_str(), 0640), 0);
+  ASSERT_TRUE(files.copyFile(folder.path("a"), folder.path("b")));
+  EXPECT_EQ(folder.get("b"), content);
+  struct stat facts {};
+  ASSERT_EQ(::stat(folder.path("b").c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_mode & 0777, 0640u);
+}
+
+TEST_F(PosixFileManagerTest, NeverCopiesOverAnythingNotEvenThroughADanglingLink) {
+  folder.put("a", "new");
+  folder.put("b", "old");
+  std::filesystem::create_symlink("c", folder.path("dangling"));
+  const auto copied = files.copyFile(folder.path("a"), folder.path("b"));
+  ASSERT_FALSE(copied);
+  EXPECT_EQ(copied.error().reason, "File exists");
+  EXPECT_EQ(folder.get("b"), "old");
+  EXPECT_FALSE(files.copyFile(folder.path("a"), folder.path("dangling")));
+  EXPECT_FALSE(files.fileExists(folder.path("c")));
+}
+
+TEST_F(PosixFileManagerTest, ACopyThatFailsHalfwayLeavesNothing) {
+  // The first page of a process is never there to read.
+  ASSERT_FALSE(files.copyFile("/proc/self/mem", folder.path("b")));
+  EXPECT_FALSE(files.fileExists(folder.path("b")));
+}
+
+TEST_F(PosixFileManagerTest, CopiesNothingButPlainFiles) {
+  EXPECT_FALSE(files.copyFile(folder.path(), folder.path("b")));
+  EXPECT_FALSE(files.copyFile(folder.path("missing"), folder.path("b")));
+  EXPECT_FALSE(files.fileExists(folder.path("b")));
+}
+
+TEST_F(PosixFileManagerTest, TellsTheSpaceOfTheFileSystemAndNothingForAMissingPath) {
+  struct statvfs facts {};
+  ASSERT_EQ(::statvfs("/proc", &facts), 0);
+  const auto space = files.fileSystemSpace("/proc");
+  ASSERT_TRUE(space);
+  EXPECT_EQ(space->blockSize, facts.f_frsize);
+  EXPECT_EQ(space->availableBlocks, facts.f_bavail);
+
+  const auto real = files.fileSystemSpace(folder.path());
+  ASSERT_TRUE(real);
+  EXPECT_GT(real->blockSize, 0u);
+  EXPECT_FALSE(files.fileSystemSpace(folder.path("missing")));
+}
+
+}  // namespace
+}  // namespace zpk
