@@ -86,7 +86,6 @@ class Reader {
   bool atEnd() const { return _rest.empty(); }
 
   Value value(int depth) {
-    if (depth > kMaxDepth) throw MalformedRecord("nested too deeply");
     switch (take(1)[0]) {
       case 'n':
         return {};
@@ -109,12 +108,12 @@ class Reader {
         return Bytes(bytes.begin(), bytes.end());
       }
       case 'a':
-        return array(depth);
+        return array(inside(depth));
       case 'm':
-        return dictionary(depth);
+        return dictionary(inside(depth));
       case 'r': {
         const std::string className = text();
-        const Dictionary keys = dictionary(depth);
+        const Dictionary keys = dictionary(inside(depth));
         return _classes.make(className, KeyedDecoder(keys));
       }
       default:
@@ -128,6 +127,12 @@ class Reader {
   }
 
  private:
+  // The depth of what is in a container at `depth`. Only containers count: a record that was read with absent keys
+  // writes them as null one level further in, and must be readable again.
+  static int inside(int depth) {
+    if (depth >= kMaxDepth) throw MalformedRecord("nested too deeply");
+    return depth + 1;
+  }
   std::span<const std::uint8_t> take(std::size_t n) {
     if (n > _rest.size()) throw MalformedRecord("cut short");
     const auto taken = _rest.first(n);
@@ -148,14 +153,14 @@ class Reader {
   // Elements are collected one by one, never reserved by the count told: each costs at least one byte of input.
   Array array(int depth) {
     Array elements;
-    for (std::size_t left = count(); left > 0; --left) elements.push_back(value(depth + 1));
+    for (std::size_t left = count(); left > 0; --left) elements.push_back(value(depth));
     return elements;
   }
   Dictionary dictionary(int depth) {
     std::vector<Dictionary::Entry> entries;
     for (std::size_t left = count(); left > 0; --left) {
       std::string key = text();
-      entries.emplace_back(std::move(key), value(depth + 1));
+      entries.emplace_back(std::move(key), value(depth));
     }
     return Dictionary(std::move(entries));
   }

@@ -16,14 +16,19 @@ struct Observable::State {
 };
 
 Observable::Observable() : _state(std::make_shared<State>()) {}
-Observable::~Observable() = default;
+
+// Ends all observations, so that an observer may let go of the last owner: the walk that called it finds no more.
+Observable::~Observable() {
+  const auto ended = std::exchange(_state->observations, {});
+}
 
 Token Observable::observe(std::string_view key, Callback callback) {
   const std::uint64_t id = _state->nextId++;
   _state->observations.emplace(
       id, std::make_shared<State::Observation>(State::Observation{std::string(key), std::move(callback)}));
   return Token([state = std::weak_ptr(_state), id] {
-    if (const auto alive = state.lock()) alive->observations.erase(id);
+    // Taken out before it is destroyed: what its callback holds may end further observations.
+    if (const auto alive = state.lock()) const auto ended = alive->observations.extract(id);
   });
 }
 
@@ -38,14 +43,21 @@ void Observable::didChangeValueForKey(std::string_view key) {
   for (auto next = state->observations.begin(); next != state->observations.end() && next->first < end;) {
     const std::uint64_t id = next->first;
     const std::shared_ptr<State::Observation> observation = next->second;
-    bool concerned = observation->key == key;
-    if (!concerned) {
-      const auto affecting = keyPathsForValuesAffectingValueForKey(observation->key);
-      concerned = std::find(affecting.begin(), affecting.end(), key) != affecting.end();
-    }
-    if (concerned) observation->callback();
+    if (isAffected(observation->key, key)) observation->callback();
     next = state->observations.upper_bound(id);
   }
+}
+
+// Follows the dependencies from the observed key down; keys that depend on each other are visited once.
+bool Observable::isAffected(std::string_view observedKey, std::string_view changedKey) const {
+  std::vector<std::string_view> reached = {observedKey};
+  for (std::size_t i = 0; i < reached.size(); ++i) {
+    if (reached[i] == changedKey) return true;
+    for (const std::string_view key : keyPathsForValuesAffectingValueForKey(reached[i])) {
+      if (std::find(reached.begin(), reached.end(), key) == reached.end()) reached.push_back(key);
+    }
+  }
+  return false;
 }
 
 std::vector<std::string_view> Observable::keyPathsForValuesAffectingValueForKey(std::string_view /*key*/) const {

@@ -43,8 +43,8 @@ class [[nodiscard]] Token {
 //   didChangeValueForKey("time"); } }; Token token = clock.observe("time", [&] { label.setText(clock.time()); });
 //
 // One thread (the main thread) uses an object and its observers. Observers are called in the order in which they
-// were added, after the change, once for each didChange; they may add and end observations, also their own, and may
-// change further keys.
+// were added, after the change, once for each didChange; they may add and end observations, also their own, may
+// change further keys, and may destroy the object.
 class Observable {
  public:
   using Callback = std::function<void()>;
@@ -54,8 +54,8 @@ class Observable {
   Observable(const Observable&) = delete;
   Observable& operator=(const Observable&) = delete;
 
-  // Calls `callback` after every announced change of `key`, or of a key that `key` depends on, until the token
-  // ends.
+  // Calls `callback` after every announced change of `key`, or of a key that `key` depends on, directly or through
+  // others, until the token ends.
   Token observe(std::string_view key, Callback callback);
 
   void willChangeValueForKey(std::string_view key);
@@ -69,6 +69,8 @@ class Observable {
 
  private:
   struct State;
+  bool isAffected(std::string_view observedKey, std::string_view changedKey) const;
+
   std::shared_ptr<State> _state;
 };
 
