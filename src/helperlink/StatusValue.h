@@ -82,7 +82,7 @@ struct StatusValue<Number> {
   using Read = Value;
   using Written = Value;
   static Read read(const Value& value) { return value.isNumber() ? value : Value(0); }
-  static Value write(Written written) { return written; }
+  static Value write(const Value& written) { return written.isNumber() ? written : Value(); }
 };
 
 template <>
@@ -96,9 +96,9 @@ struct StatusValue<Text> {
 template <>
 struct StatusValue<TextLines> {
   using Read = std::shared_ptr<const Array>;
-  using Written = Array;
+  using Written = Value;
   static Read read(const Value& value) { return value.sharedArray(); }
-  static Value write(Written written) { return Value(std::move(written)); }
+  static Value write(const Value& written) { return written.isArray() ? written : Value(); }
 };
 
 template <class R>

@@ -78,9 +78,11 @@ void ZPKDaemon::helperPresenceChanged(bool present) {
 }
 
 Value ZPKDaemon::doAsyncAction(Action action) {
+  // Kept here for as long as it takes: the pauses may run the very code that lets go of the caller's.
+  const Action retained = std::move(action);
   Value result;
   for (int attempt = 0; attempt < kBusyWaitAttempts; ++attempt) {
-    result = action(*this);
+    result = retained(*this);
     if (!meansBusy(result)) return result;
     _environment.log.line("busywait: " + std::to_string(attempt));
     reload();

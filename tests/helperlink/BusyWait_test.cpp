@@ -114,7 +114,8 @@ TEST_F(BusyWait, AnyOtherObjectCountsAsBusy) {
   EXPECT_EQ(run({"soon", 0}), Value(0));
   EXPECT_EQ(calls, 2u);
   calls = 0;
-  EXPECT_EQ(run({Array{Value(0)}}), Value(Array{Value(0)}));
+  const Value array = Array{Value(0)};
+  EXPECT_EQ(run({array}), array);
   EXPECT_EQ(calls, 6u);
 }
 

@@ -8,8 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "base/KeyedArchive.h"
 #include "base/KeyedCoder.h"
 #include "base/Record.h"
+#include "records/RLDArchive.h"
+#include "records/RecordClasses.h"
+#include "records/ZPKDisk.h"
 
 namespace zpk {
 namespace {
@@ -157,11 +161,12 @@ TEST(StatusRecord, ProgressIsHandedOnAsItCame) {
 
 TEST(StatusRecord, TheLogIsSharedNotCopied) {
   Dictionary status;
-  statuskey::fullLog.set(status, {"first line", "second line"});
+  const Value lines = Array{"first line", "second line"};
+  statuskey::fullLog.set(status, lines);
   const std::shared_ptr<const Array> log = statuskey::fullLog.read(status);
   ASSERT_NE(log, nullptr);
   EXPECT_THAT(*log, ElementsAre(Value("first line"), Value("second line")));
-  EXPECT_EQ(statuskey::fullLog.read(status), log);
+  EXPECT_EQ(log, lines.sharedArray());
 }
 
 TEST(StatusRecord, ARecordIsReadAsItsClassOrASubclass) {
@@ -181,6 +186,33 @@ TEST(StatusRecord, AListLeavesOutWhatIsNoSuchRecord) {
   EXPECT_THAT(kShapes.read(written), ElementsAre(shape, square));
   kShapes.set(written, {});
   EXPECT_TRUE(kShapes.isPresentIn(written)) << "no disks is an empty list, not a missing one";
+}
+
+TEST(StatusRecord, DisksAndArchiveCrossByCopyUnderTheirKeys) {
+  RLDDisk::Fields fields;
+  fields.diskNumber = 16;
+  fields.diskSize = std::uint64_t{1} << 40;
+  fields.name = "Spare";
+  fields.gptID = TMBGUID();
+  fields.partitions.emplace();
+  const auto target = std::make_shared<const RLDDisk>(fields);
+  const std::shared_ptr<const ZPKDisk> disk = ZPKDisk::diskWithDisk(*target);
+  ASSERT_NE(disk, nullptr);
+
+  Dictionary sent;
+  statuskey::restoreTarget.set(sent, target);
+  statuskey::disks.set(sent, {disk});
+  statuskey::archiveDescription.set(sent, std::make_shared<const RLDArchive>(RLDArchive::Fields{}));
+
+  const auto arrived = unarchivedValue(archivedData(sent), recordClasses());
+  ASSERT_TRUE(arrived.hasValue());
+  const Dictionary* status = arrived->dictionary();
+  ASSERT_NE(status, nullptr);
+  ASSERT_NE(statuskey::restoreTarget.read(*status), nullptr);
+  EXPECT_EQ(*statuskey::restoreTarget.read(*status), *target);
+  ASSERT_EQ(statuskey::disks.read(*status).size(), 1u);
+  EXPECT_EQ(*statuskey::disks.read(*status).front(), *disk);
+  EXPECT_NE(statuskey::archiveDescription.read(*status), nullptr);
 }
 
 }  // namespace
