@@ -1,0 +1,203 @@
+#include "helper/service/BusService.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include "helper/service/LogCollection.h"
+#include "platform/posix/FileDescriptor.h"
+
+namespace zpk {
+namespace {
+
+// Collections that may wait for their folders at one time.
+constexpr int kMostCollections = 4;
+
+int reply(sd_bus_message* message, ResultCode code) {
+  return sd_bus_reply_method_return(message, "u", static_cast<std::uint32_t>(code));
+}
+
+// The members as sd-bus takes them: one handler for all, which finds its row by name.
+std::vector<sd_bus_vtable> busMembers(sd_bus_message_handler_t handler) {
+  std::vector<sd_bus_vtable> members;
+  members.push_back(SD_BUS_VTABLE_START(0));
+  for (const DBusMember& row : kDaemonMembers) {
+    members.push_back(SD_BUS_METHOD(row.name, row.in, row.out, handler, SD_BUS_VTABLE_UNPRIVILEGED));
+  }
+  members.push_back(SD_BUS_VTABLE_END);
+  return members;
+}
+
+std::string textArgument(sd_bus_message* message) {
+  const char* text = nullptr;
+  sd_bus_message_read_basic(message, 's', &text);
+  return text ? text : "";
+}
+
+std::uint64_t numberArgument(sd_bus_message* message) {
+  std::uint64_t number = 0;
+  sd_bus_message_read_basic(message, 't', &number);
+  return number;
+}
+
+bool flagArgument(sd_bus_message* message) {
+  int flag = 0;
+  sd_bus_message_read_basic(message, 'b', &flag);
+  return flag != 0;
+}
+
+}  // namespace
+
+Expected<BusHandle, std::string> BusService::connect(Kind kind) {
+  sd_bus* bus = nullptr;
+  const int error = kind == Kind::session ? sd_bus_open_user(&bus) : sd_bus_open_system(&bus);
+  if (error < 0) {
+    return std::string("there is no ") + (kind == Kind::session ? "session" : "system") +
+           " bus to serve on: " + systemReason(-error);
+  }
+  return BusHandle(bus);
+}
+
+BusService::BusService(sd_bus* bus, Kind kind, EventLoop& loop, HelperModel& model, HelperLog& log)
+    : _bus(bus),
+      _loop(loop),
+      _model(model),
+      _log(log),
+      _callers(bus, kind == Kind::session ? CallerCheck::Rule::sameUser : CallerCheck::Rule::busPolicy),
+      _link(bus, loop, log),
+      _subscribers(_link, {[this] { return currentState(); }, [this] { _model.lookAgain(); },
+                           [this] { _model.errorWasShown(); }}),
+      _members(busMembers(onCall)) {}
+
+BusService::~BusService() {
+  sd_bus_detach_event(_bus);
+}
+
+Expected<Done, std::string> BusService::begin() {
+  sd_bus_slot* slot = nullptr;
+  int error = sd_bus_add_object_vtable(_bus, &slot, kHelperObjectPath, kDaemonInterface, _members.data(), this);
+  _object.reset(slot);
+  if (error >= 0) error = sd_bus_set_exit_on_disconnect(_bus, 1);
+  if (error >= 0) error = sd_bus_attach_event(_bus, _loop.handle(), SD_EVENT_PRIORITY_NORMAL);
+  if (error >= 0) error = sd_bus_request_name(_bus, kHelperBusName, 0);
+  if (error == -EEXIST) return std::string("another helper serves on this bus already");
+  if (error < 0) return "the name " + std::string(kHelperBusName) + " cannot be had: " + systemReason(-error);
+  return Done{};
+}
+
+StatePush BusService::currentState() const {
+  const HelperFacts& facts = _model.facts();
+  return {facts.stateTime, std::make_shared<const Dictionary>(statusOf(facts)), false,
+          facts.operationError.has_value()};
+}
+
+void BusService::stateChanged(HelperModel::Weight weight) {
+  if (_subscribers.empty()) return;
+  StatePush push = currentState();
+  push.isMilestone = weight == HelperModel::Weight::milestone;
+  _subscribers.stateChanged(push);
+}
+
+int BusService::onCall(sd_bus_message* message, void* data, sd_bus_error* error) {
+  auto* service = static_cast<BusService*>(data);
+  const std::optional<uid_t> caller = service->_callers.admit(message);
+  if (!caller) return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "The helper does not serve this caller.");
+  const std::string_view name = sd_bus_message_get_member(message);
+  const auto row = std::find_if(kDaemonMembers.begin(), kDaemonMembers.end(),
+                                [&](const DBusMember& known) { return known.name == name; });
+  if (row == kDaemonMembers.end()) return 0;
+  return service->dispatch(message, static_cast<DaemonMember>(row - kDaemonMembers.begin()), *caller, error);
+}
+
+int BusService::dispatch(sd_bus_message* message, DaemonMember member, uid_t caller, sd_bus_error* error) {
+  switch (member) {
+    case DaemonMember::status:
+      return replyStatus(message, error);
+    case DaemonMember::setBackupSource:
+      return reply(message, _model.setBackupSource(textArgument(message)));
+    case DaemonMember::setTargetPath:
+      _model.setTargetPath(textArgument(message), later(message));
+      return 1;
+    case DaemonMember::backup:
+      _model.backup(later(message));
+      return 1;
+    case DaemonMember::restore: {
+      const std::uint64_t item = numberArgument(message);
+      const std::string disk = textArgument(message);
+      const std::uint64_t number = numberArgument(message);
+      return reply(message, _model.restore(item, disk, number, numberArgument(message)));
+    }
+    case DaemonMember::checkInWithPort:
+      return checkIn(message, error);
+    case DaemonMember::breakProgress:
+      return reply(message, _model.breakProgress());
+    case DaemonMember::collectLogsToPath:
+      return collect(message, caller);
+    case DaemonMember::mergeArchiveWithParent:
+      return reply(message, _model.mergeArchiveWithParent(numberArgument(message)));
+    case DaemonMember::setMaxIncrementsCount:
+      return reply(message, _model.setMaxIncrementsCount(numberArgument(message)));
+    case DaemonMember::reload:
+      return reply(message, _model.reload());
+    case DaemonMember::setCheckFS:
+      return reply(message, _model.setCheckFS(flagArgument(message)));
+    case DaemonMember::pin: {
+      const bool flag = flagArgument(message);
+      const std::uint64_t item = numberArgument(message);
+      return reply(message, _model.pin(flag, item, textArgument(message)));
+    }
+  }
+  return 0;
+}
+
+int BusService::replyStatus(sd_bus_message* message, sd_bus_error* error) {
+  const auto make = [&] {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_method_return(message, &made);
+    return BusMessageHandle(made);
+  };
+  const BusMessageHandle answer = messageWithStatus(make, statusOf(_model.facts()), _log);
+  if (!answer) return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "The status is too large for the link.");
+  return sd_bus_message_send(answer.get());
+}
+
+int BusService::checkIn(sd_bus_message* message, sd_bus_error* error) {
+  const char* path = nullptr;
+  std::int64_t lastStateTime = 0;
+  if (const int bad = sd_bus_message_read(message, "ox", &path, &lastStateTime); bad < 0) return bad;
+  if (!_subscribers.checkIn({sd_bus_message_get_sender(message), path}, lastStateTime)) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "Too many front ends have checked in.");
+  }
+  return reply(message, ResultCode::success);
+}
+
+int BusService::collect(sd_bus_message* message, uid_t caller) {
+  if (_collecting == kMostCollections) return reply(message, ResultCode::serviceIsBusy);
+  ++_collecting;
+  const std::string folder = textArgument(message);
+  const HelperModel::Answer answer = later(message);
+  _collector.async([this, folder, caller, answer, logs = _log.files()] {
+    const std::string problem = collectLogs(logs, folder, caller);
+    if (!problem.empty()) _log.line("ZPKH::Logs were not collected in " + folder + ": " + problem);
+    const ResultCode code = problem.empty() ? ResultCode::success : ResultCode::noArchiveTargetDirectory;
+    _loop.async([this, answer, code] {
+      --_collecting;
+      answer(code);
+    });
+  });
+  return 1;
+}
+
+HelperModel::Answer BusService::later(sd_bus_message* message) {
+  const std::uint64_t id = ++_lastId;
+  _unanswered.emplace(id, BusMessageHandle(sd_bus_message_ref(message)));
+  return [this, id](ResultCode code) { answer(id, code); };
+}
+
+void BusService::answer(std::uint64_t id, ResultCode code) {
+  const auto node = _unanswered.extract(id);
+  if (node) reply(node.mapped().get(), code);
+}
+
+}  // namespace zpk

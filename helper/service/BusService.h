@@ -1,0 +1,74 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "helper/service/BusSubscriberLink.h"
+#include "helper/service/CallerCheck.h"
+#include "helper/service/EventLoop.h"
+#include "helper/service/HelperLog.h"
+#include "helper/service/WorkerThread.h"
+#include "helper/service/model/HelperModel.h"
+#include "helper/service/model/Subscribers.h"
+#include "platform/linux/wire/BusHandles.h"
+#include "platform/linux/wire/DBusNames.h"
+
+namespace zpk {
+
+// The helper on the bus: takes calls, checks who calls and with what, has the model answer, and tells subscribers.
+//
+// One object at kHelperObjectPath with the members of kDaemonMembers. Arguments of other types than theirs are
+// refused before anything here sees them. The loop's thread.
+class BusService {
+ public:
+  enum class Kind { session, system };
+
+  // An open connection of that kind's bus; a sentence when there is none.
+  static Expected<BusHandle, std::string> connect(Kind kind);
+
+  // Everything handed in must outlive the service.
+  BusService(sd_bus* bus, Kind kind, EventLoop& loop, HelperModel& model, HelperLog& log);
+  ~BusService();
+  BusService(const BusService&) = delete;
+  BusService& operator=(const BusService&) = delete;
+
+  // Serves the object, then takes the name. A sentence when that fails, as it does when another helper has it.
+  Expected<Done, std::string> begin();
+
+  void stateChanged(HelperModel::Weight weight);
+
+ private:
+  static int onCall(sd_bus_message* message, void* service, sd_bus_error* error);
+  int dispatch(sd_bus_message* message, DaemonMember member, uid_t caller, sd_bus_error* error);
+  int checkIn(sd_bus_message* message, sd_bus_error* error);
+  int collect(sd_bus_message* message, uid_t caller);
+  int replyStatus(sd_bus_message* message, sd_bus_error* error);
+  HelperModel::Answer later(sd_bus_message* message);
+  void answer(std::uint64_t id, ResultCode code);
+  StatePush currentState() const;
+
+  sd_bus* _bus;
+  EventLoop& _loop;
+  HelperModel& _model;
+  HelperLog& _log;
+  CallerCheck _callers;
+  BusSubscriberLink _link;
+  Subscribers _subscribers;
+  std::vector<sd_bus_vtable> _members;
+  BusSlotHandle _object;
+  // Calls that are answered later. They stay here, on the loop's thread: sd-bus's references are not for two
+  // threads.
+  std::map<std::uint64_t, BusMessageHandle> _unanswered;
+  std::uint64_t _lastId = 0;
+  int _collecting = 0;
+  // For log collections alone, which wait for a folder of the caller's choosing. Last, so that it ends first.
+  WorkerThread _collector;
+};
+
+}  // namespace zpk

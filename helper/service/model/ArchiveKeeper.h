@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "helper/process/CancelFlag.h"
+#include "helper/service/model/OperationBoard.h"
+
+namespace zpk {
+
+class RLDArchive;
+class ZPKDisk;
+
+// What is found at an archive path.
+struct NoArchiveFolder {  // The folder that would hold the archive is not there.
+  friend bool operator==(const NoArchiveFolder&, const NoArchiveFolder&) = default;
+};
+struct NoArchiveYet {
+  friend bool operator==(const NoArchiveYet&, const NoArchiveYet&) = default;
+};
+struct UnreadableArchive {
+  std::string reason;  // A sentence for a person.
+  friend bool operator==(const UnreadableArchive&, const UnreadableArchive&) = default;
+};
+struct PresentArchive {
+  std::shared_ptr<const RLDArchive> archive;  // Never null.
+  std::string sourceDisk;                     // Text form of the GPT identifier of the disk that it was made from.
+};
+using ArchiveView = std::variant<NoArchiveFolder, NoArchiveYet, UnreadableArchive, PresentArchive>;
+
+bool sameView(const ArchiveView& a, const ArchiveView& b);
+
+struct BackupRequest {
+  std::shared_ptr<const ZPKDisk> disk;  // A disk with a Windows side.
+  std::string archivePath;
+  bool checkFileSystem = true;  // Also refuse a file system that is merely inconsistent or was not shut down.
+};
+
+// How a backup ended. Only `BackupDone` means that there is one more backup point; otherwise the archive is as it
+// was.
+struct BackupDone {};
+struct BackupStopped {};
+struct BackupFailed {
+  std::string reason;  // What happened and what to do about it, for a person.
+};
+using BackupOutcome = std::variant<BackupDone, BackupStopped, BackupFailed>;
+
+// Everything that is done to archives. Both calls take their time and are made on the worker, one at a time.
+class ArchiveKeeper {
+ public:
+  virtual ~ArchiveKeeper() = default;
+
+  virtual ArchiveView look(const std::string& archivePath) = 0;
+
+  // Makes a backup point; makes the archive where there is none yet. Tells its progress to `board`. Ends within a
+  // second of a request to stop.
+  virtual BackupOutcome backup(const BackupRequest& request, OperationBoard& board, const CancelFlag& cancel) = 0;
+};
+
+}  // namespace zpk

@@ -1,0 +1,270 @@
+#include "helper/service/model/HelperModel.h"
+
+#include <algorithm>
+
+#include "helper/service/model/HelperModel_private.h"
+#include "records/RLDArchive.h"
+#include "records/RLDArchiveItem.h"
+#include "records/RLDPartition.h"
+#include "records/ZPKDisk.h"
+
+namespace zpk {
+namespace {
+
+constexpr Seconds kSlow{0.5};
+// Changes of a folder come in bursts: they are looked at once, when the burst is over.
+constexpr Seconds kLookDelay{0.25};
+// How many state times are set aside with one save of the settings.
+constexpr std::int64_t kStateTimesAtOnce = 1'000'000;
+constexpr std::int64_t kLatestDate = std::int64_t{1} << 60;
+
+constexpr std::string_view kArchiveEnding = ".rldbackup";
+constexpr std::size_t kLongestPath = 4000;
+
+// A full path that names an archive: absolute, with nothing odd in it, ending as archives do.
+bool namesAnArchive(const std::string& path) {
+  if (path.empty() || path.front() != '/' || path.size() > kLongestPath || !path.ends_with(kArchiveEnding))
+    return false;
+  if (std::any_of(path.begin(), path.end(),
+                  [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; })) {
+    return false;
+  }
+  if ((path + "/").find("/../") != std::string::npos) return false;
+  return path.size() - path.rfind('/') - 1 > kArchiveEnding.size();
+}
+
+// Microseconds since 1970, which no run of the helper outpaces: with it state times rise even when the settings
+// were lost.
+std::int64_t stateTimeOf(const Date& date) {
+  const double microseconds = date.secondsSince1970 * 1e6;
+  if (!(microseconds > 0)) return 1;
+  return microseconds < static_cast<double>(kLatestDate) ? static_cast<std::int64_t>(microseconds) : kLatestDate;
+}
+
+}  // namespace
+
+HelperModel::HelperModel(const HelperParts& parts, HelperSettings settings, Announce announce)
+    : _parts(parts), _announce(std::move(announce)) {
+  _facts.settings = std::move(settings);
+  if (_facts.settings.backupRunning) {
+    _facts.settings.backupRunning = false;
+    _facts.settings.lastBackupError =
+        "The last backup did not finish: the backup service ended while it ran. "
+        "The archive is as it was before. Start the backup again.";
+  }
+  _facts.stateTime = std::max(_facts.settings.stateTimeLimit, stateTimeOf(_parts.clock.date()));
+  _facts.settings.stateTimeLimit = _facts.stateTime + kStateTimesAtOnce;
+  save();
+}
+
+HelperModel::~HelperModel() = default;
+
+void HelperModel::start(std::function<void()> ready) {
+  _ready = std::move(ready);
+  read(false);
+}
+
+bool HelperModel::takesCommands() const {
+  return std::holds_alternative<Idle>(_facts.activity) && !_commandWaits;
+}
+
+ResultCode HelperModel::setBackupSource(const std::string& source) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  const auto disk = diskWithIdentifier(_facts.disks, source);
+  if (!disk || !disk->isBootCamp()) return ResultCode::diskNotFound;
+  _facts.settings.source = source;
+  save();
+  changed();
+  return ResultCode::success;
+}
+
+void HelperModel::setTargetPath(const std::string& path, Answer answer) {
+  if (!takesCommands()) return answer(ResultCode::serviceIsBusy);
+  if (!namesAnArchive(path)) return answer(ResultCode::noArchiveTargetDirectory);
+  commandBegins();
+  onWorker<ArchiveView>([&archives = _parts.archives, path] { return archives.look(path); },
+                        [this, path, answer = std::move(answer)](ArchiveView view) {
+                          const bool wasSlow = commandEnds();
+                          if (std::holds_alternative<NoArchiveFolder>(view)) {
+                            if (wasSlow) changed();
+                            return answer(ResultCode::noArchiveTargetDirectory);
+                          }
+                          if (const auto* bad = std::get_if<UnreadableArchive>(&view)) fail(bad->reason);
+                          _facts.settings.archivePath = path;
+                          _facts.archive = std::move(view);
+                          save();
+                          changed(_facts.operationError ? Weight::milestone : Weight::ordinary);
+                          answer(ResultCode::success);
+                        });
+}
+
+ResultCode HelperModel::setMaxIncrementsCount(std::uint64_t count) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  if (count < kFewestIncrements || count > kMostIncrements) return ResultCode::badIndex;
+  _facts.settings.maxIncrements = count;
+  save();
+  changed();
+  return ResultCode::success;
+}
+
+ResultCode HelperModel::setCheckFS(bool flag) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  _facts.settings.checkFileSystem = flag;
+  save();
+  changed();
+  return ResultCode::success;
+}
+
+ResultCode HelperModel::reload() {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  read(true);
+  return ResultCode::success;
+}
+
+std::optional<ResultCode> HelperModel::missingForArchive(std::uint64_t arcItem) const {
+  if (!_facts.settings.archivePath) return ResultCode::archivePathNotSet;
+  const auto* present = std::get_if<PresentArchive>(&_facts.archive);
+  if (!present || arcItem >= present->archive->items().size()) return ResultCode::badIndex;
+  return std::nullopt;
+}
+
+ResultCode HelperModel::notAvailable(const char* what) {
+  fail(std::string(what) + " is not available yet.");
+  changed(Weight::milestone);
+  return ResultCode::success;
+}
+
+ResultCode HelperModel::restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
+                                std::uint64_t) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  if (const auto code = missingForArchive(arcItem)) return *code;
+  // Copies of one disk share their identifier; the number tells which one is meant.
+  const auto named = [&](const auto& disk) { return disk->gptID() && disk->gptID()->stringValue() == toDisk; };
+  if (std::none_of(_facts.disks.begin(), _facts.disks.end(), named)) return ResultCode::diskNotFound;
+  const bool fits = std::any_of(_facts.disks.begin(), _facts.disks.end(), [&](const auto& disk) {
+    return named(disk) && disk->diskNumber() == withNumber && disk->isRestoreTarget();
+  });
+  return fits ? notAvailable("Restoring a backup point") : ResultCode::badTargetDisk;
+}
+
+ResultCode HelperModel::mergeArchiveWithParent(std::uint64_t arcItem) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  if (const auto code = missingForArchive(arcItem)) return *code;
+  const auto& items = std::get<PresentArchive>(_facts.archive).archive->items();
+  // The oldest point has no parent, and a pinned one is not given up.
+  if (arcItem == 0 || items[arcItem - 1]->isPinned()) return ResultCode::badIndex;
+  return notAvailable("Merging backup points");
+}
+
+ResultCode HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string&) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  if (const auto code = missingForArchive(arcItem)) return *code;
+  return notAvailable(flag ? "Pinning a backup point" : "Unpinning a backup point");
+}
+
+void HelperModel::errorWasShown() {
+  if (!_facts.operationError) return;
+  _facts.operationError.reset();
+  changed();
+}
+
+void HelperModel::fail(std::string reason) {
+  _parts.log.line("ZPKH::Error: " + reason);
+  _facts.operationError = std::move(reason);
+}
+
+void HelperModel::save() {
+  if (const auto saved = _parts.settings.save(_facts.settings); !saved) {
+    const FileError& error = saved.error();
+    fail("The settings could not be saved in " + error.path + ": " + error.reason +
+         ". They are lost when the backup service ends.");
+  }
+}
+
+void HelperModel::changed(Weight weight) {
+  if (++_facts.stateTime >= _facts.settings.stateTimeLimit) {
+    _facts.settings.stateTimeLimit = _facts.stateTime + kStateTimesAtOnce;
+    save();
+  }
+  _announce(weight);
+}
+
+void HelperModel::lookAgain() {
+  if (!_lookAlarm.isActive()) {
+    _lookAlarm = _parts.clock.after(kLookDelay, [this] {
+      _lookAlarm.reset();
+      read(false);
+    });
+  }
+}
+
+void HelperModel::read(bool announce) {
+  _announceRead = _announceRead || announce;
+  if (_reading || _operation) {
+    _readAgain = true;
+    return;
+  }
+  _readAgain = false;
+  _reading = true;
+  startSlowAlarm();
+  onWorker<Reading>(
+      [&parts = _parts, path = _facts.settings.archivePath.value_or("")] {
+        return Reading{parts.disks.scan(), path, path.empty() ? ArchiveView() : parts.archives.look(path)};
+      },
+      [this](const Reading& reading) { readDone(reading); });
+}
+
+void HelperModel::readDone(const Reading& reading) {
+  _reading = false;
+  const bool first = !std::exchange(_wasRead, true);
+  const bool disksDiffer = !std::equal(reading.disks.begin(), reading.disks.end(), _facts.disks.begin(),
+                                       _facts.disks.end(), [](const auto& a, const auto& b) { return *a == *b; });
+  if (disksDiffer) _facts.disks = reading.disks;
+  // The path may have been set anew since, and then that command has looked there by itself.
+  const bool sameArchive =
+      reading.path != _facts.settings.archivePath.value_or("") || sameView(reading.archive, _facts.archive);
+  if (!sameArchive) _facts.archive = reading.archive;
+  const bool again = _readAgain && !_operation;
+  const bool asked = !again && std::exchange(_announceRead, false);
+  if (again) read(false);
+  const bool otherActivity = refreshActivity();
+  if (first || disksDiffer || !sameArchive || otherActivity || asked) changed();
+  if (_ready) std::exchange(_ready, nullptr)();
+}
+
+void HelperModel::commandBegins() {
+  _commandWaits = true;
+  startSlowAlarm();
+}
+
+bool HelperModel::commandEnds() {
+  _commandWaits = false;
+  return refreshActivity();
+}
+
+void HelperModel::startSlowAlarm() {
+  if (_slowAlarm.isActive()) return;
+  _slowAlarm = _parts.clock.after(kSlow, [this] {
+    _slow = true;
+    refreshActivity();
+    changed();
+    if (_ready) std::exchange(_ready, nullptr)();
+  });
+}
+
+bool HelperModel::refreshActivity() {
+  if (_operation) return false;  // It says itself what it does.
+  if (!_reading && !_commandWaits) {
+    _slow = false;
+    _slowAlarm.reset();
+  }
+  const std::size_t before = _facts.activity.index();
+  if (_slow || !_wasRead) {
+    _facts.activity = Busy{};
+  } else {
+    _facts.activity = Idle{};
+  }
+  return _facts.activity.index() != before;
+}
+
+}  // namespace zpk

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/DispatchQueue.h"
+#include "base/Log.h"
+#include "helper/process/CancelFlag.h"
+#include "helper/service/model/HelperFacts.h"
+#include "helper/service/model/LoopClock.h"
+#include "helperlink/ResultCode.h"
+
+namespace zpk {
+
+// What the helper's model works with. All must outlive it, but for the two queues: work that is still queued when
+// the model goes must not run any more.
+struct HelperParts {
+  DiskCatalog& disks;
+  ArchiveKeeper& archives;
+  SettingsStore& settings;
+  DispatchQueue& worker;  // One thread, in order: everything that takes its time.
+  DispatchQueue& loop;    // The model's own thread, in order.
+  LoopClock& clock;
+  Log& log;
+};
+
+// The helper itself: what it knows, what it does, and what it answers. No bus, no file, no thread of its own.
+//
+// Everything happens on the loop's thread; disks and archives are read and written on the worker, one job at a
+// time, and the results come back to the loop. Of its activities (HelperFacts.h):
+//
+//   busy        from the start until disks and archive were read once; while reading them again, or any command,
+//               takes more than half a second; after a backup was told to stop, until it has stopped
+//   in progress while a backup runs
+//   idle        else
+//
+// Commands other than `breakProgress` are answered "busy" unless the helper is idle and no other command waits for
+// its answer. A command that changed something is followed by a new state, also when it set what was set already:
+// front ends wait for it.
+class HelperModel {
+ public:
+  using Answer = std::function<void(ResultCode)>;
+  enum class Weight { ordinary, milestone };
+  // A new state. A milestone must reach everybody: it is the last of an operation, or tells an error.
+  using Announce = std::function<void(Weight)>;
+
+  // `settings` are those of the last run. `announce` is called on the loop's thread, never from within the
+  // constructor.
+  HelperModel(const HelperParts& parts, HelperSettings settings, Announce announce);
+  ~HelperModel();
+
+  // Reads disks and archive for the first time. `ready` is called once that is done, or after half a second: from
+  // then on commands get sensible answers.
+  void start(std::function<void()> ready);
+
+  const HelperFacts& facts() const { return _facts; }
+
+  // The commands. Those that have to look at the archive's folder first answer when they have; "success" says that
+  // the command was taken, what goes wrong later is told as the operation's error.
+  ResultCode setBackupSource(const std::string& source);
+  void setTargetPath(const std::string& path, Answer answer);
+  void backup(Answer answer);
+  ResultCode restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
+                     std::uint64_t withTargetSize);
+  ResultCode breakProgress();
+  ResultCode mergeArchiveWithParent(std::uint64_t arcItem);
+  ResultCode setMaxIncrementsCount(std::uint64_t count);
+  ResultCode reload();
+  ResultCode setCheckFS(bool flag);
+  ResultCode pin(bool flag, std::uint64_t arcItem, const std::string& withLabel);
+
+  // Disks, mounts or folders may have changed: reads them again as soon as that is possible, and announces a new
+  // state only if something did.
+  void lookAgain();
+  // The operation's error was shown to somebody; it goes from the state.
+  void errorWasShown();
+  // Ends a running backup because the helper ends.
+  void stopForExit();
+  bool isWorking() const { return _operation != nullptr || _commandWaits || _reading; }
+
+ private:
+  struct Operation;
+  struct Reading;
+  template <class Result>
+  void onWorker(std::function<Result()> work, std::function<void(Result)> then);
+
+  bool takesCommands() const;
+  std::optional<ResultCode> missingForArchive(std::uint64_t arcItem) const;
+  ResultCode notAvailable(const char* what);
+  void changed(Weight weight = Weight::ordinary);
+  bool refreshActivity();  // Whether it is another than before.
+  void save();
+  void fail(std::string reason);
+
+  void read(bool announce);
+  void readDone(const Reading& reading);
+  void commandBegins();
+  bool commandEnds();  // Whether that changed the activity.
+  void startSlowAlarm();
+
+  std::optional<std::string> whyArchiveMayNotLieThere(const ZPKDisk& source) const;
+  void startBackup(std::shared_ptr<const ZPKDisk> disk);
+  void tick();
+  bool takeNews();
+  void backupEnded(const BackupOutcome& outcome, ArchiveView archive);
+
+  const HelperParts _parts;
+  Announce _announce;
+  HelperFacts _facts;
+  std::function<void()> _ready;
+  bool _wasRead = false;       // Disks and archive, at least once.
+  bool _reading = false;       // On the worker.
+  bool _announceRead = false;  // Whatever it finds.
+  bool _readAgain = false;     // Once it can.
+  bool _commandWaits = false;  // For the archive's folder to be looked at.
+  bool _slow = false;          // Reading, or the command that waits, takes long.
+  Token _slowAlarm;
+  Token _lookAlarm;
+  std::unique_ptr<Operation> _operation;
+};
+
+}  // namespace zpk

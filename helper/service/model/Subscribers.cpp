@@ -1,0 +1,77 @@
+#include "helper/service/model/Subscribers.h"
+
+#include <utility>
+
+namespace zpk {
+namespace {
+
+// Milestones that wait for one subscriber; beyond that the oldest is passed over after all.
+constexpr std::size_t kMostWaiting = 4;
+
+}  // namespace
+
+bool Subscribers::checkIn(const SubscriberPort& port, std::int64_t lastStateTime) {
+  auto found = _entries.find(port);
+  if (found == _entries.end()) {
+    if (_entries.size() >= kMost) return false;
+    Entry entry;
+    const std::uint64_t id = entry.id = ++_lastId;
+    entry.watch = _link.watchPeer(port.peer, [this, port, id] {
+      if (find(port, id)) _entries.erase(port);
+    });
+    found = _entries.emplace(port, std::move(entry)).first;
+    _link.askNeedReload(port, [this, port, id](bool wanted) {
+      if (wanted && find(port, id)) _hooks.reloadWanted();
+    });
+  }
+  Entry& entry = found->second;
+  entry.silent = false;
+  if (entry.underWay) return true;  // What it knows is about to change anyway.
+  if (entry.waiting.empty()) {
+    StatePush current = _hooks.current();
+    if (current.stateTime == lastStateTime) return true;
+    entry.waiting.push_back(std::move(current));
+  }
+  sendNext(port, entry);
+  return true;
+}
+
+void Subscribers::stateChanged(const StatePush& push) {
+  for (auto& [port, entry] : _entries) enqueue(port, entry, push);
+}
+
+void Subscribers::enqueue(const SubscriberPort& port, Entry& entry, const StatePush& push) {
+  if (!entry.waiting.empty() && !entry.waiting.back().isMilestone) entry.waiting.pop_back();
+  entry.waiting.push_back(push);
+  if (entry.waiting.size() > kMostWaiting) entry.waiting.pop_front();
+  if (!entry.underWay && !entry.silent) sendNext(port, entry);
+}
+
+void Subscribers::sendNext(const SubscriberPort& port, Entry& entry) {
+  const StatePush next = std::move(entry.waiting.front());
+  entry.waiting.pop_front();
+  entry.underWay = true;
+  _link.push(port, next, [this, port, id = entry.id, error = next.carriesError](PushResult result) {
+    answered(port, id, error, result);
+  });
+}
+
+void Subscribers::answered(const SubscriberPort& port, std::uint64_t id, bool carriedError, PushResult result) {
+  Entry* entry = find(port, id);
+  if (!entry) return;
+  if (result == PushResult::refused) {
+    _entries.erase(port);
+    return;
+  }
+  entry->underWay = false;
+  entry->silent = result == PushResult::timedOut;
+  if (!entry->silent && !entry->waiting.empty()) sendNext(port, *entry);
+  if (carriedError && result == PushResult::delivered) _hooks.errorShown();
+}
+
+Subscribers::Entry* Subscribers::find(const SubscriberPort& port, std::uint64_t id) {
+  const auto found = _entries.find(port);
+  return found != _entries.end() && found->second.id == id ? &found->second : nullptr;
+}
+
+}  // namespace zpk
