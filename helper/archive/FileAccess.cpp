@@ -11,6 +11,8 @@
 #include <mutex>
 #include <thread>
 
+#include "platform/posix/AtomicSaver.h"
+
 namespace zpk {
 namespace {
 
@@ -32,7 +34,7 @@ void syncNow(const std::shared_ptr<SyncState>& state) {
 ArchiveResult<OpenFile> openRelative(const OpenFile& folder, const std::string& name, int flags,
                                      const char* message) {
   const std::string path = folder.path + "/" + name;
-  UniqueFd fd(::openat(folder.fd.get(), name.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600));
+  UniqueFd fd(::openat(folder.fd.get(), name.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0644));
   if (!fd) {
     const int number = errno;
     return (flags & (O_WRONLY | O_RDWR)) != 0 ? writeError(message, path, 0, number)
@@ -147,22 +149,12 @@ ArchiveResult<std::string> readText(const OpenFile& folder, const std::string& n
 }
 
 ArchiveResult<Done> saveAtomically(const OpenFile& folder, const std::string& name, const std::string& text) {
-  const CancelFlag never;
-  const std::string temporary = name + unfinishedSuffix;
-  ::unlinkat(folder.fd.get(), temporary.c_str(), 0);  // What a stopped run left; the package's lock is ours.
-  ArchiveResult<Done> step = Done{};
-  {
-    ArchiveResult<OpenFile> file = createIn(folder, temporary);
-    if (!file) return file.error();
-    step = writeAt(*file, 0, std::as_bytes(std::span(text)));
-    if (step) step = syncFile(*file, never);
-  }
-  if (step) step = renameIn(folder, temporary, name);
-  if (!step) {
-    ::unlinkat(folder.fd.get(), temporary.c_str(), 0);
-    return step;
-  }
-  return syncFile(folder, never);
+  const std::span<const std::uint8_t> content(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+  const Expected<Done, FileError> saved = AtomicSaver::saveAt(folder.fd.get(), name, content, 0644);
+  if (saved) return Done{};
+  return ArchiveError{ArchiveFault::WriteFailed,
+                      "The archive's index could not be saved (" + saved.error().reason + ")",
+                      folder.path + "/" + name, 0, 0};
 }
 
 }  // namespace zpk

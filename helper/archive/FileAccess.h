@@ -31,7 +31,8 @@ ArchiveResult<Done> startWriteback(const OpenFile& file, std::uint64_t offset, s
 // answered at once even when the device is not, and the sync then ends unheard.
 ArchiveResult<Done> syncFile(const OpenFile& file, const CancelFlag& cancel);
 
-// A new file that did not exist before, mode 0600, in an open folder.
+// A new file that did not exist before, in an open folder. The folders of an archive keep others out, not its
+// files.
 ArchiveResult<OpenFile> createIn(const OpenFile& folder, const std::string& name);
 ArchiveResult<OpenFile> openIn(const OpenFile& folder, const std::string& name);
 ArchiveResult<OpenFile> openFolder(const std::string& path);
@@ -41,11 +42,10 @@ ArchiveResult<Done> renameIn(const OpenFile& folder, const std::string& from, co
 // The content of a small file; a larger one than `limit` counts as damaged.
 ArchiveResult<std::string> readText(const OpenFile& folder, const std::string& name, std::uint64_t limit);
 
-// Replaces a file as a whole: temporary name, write, sync, rename, sync of the folder. Every failure keeps the old
-// file and is returned.
+// Replaces a small file as a whole and durably; every failure but that of the very last sync keeps the old one.
 ArchiveResult<Done> saveAtomically(const OpenFile& folder, const std::string& name, const std::string& text);
 
-// The ending of names that saveAtomically() and unfinished images use; whatever has it may be removed at start.
+// The ending of the name of an image or map that is not complete.
 inline constexpr const char* unfinishedSuffix = ".part";
 
 }  // namespace zpk

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "helper/archive/ArchiveIndex.h"
+#include "helper/archive/ArchiveLock.h"
+#include "helper/archive/FileAccess.h"
+#include "helper/archive/PointIndex.h"
+
+namespace zpk {
+
+// A backup point that is being made: a folder of the package that archive.json does not name yet. Destruction
+// without a commit removes it and all it holds.
+class PendingPoint {
+ public:
+  PendingPoint(PendingPoint&&) = default;
+  PendingPoint& operator=(PendingPoint&&) = delete;
+  ~PendingPoint();
+
+  const std::string& id() const { return _id; }
+  const OpenFile& folder() const { return *_folder; }
+
+ private:
+  friend class Archive;
+  PendingPoint() = default;
+
+  std::string _id;
+  std::string _name;
+  UniqueFd _package;
+  std::optional<OpenFile> _folder;  // None once committed or moved from.
+};
+
+// A package folder NAME.rldbackup with its backup points. `docs/archive-format.md` describes the files.
+//
+//   ArchiveResult<Archive> archive = Archive::openForWriting(path);
+//   ArchiveResult<PendingPoint> point = archive->beginPoint();
+//   … write images and maps into point->folder() …
+//   ArchiveResult<Done> done = archive->commitPoint(std::move(*point), index);
+//
+// One thread at a time. An archive that is open for writing holds the package's lock; opened for reading it needs
+// no right to write, so that it works from a read-only file system.
+class Archive {
+ public:
+  static constexpr const char* indexName = "archive.json";
+  static constexpr const char* pointIndexName = "index.json";
+
+  struct Identity {
+    std::string sourceDisk;
+    std::string sourceName;
+    std::int64_t creationTime = 0;
+  };
+
+  // Makes a new archive without points and opens it for writing. Its folder may exist when it is empty. Everything
+  // in it belongs to the owner of the folder that it lies in.
+  static ArchiveResult<Archive> create(const std::string& path, const Identity& identity);
+
+  static ArchiveResult<Archive> openForReading(const std::string& path);
+
+  // Also removes what a stopped run left: point folders that the index does not name.
+  static ArchiveResult<Archive> openForWriting(const std::string& path);
+
+  const std::string& path() const { return _package.path; }
+  const ArchiveIndex& index() const { return _index; }
+
+  // Full path of the index file of a point; the images lie beside it.
+  std::string pointIndexPath(std::size_t point) const;
+  ArchiveResult<PointIndex> readPoint(std::size_t point) const;
+  // A file of a point, open for reading.
+  ArchiveResult<OpenFile> openPointFile(std::size_t point, const std::string& name) const;
+
+  // A new folder with an id of its own. Only on an archive that is open for writing.
+  ArchiveResult<PendingPoint> beginPoint();
+
+  // The files in the point's folder are complete and synced. Writes index.json (with the point's id) and then
+  // archive.json; only when that is durable does the point exist. A failure leaves the archive as it was.
+  ArchiveResult<Done> commitPoint(PendingPoint point, PointIndex index);
+
+ private:
+  Archive() = default;
+  static ArchiveResult<Archive> open(const std::string& path);
+  ArchiveResult<Done> readIndex();
+  ArchiveResult<Done> removeLeftovers();
+
+  OpenFile _package;
+  std::optional<ArchiveLock> _lock;
+  ArchiveIndex _index;
+};
+
+}  // namespace zpk

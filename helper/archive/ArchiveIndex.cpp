@@ -1,0 +1,96 @@
+#include "helper/archive/ArchiveIndex.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+
+#include "helper/archive/JsonFields.h"
+#include "helper/archive/PointIndex.h"
+
+namespace zpk {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* formatName = "rldbackup";
+constexpr std::size_t mostPoints = 100'000;
+constexpr std::size_t idDigits = 32;
+constexpr std::size_t shortIdDigits = 8;
+constexpr std::size_t mostNumberDigits = 9;
+
+bool isDigit(char character) {
+  return character >= '0' && character <= '9';
+}
+bool isHexadecimal(char character) {
+  return isDigit(character) || (character >= 'a' && character <= 'f');
+}
+
+// A number that uses all of its 64 bits is written as text: many readers of JSON hold numbers as reals.
+std::string seedText(std::uint64_t seed) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string text(16, '0');
+  for (std::size_t i = text.size(); i-- > 0; seed >>= 4U) text[i] = digits[seed & 15U];
+  return text;
+}
+
+}  // namespace
+
+std::string textOf(const ArchiveIndex& index) {
+  return jsonText({{"format", formatName},
+                   {"version", archiveFormatVersion},
+                   {"id", index.id},
+                   {"sourceDisk", index.sourceDisk},
+                   {"sourceName", index.sourceName},
+                   {"hashSeed", seedText(index.hashSeed)},
+                   {"creationTime", index.creationTime},
+                   {"points", index.points}});
+}
+
+ArchiveResult<ArchiveIndex> parseArchiveIndex(const std::string& text, const std::string& path) {
+  const ArchiveResult<json> object = JsonFields::parse(text, path);
+  if (!object) return object.error();
+  JsonFields fields(*object);
+  if (fields.text("format") != formatName) {
+    return ArchiveError{ArchiveFault::NotAnArchive, "This is not a backup archive", path, 0, 0};
+  }
+  if (fields.number("version") > archiveFormatVersion) {
+    return ArchiveError{ArchiveFault::NewerFormat, "The archive was made by a newer version", path, 0, 0};
+  }
+  ArchiveIndex index;
+  index.id = fields.hexadecimal("id", idDigits);
+  index.sourceDisk = fields.text("sourceDisk");
+  index.sourceName = fields.text("sourceName");
+  index.hashSeed = std::strtoull(fields.hexadecimal("hashSeed", 16).c_str(), nullptr, 16);
+  index.creationTime = fields.signedNumber("creationTime");
+  std::set<std::string> seen;
+  for (const json& point : fields.array("points", mostPoints)) {
+    const bool valid = point.is_string() && isPointFolderName(point.get_ref<const std::string&>()) &&
+                       seen.insert(point.get<std::string>()).second;
+    if (!valid) fields.fail("points");
+    if (valid) index.points.push_back(point.get<std::string>());
+  }
+  if (!fields.failed().empty()) {
+    return damagedError("The archive's index has no usable \"" + fields.failed() + "\"", path);
+  }
+  return index;
+}
+
+std::string pointFolderName(std::uint64_t number, const std::string& id) {
+  const std::string digits = std::to_string(number);
+  return "p" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + "-" +
+         id.substr(0, shortIdDigits);
+}
+
+bool isPointFolderName(const std::string& name) {
+  const std::size_t dash = name.find('-');
+  return dash != std::string::npos && dash >= 5 && dash <= 1 + mostNumberDigits && name.front() == 'p' &&
+         name.size() == dash + 1 + shortIdDigits &&
+         std::all_of(name.begin() + 1, name.begin() + static_cast<std::ptrdiff_t>(dash), isDigit) &&
+         std::all_of(name.begin() + static_cast<std::ptrdiff_t>(dash) + 1, name.end(), isHexadecimal);
+}
+
+std::uint64_t pointNumberOf(const std::string& name) {
+  return std::strtoull(name.c_str() + 1, nullptr, 10);
+}
+
+}  // namespace zpk

@@ -1,0 +1,96 @@
+#include "helper/archive/ArchiveLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <fstream>
+#include <sstream>
+
+namespace zpk {
+namespace {
+
+struct LockOwner {
+  long process = 0;
+  std::string startTime;
+  std::string boot;
+};
+
+// Field 22 of the process's status line, counted behind the name, which may hold blanks and parentheses.
+std::string startTimeOf(long process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  const std::size_t nameEnd = line.rfind(')');
+  if (nameEnd == std::string::npos) return {};
+  std::istringstream fields(line.substr(nameEnd + 1));
+  std::string field;
+  for (int i = 3; i <= 22; ++i) fields >> field;
+  return field;
+}
+
+std::string bootOfMachine() {
+  std::ifstream file("/proc/sys/kernel/random/boot_id");
+  std::string boot;
+  file >> boot;
+  return boot;
+}
+
+LockOwner ourselves() {
+  return {::getpid(), startTimeOf(::getpid()), bootOfMachine()};
+}
+
+LockOwner readOwner(const OpenFile& file) {
+  std::array<char, 256> text{};
+  const ssize_t size = ::pread(file.fd.get(), text.data(), text.size(), 0);
+  LockOwner owner;
+  if (size > 0) {
+    std::istringstream fields(std::string(text.data(), static_cast<std::size_t>(size)));
+    fields >> owner.process >> owner.startTime >> owner.boot;
+  }
+  return owner;
+}
+
+// Whether the process that the record names still runs, as far as this machine can tell.
+bool isAlive(const LockOwner& owner) {
+  return owner.process > 0 && owner.boot == bootOfMachine() && !owner.startTime.empty() &&
+         startTimeOf(owner.process) == owner.startTime;
+}
+
+ArchiveError lockedError(const OpenFile& file, const LockOwner& owner) {
+  const std::string who = owner.process > 0 ? " (process " + std::to_string(owner.process) + ")" : "";
+  return {ArchiveFault::Locked, "Another program is writing this archive" + who, file.path, 0, 0};
+}
+
+ArchiveResult<Done> writeOwner(const OpenFile& file) {
+  const LockOwner owner = ourselves();
+  const std::string text = std::to_string(owner.process) + " " + owner.startTime + " " + owner.boot + "\n";
+  if (::ftruncate(file.fd.get(), 0) != 0) return writeError("The archive could not be locked", file.path, 0, errno);
+  return writeAt(file, 0, std::as_bytes(std::span(text)));
+}
+
+}  // namespace
+
+ArchiveResult<ArchiveLock> ArchiveLock::take(const OpenFile& package) {
+  OpenFile file{UniqueFd(::openat(package.fd.get(), fileName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
+                package.path + "/" + fileName};
+  if (!file.fd) return writeError("The archive could not be locked", file.path, 0, errno);
+  const bool hasKernelLock = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0;
+  if (!hasKernelLock) {
+    const LockOwner owner = readOwner(file);
+    if (errno == EWOULDBLOCK || isAlive(owner)) return lockedError(file, owner);
+  }
+  const ArchiveResult<Done> written = writeOwner(file);
+  if (!written) return written.error();
+  return ArchiveLock(std::move(file));
+}
+
+ArchiveLock::~ArchiveLock() {
+  // An empty record belongs to nobody; the file itself stays, because a waiting process may have it open.
+  if (_file.fd) [[maybe_unused]]
+    const int result = ::ftruncate(_file.fd.get(), 0);
+}
+
+}  // namespace zpk

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "helper/archive/Archive.h"
+
+namespace zpk {
+
+// A disk to back up and its description as it goes into the point's index. A partition whose `content` is not
+// NotStored is stored; whether as a whole or by its used clusters is found out from what is on it. Names of files
+// and `storedBytes` are filled in.
+struct BackupDisk {
+  std::string path;  // Block device or raw image file.
+  StoredDisk description;
+};
+
+struct BackupRequest {
+  std::vector<BackupDisk> disks;
+  std::string label;
+  std::int64_t creationTime = 0;  // Seconds since 1970, UTC.
+};
+
+// Called on the calling thread, about once for every MiB; never goes back, and `done` reaches `total` only once the
+// point is complete and durable.
+using BackupProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+// Makes a full backup point and gives its index. The archive is open for writing.
+//
+// Every stored partition is examined first; a source that is not fit to be read, an error of any read, write or
+// sync, and a raised `cancel` (answered within a second) end it with the archive as it was before.
+ArchiveResult<PointIndex> makeFullBackup(Archive& archive, const BackupRequest& request,
+                                         const BackupProgress& progress, const CancelFlag& cancel);
+
+}  // namespace zpk

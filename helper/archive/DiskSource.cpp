@@ -1,0 +1,47 @@
+#include "helper/archive/DiskSource.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace zpk {
+namespace {
+
+bool isAligned(const std::byte* memory, std::uint64_t offset, std::uint64_t size) {
+  return reinterpret_cast<std::uintptr_t>(memory) % DiskSource::alignment == 0 &&
+         offset % DiskSource::alignment == 0 && size % DiskSource::alignment == 0;
+}
+
+}  // namespace
+
+ArchiveResult<DiskSource> DiskSource::open(const std::string& path) {
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) return readError("The disk could not be opened", path, 0, errno);
+  const int exclusive = S_ISBLK(status.st_mode) ? O_EXCL : 0;
+  DiskSource source;
+  source._file = {UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | exclusive)), path};
+  if (!source._file.fd) {
+    if (errno == EBUSY) {
+      return ArchiveError{ArchiveFault::SourceUnfit, "The disk is in use; eject its volumes and try again", path, 0,
+                          0};
+    }
+    return readError("The disk could not be opened", path, 0, errno);
+  }
+  const ArchiveResult<std::uint64_t> size = sizeOf(source._file);
+  if (!size) return size.error();
+  source._size = *size;
+  source._direct = {UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_DIRECT)), path};
+  return source;
+}
+
+ArchiveResult<Done> DiskSource::read(std::uint64_t offset, std::span<std::byte> bytes) const {
+  if (_direct.fd && isAligned(bytes.data(), offset, bytes.size())) {
+    const ArchiveResult<Done> read = readAt(_direct, offset, bytes);
+    // A device with a coarser alignment refuses; anything else is the answer.
+    if (read || read.error().errorNumber != EINVAL) return read;
+  }
+  return readAt(_file, offset, bytes);
+}
+
+}  // namespace zpk

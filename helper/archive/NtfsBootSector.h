@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "helper/archive/Bytes.h"
+
+namespace zpk {
+
+// The shape of an NTFS volume as its boot sector tells it.
+struct NtfsGeometry {
+  std::uint32_t sectorSize = 0;
+  std::uint32_t clusterSize = 0;
+  std::uint64_t sectors = 0;  // Of the volume; its backup boot sector is the one behind them.
+
+  std::uint64_t clusters() const { return sectors / (clusterSize / sectorSize); }
+};
+
+bool looksLikeNtfs(ByteSpan bootSector);
+// A volume encrypted by Windows, of which only Windows knows the used clusters.
+bool looksEncryptedByWindows(ByteSpan bootSector);
+
+// Nothing when a field is impossible or the volume does not fit into `partitionSize` bytes. `bootSector` is at
+// least 512 bytes long.
+std::optional<NtfsGeometry> parseNtfsBootSector(ByteSpan bootSector, std::uint64_t partitionSize);
+
+}  // namespace zpk

@@ -1,0 +1,117 @@
+#include "helper/archive/SourceCheck.h"
+
+#include <string_view>
+
+#include "helper/archive/Bytes.h"
+#include "helper/archive/DiskSource.h"
+#include "helper/archive/FileAccess.h"
+#include "helper/archive/NtfsBootSector.h"
+#include "helper/process/ToolRunner.h"
+
+namespace zpk {
+namespace {
+
+// Exit statuses of ntfs-3g.probe, from its manual.
+constexpr int probeNotNtfs = 12;
+constexpr int probeInconsistent = 13;
+constexpr int probeHibernated = 14;
+constexpr int probeUnclean = 15;
+
+SourceFinding probeState(const ToolResult& result) {
+  if (result.end == ToolEnd::Cancelled) return {SourceState::Cancelled, {}};
+  if (result.end != ToolEnd::Exited) return {SourceState::Unreadable, result.errors};
+  switch (result.status) {
+    case 0:
+      return {SourceState::Fit, {}};
+    case probeNotNtfs:
+      return {SourceState::NotNtfs, result.errors};
+    case probeInconsistent:
+      return {SourceState::Inconsistent, result.errors};
+    case probeHibernated:
+      return {SourceState::Hibernated, result.errors};
+    case probeUnclean:
+      return {SourceState::Dirty, result.errors};
+    default:
+      return {SourceState::Unreadable, result.errors};
+  }
+}
+
+// ntfsresize has one exit status for every refusal; its words tell them apart.
+SourceFinding resizeState(const ToolResult& result) {
+  if (result.end == ToolEnd::Cancelled) return {SourceState::Cancelled, {}};
+  const std::string said = result.output + result.errors;
+  const auto says = [&said](std::string_view words) { return said.find(words) != std::string::npos; };
+  if (result.succeeded()) return {SourceState::Fit, {}};
+  if (says("scheduled for a check") || says("Volume is dirty") || says("was not shut down")) {
+    return {SourceState::Dirty, said};
+  }
+  if (says("is inconsistent") || says("Inconsistency") || says("is corrupt") || says("accounting")) {
+    return {SourceState::Inconsistent, said};
+  }
+  return {SourceState::Unreadable, said};
+}
+
+SourceFinding bootSectorState(const std::string& device) {
+  const ArchiveResult<DiskSource> disk = DiskSource::open(device);
+  if (!disk) return {SourceState::Unreadable, disk.error().text()};
+  ByteBuffer bootSector(512);
+  const ArchiveResult<Done> read = disk->read(0, bootSector);
+  if (!read) return {SourceState::Unreadable, read.error().text()};
+  if (looksEncryptedByWindows(bootSector)) return {SourceState::Encrypted, {}};
+  return {looksLikeNtfs(bootSector) ? SourceState::Fit : SourceState::NotNtfs, {}};
+}
+
+SourceFinding runProbe(const std::string& device, const CancelFlag& cancel) {
+  const auto result =
+      runTool({"/usr/bin/ntfs-3g.probe", {"--readwrite", device}, {}, ToolAccess::ReadsOnly, {}}, cancel);
+  return result ? probeState(*result) : SourceFinding{SourceState::Unreadable, result.error().text()};
+}
+
+SourceFinding runResize(const std::string& device, const CancelFlag& cancel) {
+  ToolCommand command{"/usr/sbin/ntfsresize",
+                      {"--info", "--no-action", "--no-progress-bar", device},
+                      {},
+                      ToolAccess::ReadsOnly,
+                      {}};
+  // It walks every file of the volume.
+  command.limits.wallClock = std::chrono::minutes(30);
+  command.limits.cpuSeconds = 30 * 60;
+  command.limits.memoryBytes = std::uint64_t{2} << 30U;
+  const auto result = runTool(command, cancel);
+  return result ? resizeState(*result) : SourceFinding{SourceState::Unreadable, result.error().text()};
+}
+
+}  // namespace
+
+std::string SourceFinding::sentence() const {
+  switch (state) {
+    case SourceState::Fit:
+    case SourceState::Cancelled:
+      return {};
+    case SourceState::Hibernated:
+      return "Windows is hibernated or was shut down with fast startup; start Windows, shut it down completely and "
+             "try "
+             "again";
+    case SourceState::Dirty:
+      return "The Windows volume was not closed cleanly; start Windows, let it check the volume, shut it down and "
+             "try "
+             "again";
+    case SourceState::Inconsistent:
+      return "The Windows volume is damaged; run \"chkdsk /f\" in Windows and try again";
+    case SourceState::Encrypted:
+      return "The Windows volume is encrypted; turn BitLocker off in Windows and try again";
+    case SourceState::NotNtfs:
+      return "The Windows volume holds no NTFS file system";
+    case SourceState::Unreadable:
+      return "The state of the Windows volume could not be found out";
+  }
+  return {};
+}
+
+SourceFinding checkNtfsSource(const std::string& device, const CancelFlag& cancel) {
+  SourceFinding finding = bootSectorState(device);
+  if (finding.isFit()) finding = runProbe(device, cancel);
+  return finding.isFit() ? runResize(device, cancel) : finding;
+}
+
+}  // namespace zpk

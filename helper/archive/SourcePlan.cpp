@@ -1,0 +1,103 @@
+#include "helper/archive/SourcePlan.h"
+
+#include "helper/archive/GptExtent.h"
+#include "helper/archive/NtfsBootSector.h"
+#include "helper/archive/PartitionDevice.h"
+#include "helper/archive/SourceCheck.h"
+#include "helper/archive/UsedClusters.h"
+
+namespace zpk {
+namespace {
+
+class Planner {
+ public:
+  Planner(SourcePlan& plan, const CancelFlag& cancel) : _plan(plan), _cancel(cancel) {}
+
+  ArchiveResult<Done> addTable() {
+    const ArchiveResult<GptExtent> table = readGptExtent(_plan.disk, _plan.description.sectorSize);
+    if (!table) return table.error();
+    ArchiveResult<Done> step = _plan.layout.addWhole(table->head);
+    if (step) step = _plan.layout.addWhole(table->tail);
+    return step;
+  }
+
+  ArchiveResult<Done> addPartition(StoredPartition& partition) {
+    if (partition.content == PartitionContent::NotStored) return Done{};
+    const std::uint64_t diskSize = _plan.disk.size();
+    if (partition.start > diskSize || partition.size > diskSize - partition.start || partition.size < 512) {
+      return unfit("A partition reaches beyond the end of its disk", partition);
+    }
+    const ByteRange range{partition.start, partition.start + partition.size};
+    ByteBuffer bootSector(512);
+    const ArchiveResult<Done> read = _plan.disk.read(range.start, bootSector);
+    if (!read) return read;
+    if (looksEncryptedByWindows(bootSector)) {
+      return unfit(SourceFinding{SourceState::Encrypted, {}}.sentence(), partition);
+    }
+    if (!looksLikeNtfs(bootSector)) {
+      partition.content = PartitionContent::Whole;
+      return _plan.layout.addWhole(range);
+    }
+    const std::optional<NtfsGeometry> geometry = parseNtfsBootSector(bootSector, range.size());
+    if (!geometry) return unfit(SourceFinding{SourceState::Inconsistent, {}}.sentence(), partition);
+    partition.content = PartitionContent::UsedClusters;
+    return addVolume(partition, range, *geometry);
+  }
+
+ private:
+  ArchiveResult<Done> addVolume(const StoredPartition& partition, ByteRange range, const NtfsGeometry& geometry) {
+    const ArchiveResult<PartitionDevice> device =
+        PartitionDevice::attach(_plan.disk, range, _plan.description.sectorSize);
+    if (!device) return device.error();
+    const SourceFinding finding = checkNtfsSource(device->path(), _cancel);
+    if (finding.state == SourceState::Cancelled) return cancelledError();
+    if (!finding.isFit()) return unfit(finding.sentence(), partition);
+    ArchiveResult<ClusterBitmap> used = readUsedClusters(device->path(), geometry, _cancel);
+    if (!used) return used.error();
+    ArchiveResult<Done> step = _plan.layout.addClusters(range.start, geometry.clusterSize, std::move(*used));
+    if (step) step = addBootSectorCopies(range, geometry);
+    return step;
+  }
+
+  // The copy of the boot sector lies behind the last cluster, where no bitmap reaches: right behind the volume,
+  // and, when the volume is smaller than its partition, perhaps at the end of the partition as well.
+  ArchiveResult<Done> addBootSectorCopies(ByteRange range, const NtfsGeometry& geometry) {
+    const std::uint64_t behindVolume = range.start + geometry.sectors * geometry.sectorSize;
+    const std::uint64_t last = range.end - geometry.sectorSize;
+    ArchiveResult<Done> step = Done{};
+    if (behindVolume <= last) step = _plan.layout.addWhole({behindVolume, behindVolume + geometry.sectorSize});
+    if (step && behindVolume + geometry.sectorSize <= last) step = _plan.layout.addWhole({last, range.end});
+    return step;
+  }
+
+  ArchiveError unfit(const std::string& message, const StoredPartition& partition) const {
+    const std::string name = partition.bsdName.empty() ? _plan.disk.path() : partition.bsdName;
+    return {ArchiveFault::SourceUnfit, message, name, 0, 0};
+  }
+
+  SourcePlan& _plan;
+  const CancelFlag& _cancel;
+};
+
+}  // namespace
+
+ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const CancelFlag& cancel) {
+  ArchiveResult<DiskSource> disk = DiskSource::open(source.path);
+  if (!disk) return disk.error();
+  if (disk->size() != source.description.size) {
+    return ArchiveError{ArchiveFault::SourceUnfit, "The disk is not the one that was described", source.path, 0, 0};
+  }
+  const std::uint64_t size = disk->size();
+  SourcePlan plan{std::move(*disk), DiskLayout(size), source.description};
+  Planner planner(plan, cancel);
+  ArchiveResult<Done> step = planner.addTable();
+  for (StoredPartition& partition : plan.description.partitions) {
+    if (step && cancel.isRequested()) step = cancelledError();
+    if (step) step = planner.addPartition(partition);
+  }
+  if (!step) return step.error();
+  plan.description.storedBytes = plan.layout.usedBytes();
+  return plan;
+}
+
+}  // namespace zpk

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "helper/archive/BackupOperation.h"
+#include "helper/archive/DiskLayout.h"
+#include "helper/archive/DiskSource.h"
+
+namespace zpk {
+
+// A disk that was examined and found fit: open, with what is to be stored of it and its description completed.
+struct SourcePlan {
+  DiskSource disk;
+  DiskLayout layout;
+  StoredDisk description;
+};
+
+// Opens the disk, finds the partition table's places and looks into every partition that is to be stored. Anything
+// that speaks against reading it is an error whose message tells what to do.
+ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const CancelFlag& cancel);
+
+}  // namespace zpk
