@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "records/TMBGUID.h"
 
 namespace zpk {
