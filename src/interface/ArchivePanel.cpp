@@ -1,0 +1,66 @@
+#include "interface/ArchivePanel.h"
+
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QStandardPaths>
+#include <QStringList>
+
+#include "interface/StaticTexts.h"
+
+namespace zpk {
+namespace {
+
+QStringList filtersOf(const ZPKArchiveSelector& selector, const Localization& localization) {
+  QStringList patterns;
+  for (const std::string& type : selector.allowedFileTypes())
+    patterns += QStringLiteral("*.") + QString::fromStdString(type);
+  return {localizedText(localization, "Backup archives") + QStringLiteral(" (%1)").arg(patterns.join(u' '))};
+}
+
+}  // namespace
+
+ArchivePanel::ArchivePanel(QWidget& window, std::shared_ptr<ZPKArchiveSelector> selector,
+                           const Localization& localization)
+    : QFileDialog(&window, localizedText(localization, "Where to keep the backups")),
+      _selector(std::move(selector)) {
+  setObjectName(QStringLiteral("archivePanel"));
+  setWindowFlag(Qt::Sheet);
+  setWindowModality(Qt::WindowModal);
+  setOption(QFileDialog::DontUseNativeDialog);
+  // An archive that exists is gone on with, not overwritten.
+  setOption(QFileDialog::DontConfirmOverwrite);
+  setAcceptMode(QFileDialog::AcceptSave);
+  setFileMode(QFileDialog::AnyFile);
+  setNameFilters(filtersOf(*_selector, localization));
+  setLabelText(QFileDialog::FileName, localizedText(localization, "&Name of the archive:"));
+  setLabelText(QFileDialog::Accept, localizedText(localization, "Choose"));
+  setLabelText(QFileDialog::Reject, localizedText(localization, "Cancel"));
+  setDirectory(QStandardPaths::writableLocation(QStandardPaths::HomeLocation));
+  selectFile(localizedText(localization, "Windows Backup"));
+  _selector->setSavePanel(this);
+}
+
+ArchivePanel::~ArchivePanel() {
+  _selector->setSavePanel(nullptr);
+}
+
+void ArchivePanel::accept() {
+  const QStringList files = selectedFiles();
+  if (files.isEmpty()) return;
+  const QFileInfo chosen(files.first());
+  const std::string path = chosen.absoluteFilePath().toStdString();
+  const bool package = !_selector->treatsFilePackagesAsDirectories() && _selector->hasAllowedFileType(path);
+  // A folder is gone into, unless it is an archive: that one is a file to the user.
+  if (chosen.isDir() && !package) return setDirectory(chosen.absoluteFilePath());
+  _selector->setURL(path);
+  // Held here: the action may drop the selector.
+  const std::shared_ptr<ZPKArchiveSelector> selector = _selector;
+  selector->ok();
+}
+
+void ArchivePanel::reject() {
+  const std::shared_ptr<ZPKArchiveSelector> selector = _selector;
+  selector->cancel();
+}
+
+}  // namespace zpk

@@ -1,0 +1,61 @@
+#include "interface/DisplayText.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zpk {
+namespace {
+
+constexpr char16_t kSymbolForNull = u'\u2400';
+constexpr char16_t kSymbolForDelete = u'\u2421';
+constexpr char16_t kSymbolForOther = u'\u2426';
+constexpr char16_t kEllipsis = u'\u2026';
+
+// The longest text in UTF-8 that can still matter: a character takes at most four bytes.
+std::string_view enough(std::string_view text, qsizetype limit) {
+  return text.substr(0, static_cast<std::size_t>(limit + 1) * 4);
+}
+
+// Characters that reorder or hide what stands around them: marks, embeddings, overrides, isolates, separators.
+bool changesDirectionOrHides(char16_t c) {
+  return c == 0x061C || (c >= 0x200B && c <= 0x200F) || (c >= 0x2028 && c <= 0x202E) ||
+         (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF;
+}
+
+char16_t shown(char16_t c) {
+  if (c < 0x20) return static_cast<char16_t>(kSymbolForNull + c);
+  if (c == 0x7F) return kSymbolForDelete;
+  if (c < 0xA0 && c >= 0x80) return kSymbolForOther;
+  return changesDirectionOrHides(c) ? kSymbolForOther : c;
+}
+
+enum class LineEnds { symbols, kept };
+
+QString shownText(std::string_view utf8, qsizetype limit, LineEnds lineEnds) {
+  const std::string_view part = enough(utf8, limit);
+  QString text = QString::fromUtf8(part.data(), static_cast<qsizetype>(part.size()));
+  if (text.size() > limit) {
+    const bool splitsPair = text.at(limit - 2).isHighSurrogate();
+    text.truncate(limit - (splitsPair ? 2 : 1));
+    text += QChar(kEllipsis);
+  }
+  const bool clean = std::none_of(std::as_const(text).begin(), std::as_const(text).end(),
+                                  [](QChar c) { return shown(c.unicode()) != c.unicode(); });
+  if (clean) return text;
+  for (QChar& c : text) {
+    if (lineEnds == LineEnds::symbols || c != u'\n') c = QChar(shown(c.unicode()));
+  }
+  return text;
+}
+
+}  // namespace
+
+QString displayText(std::string_view text, qsizetype limit) {
+  return shownText(text, limit, LineEnds::symbols);
+}
+
+QString displayParagraph(std::string_view text, qsizetype limit) {
+  return shownText(text, limit, LineEnds::kept);
+}
+
+}  // namespace zpk

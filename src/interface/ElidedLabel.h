@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QLabel>
+
+namespace zpk {
+
+// One line of plain text that ends in an ellipsis when it does not fit, with the whole text as its tool tip then.
+//
+// Text from outside belongs in here: markup in it stays text, and however long it is, it never widens the window.
+class ElidedLabel final : public QLabel {
+ public:
+  // `secondary` is fainter, for what explains the primary text beside it; `caption` also smaller.
+  enum class Role { primary, secondary, caption };
+
+  explicit ElidedLabel(QWidget* parent = nullptr);
+
+  void setRole(Role role);
+  // Where the ellipsis stands: at the end unless told otherwise (paths are known by both ends).
+  void setElideMode(Qt::TextElideMode mode);
+  void setPlainText(const QString& text);
+
+  QSize minimumSizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  void updateToolTip();
+
+  Role _role = Role::primary;
+  Qt::TextElideMode _elideMode = Qt::ElideRight;
+};
+
+}  // namespace zpk

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+#include <optional>
+
+#include "interface/Icons.h"
+#include "interface/Sheet.h"
+
+class QLabel;
+class QVBoxLayout;
+
+namespace zpk {
+
+// A sheet that says one thing and offers at most two answers: the error, the confirmations, the helper's being
+// busy.
+class MessageSheet : public Sheet {
+ public:
+  struct Answer {
+    QString title;
+    std::function<void()> action;
+  };
+  struct Message {
+    Symbol symbol = Symbol::warning;
+    QString title;  // one short sentence
+    QString text;   // plain; several lines when need be
+    std::optional<Answer> accept;
+    std::optional<Answer> cancel;  // also Esc
+  };
+
+  MessageSheet(QWidget& window, const Message& message);
+
+  void setText(const QString& text);
+
+ protected:
+  // Where a subclass puts controls of its own: below the text.
+  QVBoxLayout& contents() { return *_contents; }
+
+ private:
+  void addAnswers(QVBoxLayout& whole, const Message& message);
+
+  QLabel* _text;
+  QVBoxLayout* _contents;
+};
+
+}  // namespace zpk

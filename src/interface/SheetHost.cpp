@@ -1,0 +1,137 @@
+#include "interface/SheetHost.h"
+
+#include <QDialog>
+#include <QProgressBar>
+#include <QVBoxLayout>
+#include <variant>
+
+#include "interface/ArchivePanel.h"
+#include "interface/DisksListSheet.h"
+#include "interface/DisplayText.h"
+#include "interface/LabelSheet.h"
+#include "interface/MessageSheet.h"
+#include "interface/StaticTexts.h"
+
+namespace zpk {
+namespace {
+
+constexpr qsizetype kErrorTextLimit = 2000;
+
+class BusySheet final : public MessageSheet {
+ public:
+  BusySheet(QWidget& window, const Message& message) : MessageSheet(window, message) {
+    auto* bar = new QProgressBar(this);
+    bar->setRange(0, 0);
+    bar->setTextVisible(false);
+    bar->setAccessibleName(message.title);
+    contents().addWidget(bar);
+  }
+};
+
+}  // namespace
+
+SheetHost::SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Localization& localization,
+                     const ImageLoader& images)
+    : _window(window), _controller(controller), _localization(localization), _images(images) {}
+
+SheetHost::~SheetHost() = default;
+
+QDialog* SheetHost::currentSheet() const {
+  return _sheet;
+}
+
+void SheetHost::beginSheet(const SheetWindow& window) {
+  _sheet = makeSheet(window);
+  if (!_sheet) return;
+  _sheet->open();
+  if (auto* sheet = dynamic_cast<Sheet*>(_sheet.data())) sheet->shown();
+}
+
+void SheetHost::endSheet(const SheetWindow& /*window*/) {
+  _bindings.clear();
+  QDialog* sheet = _sheet;
+  _sheet = nullptr;
+  if (!sheet) return;
+  sheet->hide();
+  // Later, since one of its own buttons may be sending the action that ends it.
+  sheet->deleteLater();
+}
+
+QDialog* SheetHost::makeSheet(const SheetWindow& window) {
+  if (const auto* outlet = std::get_if<SheetOutlet>(&window)) return makeOutlet(*outlet);
+  if (const auto* chooser = std::get_if<std::shared_ptr<ZPKDisksListWindow>>(&window)) {
+    return new DisksListSheet(_window, *chooser, _localization, _images);
+  }
+  if (const auto* selector = std::get_if<std::shared_ptr<ZPKArchiveSelector>>(&window)) {
+    return new ArchivePanel(_window, *selector, _localization);
+  }
+  return nullptr;
+}
+
+QDialog* SheetHost::makeOutlet(SheetOutlet outlet) {
+  switch (outlet) {
+    case SheetOutlet::updateInfoWindow:
+      return makeUpdateInfo();
+    case SheetOutlet::errorDescriptionWindow:
+      return makeErrorDescription();
+    case SheetOutlet::arcNotFromSourceWindow:
+      return makeArcNotFromSource();
+    case SheetOutlet::mergeConfirmationWindow:
+      return makeMergeConfirmation();
+    case SheetOutlet::incrementLabelWindow:
+      return new LabelSheet(_window, _controller, _localization);
+  }
+  return nullptr;
+}
+
+// Nothing to answer: it goes when the helper is ready.
+QDialog* SheetHost::makeUpdateInfo() {
+  return new BusySheet(
+      _window, {.symbol = Symbol::disk,
+                .title = localizedText(_localization, "The helper is busy"),
+                .text = localizedText(_localization, "Disks and archive are being read. This takes a moment."),
+                .accept = std::nullopt,
+                .cancel = std::nullopt});
+}
+
+QDialog* SheetHost::makeErrorDescription() {
+  auto* sheet =
+      new MessageSheet(_window, {.symbol = Symbol::error,
+                                 .title = localizedText(_localization, "The operation could not be completed"),
+                                 .text = {},
+                                 .accept = std::nullopt,
+                                 .cancel = MessageSheet::Answer{localizedText(_localization, "&OK"),
+                                                                [this] { _controller.sheetCancelAction(); }}});
+  _bindings.bind(_controller, "errorDescription", [this, sheet] {
+    sheet->setText(displayParagraph(_controller.errorDescription(), kErrorTextLimit));
+  });
+  return sheet;
+}
+
+QDialog* SheetHost::makeArcNotFromSource() {
+  return new MessageSheet(
+      _window, {.symbol = Symbol::warning,
+                .title = localizedText(_localization, "This archive was made from another disk"),
+                .text = localizedText(
+                    _localization,
+                    "Backing up adds a backup point of the chosen disk to it. The backup points of the other "
+                    "disk stay as they are."),
+                .accept = MessageSheet::Answer{localizedText(_localization, "&Back Up Anyway"),
+                                               [this] { _controller.backupOntoForeignArchive(); }},
+                .cancel = MessageSheet::Answer{localizedText(_localization, "&Cancel"),
+                                               [this] { _controller.sheetCancelAction(); }}});
+}
+
+QDialog* SheetHost::makeMergeConfirmation() {
+  return new MessageSheet(
+      _window,
+      {.symbol = Symbol::warning,
+       .title = localizedText(_localization, "Merge this backup point into the one before it?"),
+       .text = localizedText(_localization, "The older of the two can then no longer be restored on its own."),
+       .accept =
+           MessageSheet::Answer{localizedText(_localization, "&Merge"), [this] { _controller.sheetOKAction(); }},
+       .cancel = MessageSheet::Answer{localizedText(_localization, "&Cancel"),
+                                      [this] { _controller.sheetCancelAction(); }}});
+}
+
+}  // namespace zpk

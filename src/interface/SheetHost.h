@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <memory>
+
+#include "base/Image.h"
+#include "base/Localization.h"
+#include "interface/Binding.h"
+#include "mainwindow/SheetPresenter.h"
+#include "mainwindow/ZPKUIDaemonController.h"
+
+class QDialog;
+
+namespace zpk {
+
+// Makes the sheets and puts them over the main window. A sheet is made when it is begun and gone when it is ended.
+class SheetHost final : public SheetPresenter {
+ public:
+  SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Localization& localization,
+            const ImageLoader& images);
+  ~SheetHost() override;
+
+  void beginSheet(const SheetWindow& window) override;
+  void endSheet(const SheetWindow& window) override;
+
+  // The sheet now over the window; null for none.
+  QDialog* currentSheet() const;
+
+ private:
+  QDialog* makeSheet(const SheetWindow& window);
+  QDialog* makeOutlet(SheetOutlet outlet);
+  QDialog* makeUpdateInfo();
+  QDialog* makeErrorDescription();
+  QDialog* makeArcNotFromSource();
+  QDialog* makeMergeConfirmation();
+
+  QWidget& _window;
+  ZPKUIDaemonController& _controller;
+  const Localization& _localization;
+  const ImageLoader& _images;
+  QPointer<QDialog> _sheet;
+  Bindings _bindings;
+};
+
+}  // namespace zpk

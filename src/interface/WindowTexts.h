@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+
+#include "base/Localization.h"
+#include "interface/UsageBar.h"
+#include "mainwindow/ZPKUIDaemonController.h"
+
+namespace zpk {
+
+// What the main window says, as functions of its controller's properties. Texts are ready to be shown.
+
+// The Windows disk to protect: "NTFS, 120 GB" / "80 GB used, 40 GB free".
+QString sourceDetailText(const Dictionary& sourceInfo, const Localization& localization);
+QString sourceUsageText(const Dictionary& sourceInfo, const Localization& localization);
+std::optional<UsageBar::Usage> sourceUsage(const Dictionary& sourceInfo);
+
+// Whether a backup can be started, or what to do first.
+QString readinessText(const ZPKUIDaemonController& controller, const Localization& localization);
+// Since when the disk is protected: "Last backup: …   First backup: …"; empty when nothing is known.
+QString historyText(const ZPKUIDaemonController& controller, const Localization& localization);
+
+// "Office PC → Backups"; empty when either end is unknown.
+QString routeText(const ZPKUIDaemonController& controller);
+// "Elapsed 00:01:05   Remaining 00:03:10".
+QString timesText(const ZPKUIDaemonController& controller, const Localization& localization);
+
+// What is wrong with the link to the helper; empty when nothing is.
+QString linkTroubleText(const ZPKUIDaemonController& controller, const Localization& localization);
+
+}  // namespace zpk
