@@ -184,9 +184,9 @@ TEST_P(EveryCommand, WhoseHelperDiesMidReplyIsLoggedAndGivesNothing) {
 
 TEST_P(EveryCommand, LetsAnyOtherExceptionPass) {
   ZPKDaemon& link = connectedDaemon();
-  world.helper().whenCalled(GetParam().name, [] { throw std::out_of_range("not the link's"); });
+  world.helper().whenCalled(GetParam().name, [] { throw std::runtime_error("not the link's"); });
   world.log.clear();
-  EXPECT_THROW(GetParam().send(link), std::out_of_range);
+  EXPECT_THROW(GetParam().send(link), std::runtime_error);
   EXPECT_TRUE(world.log.lines().empty());
   EXPECT_EQ(world.loop.pendingCount(), 0u);
 }
