@@ -1,0 +1,38 @@
+// The program's entry point.
+
+#include <QApplication>
+#include <cstdio>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "app/Composition.h"
+#include "app/ProgramOptions.h"
+
+namespace {
+
+constexpr int kUsageMistake = 2;
+
+int runWindow(const zpk::RunWindow& options, int argc, char** argv) {
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("ZPK"));
+  QApplication::setApplicationVersion(QStringLiteral(ZPK_VERSION));
+  zpk::Composition program(
+      {.which = options.sessionBus ? zpk::WhichBus::session : zpk::WhichBus::system, .address = {}});
+  program.show();
+  program.run();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const zpk::ProgramOptions options = zpk::programOptions({argv + (argc > 0 ? 1 : 0), argv + argc});
+  if (const auto* mistake = std::get_if<zpk::UsageMistake>(&options)) {
+    std::fprintf(stderr, "zpk: %s\n", mistake->message.c_str());
+    return kUsageMistake;
+  }
+  if (std::holds_alternative<zpk::ShowHelp>(options)) return std::fputs(zpk::programHelp().c_str(), stdout) < 0;
+  if (std::holds_alternative<zpk::ShowVersion>(options)) return std::puts("zpk " ZPK_VERSION) < 0;
+  return runWindow(std::get<zpk::RunWindow>(options), argc, argv);
+}
