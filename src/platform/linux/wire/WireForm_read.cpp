@@ -11,6 +11,9 @@
 namespace zpk {
 namespace {
 
+// A record of this program has about as many keys; more cost one move.
+constexpr std::size_t kUsualKeyCount = 16;
+
 // Reads one dictionary. What each step gives is nothing after the first failure, which is kept.
 //
 // Only what a peer may vary is looked up (the type inside a variant, a pointer into the message); everything else
@@ -23,6 +26,7 @@ class Reader {
     _meter.array(8);
     if (!enterLevel() || !enter('a', "{sv}")) return std::nullopt;
     std::vector<Dictionary::Entry> entries;
+    entries.reserve(kUsualKeyCount);
     while (const std::optional<bool> more = entry(entries)) {
       if (*more) continue;
       _meter.leaveLevel();
