@@ -42,10 +42,9 @@ SourceFinding resizeState(const ToolResult& result) {
   const std::string said = result.output + result.errors;
   const auto says = [&said](std::string_view words) { return said.find(words) != std::string::npos; };
   if (result.succeeded()) return {SourceState::Fit, {}};
-  if (says("scheduled for a check") || says("Volume is dirty") || says("was not shut down")) {
-    return {SourceState::Dirty, said};
-  }
-  if (says("is inconsistent") || says("Inconsistency") || says("is corrupt") || says("accounting")) {
+  if (says("hibernated")) return {SourceState::Hibernated, said};
+  if (says("scheduled for check") || says("journal file is unclean")) return {SourceState::Dirty, said};
+  if (says("NTFS is inconsistent") || says("Corrupt") || says("check failed")) {
     return {SourceState::Inconsistent, said};
   }
   return {SourceState::Unreadable, said};

@@ -4,10 +4,10 @@
 
 #include <map>
 
-#include "helper/archive/TestFiles.h"
 #include "helper/archive/Qcow2Format.h"
 #include "helper/archive/Qcow2Reader.h"
 #include "helper/archive/Qcow2Writer.h"
+#include "helper/archive/TestFiles.h"
 
 namespace zpk {
 namespace {

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/landlock.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -199,6 +201,20 @@ TEST(ToolRunner, AReadingToolHasNoCapabilityButReading) {
   } else {
     EXPECT_EQ(result.output, "CapEff:\t0000000000000000\nNoNewPrivs:\t1\n");
   }
+}
+
+TEST(ToolRunner, AReadingToolChangesNoFileEvenOfItsOwnUser) {
+  if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) < 1) {
+    GTEST_SKIP() << "this kernel cannot forbid it";
+  }
+  const std::string path = temporaryPath("precious");
+  std::ofstream(path) << "content";
+  EXPECT_FALSE(runAlone(shell("echo x > " + path)).succeeded());
+  EXPECT_FALSE(runAlone(shell("rm " + path)).succeeded());
+  EXPECT_FALSE(runAlone(shell("echo x > " + path + "-new")).succeeded());
+  EXPECT_TRUE(runAlone(shell("cat " + path + " > /dev/null")).succeeded());
+  EXPECT_EQ(contentOf(path), "content");
+  ::unlink(path.c_str());
 }
 
 TEST(ToolRunner, ManyRunsLeakNoDescriptor) {
