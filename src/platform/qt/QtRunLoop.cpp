@@ -1,5 +1,6 @@
 #include "platform/qt/QtRunLoop.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QSocketNotifier>
@@ -47,17 +48,27 @@ struct QtRunLoop::Watch {
 class QtRunLoop::ModeScope {
  public:
   ModeScope(QtRunLoop& loop, std::string_view mode) : _loop(loop) {
+    const bool wasDefault = isDefault();
     _loop._modes.emplace_back(mode);
-    _loop.armTimer();
+    modeChanged(wasDefault);
   }
   ModeScope(const ModeScope&) = delete;
   ModeScope& operator=(const ModeScope&) = delete;
   ~ModeScope() {
+    const bool wasDefault = isDefault();
     _loop._modes.pop_back();
-    _loop.armTimer();
+    modeChanged(wasDefault);
   }
 
  private:
+  bool isDefault() const { return _loop.currentMode() == kDefaultRunLoopMode; }
+
+  void modeChanged(bool wasDefault) {
+    _loop.armTimer();
+    // Qt's dispatcher over GLib forgets about the input that it held back, until something else wakes it up.
+    if (!wasDefault && isDefault()) QAbstractEventDispatcher::instance()->wakeUp();
+  }
+
   QtRunLoop& _loop;
 };
 
