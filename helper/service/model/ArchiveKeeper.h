@@ -31,7 +31,7 @@ using ArchiveView = std::variant<NoArchiveFolder, NoArchiveYet, UnreadableArchiv
 
 bool sameView(const ArchiveView& a, const ArchiveView& b);
 
-struct BackupRequest {
+struct BackupOrder {
   std::shared_ptr<const ZPKDisk> disk;  // A disk with a Windows side.
   std::string archivePath;
   bool checkFileSystem = true;  // Also refuse a file system that is merely inconsistent or was not shut down.
@@ -55,7 +55,7 @@ class ArchiveKeeper {
 
   // Makes a backup point; makes the archive where there is none yet. Tells its progress to `board`. Ends within a
   // second of a request to stop.
-  virtual BackupOutcome backup(const BackupRequest& request, OperationBoard& board, const CancelFlag& cancel) = 0;
+  virtual BackupOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) = 0;
 };
 
 }  // namespace zpk

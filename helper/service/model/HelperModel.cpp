@@ -208,8 +208,8 @@ void HelperModel::read(bool announce) {
   _reading = true;
   startSlowAlarm();
   onWorker<Reading>(
-      [&parts = _parts, path = _facts.settings.archivePath.value_or("")] {
-        return Reading{parts.disks.scan(), path, path.empty() ? ArchiveView() : parts.archives.look(path)};
+      [&disks = _parts.disks, &archives = _parts.archives, path = _facts.settings.archivePath.value_or("")] {
+        return Reading{disks.scan(), path, path.empty() ? ArchiveView() : archives.look(path)};
       },
       [this](const Reading& reading) { readDone(reading); });
 }
@@ -223,7 +223,10 @@ void HelperModel::readDone(const Reading& reading) {
   // The path may have been set anew since, and then that command has looked there by itself.
   const bool sameArchive =
       reading.path != _facts.settings.archivePath.value_or("") || sameView(reading.archive, _facts.archive);
-  if (!sameArchive) _facts.archive = reading.archive;
+  if (!sameArchive) {
+    _facts.archive = reading.archive;
+    if (const auto* bad = std::get_if<UnreadableArchive>(&_facts.archive)) _parts.log.line("ZPKH::" + bad->reason);
+  }
   const bool again = _readAgain && !_operation;
   const bool asked = !again && std::exchange(_announceRead, false);
   if (again) read(false);

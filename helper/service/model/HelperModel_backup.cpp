@@ -63,7 +63,7 @@ void HelperModel::startBackup(std::shared_ptr<const ZPKDisk> disk) {
     BackupOutcome outcome;
     ArchiveView archive;
   };
-  BackupRequest request{std::move(disk), *_facts.settings.archivePath, _facts.settings.checkFileSystem};
+  BackupOrder request{std::move(disk), *_facts.settings.archivePath, _facts.settings.checkFileSystem};
   onWorker<End>(
       [&archives = _parts.archives, request = std::move(request), shared = _operation->shared] {
         BackupOutcome outcome = archives.backup(request, shared->board, shared->cancel);

@@ -125,7 +125,7 @@ inline PresentArchive archiveWith(std::size_t points, const std::string& source 
 // Everything a model needs, under the test's hand. Nothing moves but by `settle` and `advance`.
 class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsStore, public Log {
  public:
-  using BackupBody = std::function<BackupOutcome(const BackupRequest&, OperationBoard&, const CancelFlag&)>;
+  using BackupBody = std::function<BackupOutcome(const BackupOrder&, OperationBoard&, const CancelFlag&)>;
 
   Disks scan() override {
     ++scans;
@@ -135,7 +135,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
     const auto found = archives.find(path);
     return found == archives.end() ? ArchiveView(NoArchiveFolder{}) : found->second;
   }
-  BackupOutcome backup(const BackupRequest& request, OperationBoard& board, const CancelFlag& cancel) override {
+  BackupOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) override {
     requests.push_back(request);
     return body(request, board, cancel);
   }
@@ -193,12 +193,12 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
 
   Disks disks{windowsDisk(), windowsDisk(kOtherDisk, 2), macDisk()};
   std::map<std::string, ArchiveView> archives{{kArchive, NoArchiveYet{}}};
-  BackupBody body = [](const BackupRequest&, OperationBoard&, const CancelFlag&) { return BackupDone{}; };
+  BackupBody body = [](const BackupOrder&, OperationBoard&, const CancelFlag&) { return BackupDone{}; };
   bool saveFails = false;
 
   int scans = 0;
   int readyCalls = 0;
-  std::vector<BackupRequest> requests;
+  std::vector<BackupOrder> requests;
   std::vector<HelperSettings> saved;
   std::vector<std::string> lines;
   std::vector<Announced> announced;

@@ -1,0 +1,148 @@
+#include "helper/service/ArchiveRecords.h"
+
+#include <utility>
+
+#include "records/RLDArcDisk.h"
+#include "records/RLDArcPartition.h"
+#include "records/RLDArchiveItem.h"
+#include "records/RLDPartition.h"
+
+namespace zpk {
+namespace {
+
+std::optional<std::string> textOrNothing(const std::string& text) {
+  return text.empty() ? std::nullopt : std::optional(text);
+}
+
+bool isWindowsSide(const RLDPartition& partition) {
+  if (partition.partType() == 0) return false;
+  switch (gptTypeOf(partition.gptTypeGUID())) {
+    case TMBGPTType::MicrosoftBasicData:
+    case TMBGPTType::MicrosoftReserved:
+    case TMBGPTType::WindowsRecovery:
+      return true;
+    case TMBGPTType::Unknown:
+    case TMBGPTType::EFISystem:
+    case TMBGPTType::AppleHFSPlus:
+    case TMBGPTType::AppleBoot:
+    case TMBGPTType::AppleCoreStorage:
+    case TMBGPTType::AppleRAID:
+    case TMBGPTType::AppleRAIDOffline:
+      break;
+  }
+  return false;
+}
+
+GuidBytes bytesOf(const std::optional<TMBGUID>& guid) {
+  GuidBytes bytes{};
+  if (guid) guid->copyBytes(bytes);
+  return bytes;
+}
+
+StoredPartition storedPartition(const RLDPartition& partition) {
+  StoredPartition stored;
+  stored.number = partition.partNumber();
+  stored.start = partition.partStart();
+  stored.end = partition.partEnd();
+  stored.size = partition.partSize();
+  stored.minSize = partition.partMinSize();
+  stored.maxSize = partition.partMaxSize();
+  stored.usedSize = partition.partUsedSize();
+  stored.type = partition.partType();
+  stored.typeGuid = bytesOf(partition.gptTypeGUID());
+  stored.fileSystemType = partition.fileSystemType();
+  stored.name = partition.name().value_or("");
+  stored.bsdName = partition.bsdName().value_or("");
+  stored.serialNumber = partition.serialNumber().textOr("");
+  stored.isResizable = partition.isResizable();
+  stored.isSystem = partition.isSystem();
+  stored.content = isWindowsSide(partition) ? PartitionContent::Whole : PartitionContent::NotStored;
+  return stored;
+}
+
+std::shared_ptr<const RLDPartition> partitionRecord(const StoredPartition& stored, const StoredDisk& disk,
+                                                    const std::string& indexPath) {
+  RLDPartition::Fields fields;
+  fields.isResizable = stored.isResizable;
+  fields.isSystem = stored.isSystem;
+  fields.partNumber = stored.number;
+  fields.diskNumber = disk.number;
+  fields.sectorSize = disk.sectorSize;
+  fields.partSize = stored.size;
+  fields.partMinSize = stored.minSize;
+  fields.partMaxSize = stored.maxSize;
+  fields.partUsedSize = stored.usedSize;
+  fields.partStart = stored.start;
+  fields.partEnd = stored.end;
+  fields.partType = stored.type;
+  fields.gptTypeGUID = TMBGUID::GUIDWithBytes(stored.typeGuid);
+  if (!stored.serialNumber.empty()) fields.serialNumber = Value(stored.serialNumber);
+  fields.fileSystemType = stored.fileSystemType;
+  fields.name = textOrNothing(stored.name);
+  fields.bsdName = textOrNothing(stored.bsdName);
+  return std::make_shared<const RLDArcPartition>(std::move(fields), indexPath);
+}
+
+std::shared_ptr<const RLDArcDisk> diskRecord(const StoredDisk& stored, const std::string& indexPath) {
+  RecordList<RLDPartition> partitions;
+  for (const StoredPartition& partition : stored.partitions) {
+    if (partition.content == PartitionContent::NotStored) continue;
+    partitions.push_back(partitionRecord(partition, stored, indexPath));
+  }
+  RLDDisk::Fields fields;
+  fields.diskNumber = stored.number;
+  fields.sectorSize = stored.sectorSize;
+  fields.diskSize = stored.size;
+  fields.diskMinSize = stored.minSize;
+  fields.name = textOrNothing(stored.name);
+  fields.gptID = TMBGUID::GUIDWithBytes(stored.gptId);
+  fields.partitions = std::move(partitions);
+  fields.partitioningSchemes = stored.partitioningSchemes;
+  fields.bsdName = textOrNothing(stored.bsdName);
+  return std::make_shared<const RLDArcDisk>(std::move(fields), indexPath);
+}
+
+std::shared_ptr<const RLDArchiveItem> itemRecord(const PointIndex& point, std::size_t index,
+                                                 const std::string& indexPath) {
+  RecordList<RLDArcDisk> disks;
+  for (const StoredDisk& disk : point.disks) disks.push_back(diskRecord(disk, indexPath));
+  RLDArchiveItem::Fields fields;
+  fields.isPinned = point.isPinned;
+  fields.arcIndex = static_cast<std::uint32_t>(index);
+  fields.creationDate = Date{static_cast<double>(point.creationTime)};
+  fields.disks = std::move(disks);
+  fields.indexFilePath = indexPath;
+  fields.name = textOrNothing(point.label);
+  return std::make_shared<const RLDArchiveItem>(std::move(fields));
+}
+
+}  // namespace
+
+ArchiveResult<std::shared_ptr<const RLDArchive>> archiveRecord(const Archive& archive) {
+  RecordList<RLDArchiveItem> items;
+  for (std::size_t i = 0; i < archive.index().points.size(); ++i) {
+    const ArchiveResult<PointIndex> point = archive.readPoint(i);
+    if (!point) return point.error();
+    items.push_back(itemRecord(*point, i, archive.pointIndexPath(i)));
+  }
+  RLDArchive::Fields fields;
+  fields.items = std::move(items);
+  fields.indexFilePath = archive.path() + "/" + Archive::indexName;
+  return std::make_shared<const RLDArchive>(std::move(fields));
+}
+
+StoredDisk storedDisk(const ZPKDisk& disk) {
+  StoredDisk stored;
+  stored.number = disk.diskNumber();
+  stored.sectorSize = disk.sectorSize();
+  stored.size = disk.diskSize();
+  stored.minSize = disk.diskMinSize();
+  stored.partitioningSchemes = disk.partitioningSchemes();
+  stored.gptId = bytesOf(disk.gptID());
+  stored.name = disk.name().value_or("");
+  stored.bsdName = disk.bsdName().value_or("");
+  for (const auto& partition : disk.partitions()) stored.partitions.push_back(storedPartition(*partition));
+  return stored;
+}
+
+}  // namespace zpk

@@ -1,0 +1,184 @@
+#include "helper/service/EngineArchives.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+#include "app/presentation/ByteSizeString.h"
+#include "helper/archive/BackupOperation.h"
+#include "helper/service/ArchiveRecords.h"
+
+namespace zpk {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder in which an archive can be made: nothing is in it but what an archive that came to nothing leaves.
+bool isFreeFolder(const std::string& path) {
+  std::error_code error;
+  for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    if (name != ArchiveLock::fileName && !name.starts_with(".zpk-save-")) return false;
+  }
+  return !error;
+}
+
+bool isFault(const ArchiveError& error, ArchiveFault fault) {
+  return error.fault == fault;
+}
+
+// For people: the engine's sentence, with its full stop.
+std::string sentence(const ArchiveError& error) {
+  std::string text =
+      isFault(error, ArchiveFault::SourceUnfit) ? error.message + " (" + error.path + ")" : error.text();
+  if (!text.ends_with('.')) text += '.';
+  return text;
+}
+
+// "1 h 02 min", "2 min 05 s", "7 s"
+std::string duration(double seconds) {
+  const auto whole = static_cast<unsigned long>(seconds + 0.5);
+  char text[48];
+  if (whole >= 3600) {
+    std::snprintf(text, sizeof text, "%lu h %02lu min", whole / 3600, whole / 60 % 60);
+  } else if (whole >= 60) {
+    std::snprintf(text, sizeof text, "%lu min %02lu s", whole / 60, whole % 60);
+  } else {
+    std::snprintf(text, sizeof text, "%lu s", whole);
+  }
+  return text;
+}
+
+// Tells the board how far a backup is, with a line for every tenth.
+class Narrator {
+ public:
+  explicit Narrator(OperationBoard& board) : _board(board) {}
+
+  void progress(std::uint64_t done, std::uint64_t total) {
+    _board.setProgress(done, total);
+    if (_total == 0 && total != 0) {
+      _total = total;
+      _began = std::chrono::steady_clock::now();
+      _board.line("Reading " + byteSizeString(total) + " that are in use");
+    }
+    const std::uint64_t tenth =
+        total == 0 ? 0 : static_cast<std::uint64_t>(10.0 * static_cast<double>(done) / static_cast<double>(total));
+    if (tenth > _tenth && tenth < 10) _board.line(std::to_string(tenth * 10) + " % read, " + byteSizeString(done));
+    _tenth = std::max(_tenth, tenth);
+  }
+
+  std::string account() const {
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - _began;
+    const double rate = static_cast<double>(_total) / std::max(took.count(), 0.001);
+    return byteSizeString(_total) + " in " + duration(took.count()) + ", " +
+           byteSizeString(static_cast<std::uint64_t>(rate)) + " a second";
+  }
+
+ private:
+  OperationBoard& _board;
+  std::uint64_t _total = 0;
+  std::uint64_t _tenth = 0;
+  std::chrono::steady_clock::time_point _began = std::chrono::steady_clock::now();
+};
+
+// One run of a backup: the archive that it writes to, and what becomes of it.
+class Run {
+ public:
+  Run(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel)
+      : _order(order), _board(board), _cancel(cancel), _time(static_cast<std::int64_t>(std::time(nullptr))) {}
+
+  BackupOutcome run() {
+    const std::string name = _order.disk->name().value_or("the disk");
+    _board.line("Backing up \"" + name + "\" to " + _order.archivePath);
+    ArchiveResult<Archive> archive = openOrCreate();
+    if (!archive) return failed(archive.error());
+    ArchiveResult<PointIndex> point = makePoint(*archive);
+    if (!point) {
+      // The archive is given back before its folder can go.
+      const bool isEmpty = archive->index().points.empty();
+      { const Archive closed = std::move(*archive); }
+      if (isEmpty) removeEmpty();
+      return failed(point.error());
+    }
+    return BackupDone{};
+  }
+
+ private:
+  ArchiveResult<Archive> openOrCreate() {
+    ArchiveResult<Archive> archive = Archive::openForWriting(_order.archivePath);
+    if (archive) {
+      if (!archive->index().points.empty()) return archive;
+      // Left by a backup that was cut off; it may bear another disk's name.
+      { const Archive closed = std::move(*archive); }
+      removeEmpty();
+    } else if (!isFault(archive.error(), ArchiveFault::NotFound) && !isFreeFolder(_order.archivePath)) {
+      return archive;
+    }
+    _board.line("Making a new archive");
+    const auto& disk = *_order.disk;
+    return Archive::create(_order.archivePath, {disk.gptID() ? disk.gptID()->stringValue() : std::string(),
+                                                disk.name().value_or(""), _time});
+  }
+
+  ArchiveResult<PointIndex> makePoint(Archive& archive) {
+    _board.line("Examining the Windows side");
+    Narrator narrator(_board);
+    const auto progress = [&](std::uint64_t done, std::uint64_t total) { narrator.progress(done, total); };
+    const BackupRequest request{{{_order.disk->filePath().value_or(""), storedDisk(*_order.disk)}}, "", _time};
+    ArchiveResult<PointIndex> point = makeFullBackup(archive, request, progress, _cancel);
+    if (point) {
+      _board.line("Backup point " + std::to_string(archive.index().points.size()) +
+                  " is complete: " + narrator.account());
+    }
+    return point;
+  }
+
+  // An archive without a point is as good as none. Only its own two files are removed, so that anything else that
+  // somebody put there keeps the folder.
+  void removeEmpty() {
+    std::error_code ignored;
+    const fs::path folder(_order.archivePath);
+    fs::remove(folder / Archive::indexName, ignored);
+    fs::remove(folder / ArchiveLock::fileName, ignored);
+    fs::remove(folder, ignored);
+  }
+
+  BackupOutcome failed(const ArchiveError& error) {
+    if (isFault(error, ArchiveFault::Cancelled)) {
+      _board.line("Stopped; the archive is as it was");
+      return BackupStopped{};
+    }
+    _board.line("Failed: " + error.text());
+    return BackupFailed{sentence(error)};
+  }
+
+  const BackupOrder& _order;
+  OperationBoard& _board;
+  const CancelFlag& _cancel;
+  const std::int64_t _time;
+};
+
+}  // namespace
+
+ArchiveView EngineArchives::look(const std::string& archivePath) {
+  std::error_code error;
+  if (!fs::is_directory(fs::path(archivePath).parent_path(), error)) return NoArchiveFolder{};
+  const ArchiveResult<Archive> archive = Archive::openForReading(archivePath);
+  if (!archive) {
+    if (isFault(archive.error(), ArchiveFault::NotFound)) return NoArchiveYet{};
+    if (isFault(archive.error(), ArchiveFault::NotAnArchive) && isFreeFolder(archivePath)) return NoArchiveYet{};
+    return UnreadableArchive{sentence(archive.error())};
+  }
+  ArchiveResult<std::shared_ptr<const RLDArchive>> record = archiveRecord(*archive);
+  if (!record) return UnreadableArchive{sentence(record.error())};
+  return PresentArchive{std::move(*record), archive->index().sourceDisk};
+}
+
+BackupOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
+  return Run(order, board, cancel).run();
+}
+
+}  // namespace zpk
