@@ -85,11 +85,11 @@ TEST_F(DBusLink, ACallbackMaySendACommandOfItsOwnWhileOneWaits) {
 
 TEST_F(DBusLink, CallbacksWaitForAModeThatTheirPortServes) {
   startAndCheckIn();
-  tell("answer-burst 3");
-  EXPECT_TRUE(delegate.stateTimes.empty());
-  // Something else must arrive in the unserved mode, or nothing was tried there.
-  int turns = 0;
-  loop.runUntil([&] { return ++turns > 5; }, "panel");
+  bool gone = false;
+  const Token token = transport->observePresence(kName, [&](bool present) { gone = !present; });
+  tell("last-burst 3");
+  // The helper's end is told in every mode, and comes behind its calls.
+  EXPECT_TRUE(loop.runUntil([&] { return gone; }, "panel"));
   EXPECT_TRUE(delegate.stateTimes.empty());
   EXPECT_TRUE(loop.runUntil([&] { return delegate.stateTimes.size() == 3; }));
 }
@@ -103,13 +103,14 @@ TEST_F(DBusLink, AnAddedRequestModeIsServed) {
 
 TEST_F(DBusLink, TooManyCallsInAnUnservedModeAreRefusedAndTheOthersDelivered) {
   startAndCheckIn();
-  tell("answer-burst 2000");
-  const auto presence = transport->observePresence(kName, [](bool) {});
-  int turns = 0;
-  loop.runUntil([&] { return ++turns > 200; }, "panel");
+  bool gone = false;
+  const Token token = transport->observePresence(kName, [&](bool present) { gone = !present; });
+  tell("last-burst 2000");
+  EXPECT_TRUE(loop.runUntil([&] { return gone; }, "panel"));
   EXPECT_TRUE(delegate.stateTimes.empty());
-  ASSERT_TRUE(loop.runUntil([&] { return delegate.stateTimes.size() >= 256; }));
-  delegate.stateTimes.resize(256);
+  bool later = false;
+  loop.performAfterDelay(Seconds(0.01), [&] { later = true; });
+  ASSERT_TRUE(loop.runUntil([&] { return later && delegate.stateTimes.size() >= 256; }));
   EXPECT_EQ(delegate.stateTimes, countTo(256));
 }
 
@@ -195,6 +196,7 @@ TEST_F(DBusLink, AProxyNeverSpeaksToTheSuccessorOfItsHelper) {
   connect();
   const auto old = proxy;
   helper.kill();
+  ASSERT_TRUE(loop.runUntil([&] { return transport->portForName(kName) == nullptr; }));
   startHelper();
   connect();
   EXPECT_EQ(tell("code 4"), Value(4));

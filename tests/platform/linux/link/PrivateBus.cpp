@@ -18,6 +18,7 @@ constexpr const char* kPolicy = R"(
     <allow send_requested_reply="false"/>
     <allow receive_requested_reply="false"/>
   </policy>
+  <limit name="max_replies_per_connection">50000</limit>
   <limit name="max_message_size">33554432</limit>
   <limit name="max_incoming_bytes">133169152</limit>
   <limit name="max_outgoing_bytes">133169152</limit>

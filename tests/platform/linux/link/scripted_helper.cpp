@@ -4,7 +4,8 @@
 //   setBackupSource "code N"      answers N                  "error" / "wrong-type" / "silence"  answers so
 //                   "late MS"     answers after that time    "die" / "die-half" / "die-after"    around its answer
 //                   "push N"      pushes N statuses, each waiting for the return, then answers how many were taken
-//                   "burst N"     pushes N without waiting and answers behind them; "answer-burst N" before them
+//                   "burst N"     pushes N without waiting and answers behind them; "answer-burst N" before them,
+//                   "last-burst N" too, and then it ends
 //                   "push-bytes N"  pushes one status of N bytes, "push-levels N" of N levels; answers 1 if refused
 //                   "push-garbage"  pushes what is no status; answers 1 if refused
 //                   "need-reload"  asks, and answers with 0 or 1
@@ -108,9 +109,10 @@ class ScriptedHelper {
     } else if (verb == "burst") {
       burst(number);
       result(call, 0);
-    } else if (verb == "answer-burst") {
+    } else if (verb == "answer-burst" || verb == "last-burst") {
       result(call, 0);
       burst(number);
+      if (verb == "last-burst") _exit(0);
     } else if (verb == "push-bytes") {
       // 24 bytes stand around the block, see WireForm_test.
       const BusMessageHandle message = rawPush("ay", [&](sd_bus_message* m) {
