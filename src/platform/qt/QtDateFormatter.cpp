@@ -15,7 +15,8 @@ constexpr double kFarthest = 4.4e15;
 
 // The locale's long form without the name of the weekday and what stands between that and the rest.
 QString fullDateFormat(const QLocale& locale) {
-  static const QRegularExpression weekday(QStringLiteral("^'?[^'dMy]*dddd[ ,،.、]*|[ ,،、(]*dddd[^'dMy]*$"));
+  static const QRegularExpression weekday(
+      QStringLiteral("^'?[^'dMy]*dddd[ ,،፣.、]*|[ ,،、(]*dddd([^'dMy]|'[^']*')*$"));
   QString format = locale.dateFormat(QLocale::LongFormat);
   return format.remove(weekday).trimmed();
 }
