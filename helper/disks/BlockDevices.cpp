@@ -90,6 +90,7 @@ FoundDisks listBlockDevices(const LinuxPaths& paths, const std::vector<MountedVo
     disk.path = node;
     disk.name = shownName(folder, name);
     disk.bsdName = name;
+    if (name.back() >= '0' && name.back() <= '9') disk.partitionInfix = "p";
     disk.kind = kindOf(folder);
     disk.file = {status.st_dev, status.st_ino};
     disk.sectorSize = static_cast<std::uint32_t>(systemNumber(folder + "/queue/logical_block_size"));

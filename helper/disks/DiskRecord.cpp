@@ -80,12 +80,6 @@ std::optional<std::string> partitionName(const TableEntry& entry, const VolumeRe
   return std::nullopt;
 }
 
-std::string deviceNameOf(const FoundDisk& disk, std::uint32_t number) {
-  if (disk.kind == DiskKind::Image) return disk.bsdName + "#" + std::to_string(number);
-  const bool endsInDigit = !disk.bsdName.empty() && disk.bsdName.back() >= '0' && disk.bsdName.back() <= '9';
-  return disk.bsdName + (endsInDigit ? "p" : "") + std::to_string(number);
-}
-
 void addWhatTheSystemKnows(RLDPartition::Fields& fields, const FoundDisk& disk) {
   for (const FoundPartition& known : disk.partitions) {
     if (known.start != fields.partStart) continue;
@@ -110,7 +104,7 @@ RLDPartition::Fields usedEntry(const FoundDisk& disk, const TableReport& table, 
   fields.fileSystemType = static_cast<std::int64_t>(fileSystemTypeOf(volume));
   if (!volume.serial.empty()) fields.serialNumber = Value(volume.serial);
   fields.name = partitionName(entry, volume);
-  fields.bsdName = deviceNameOf(disk, entry.number);
+  fields.bsdName = disk.bsdName + disk.partitionInfix + std::to_string(entry.number);
   addWhatTheSystemKnows(fields, disk);
   return fields;
 }

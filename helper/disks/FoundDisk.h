@@ -24,6 +24,7 @@ struct FoundDisk {
   std::string path;  // To open; absolute.
   std::string name;  // To show.
   std::string bsdName;
+  std::string partitionInfix;  // Between the disk's name and a number it makes a partition's: sda4, nvme0n1p4.
   DiskKind kind = DiskKind::Image;
   FileIdentity file;             // What `path` led to.
   std::uint32_t sectorSize = 0;  // 0 for an image, which has none of its own.

@@ -126,6 +126,7 @@ std::optional<FoundDisk> ImageFolder::look(int directory, const std::string& nam
   }
   disk.name = stemOf(name);
   disk.bsdName = name;
+  disk.partitionInfix = "#";
   disk.file = {status.st_dev, status.st_ino};
   disk.version = versionOf(status);
   disk.identity = disk.path + " " + std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
