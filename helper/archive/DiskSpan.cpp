@@ -3,21 +3,10 @@
 #include <zstd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
 
 namespace zpk {
 
-void DiskSpan::FreeAligned::operator()(std::byte* memory) const {
-  std::free(memory);
-}
-
-DiskSpan::DiskSpan(std::uint64_t chunkSize)
-    : _chunkSize(chunkSize),
-      _content(static_cast<std::byte*>(std::aligned_alloc(DiskSource::alignment, size))),
-      _packed(size) {
-  if (!_content) throw std::bad_alloc();
-}
+DiskSpan::DiskSpan(std::uint64_t chunkSize) : _chunkSize(chunkSize), _content(size), _packed(size) {}
 
 bool DiskSpan::plan(const DiskLayout& layout, std::uint64_t from) {
   _used.clear();

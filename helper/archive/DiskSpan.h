@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
+#include "helper/archive/AlignedBuffer.h"
 #include "helper/archive/ChunkMap.h"
 #include "helper/archive/DiskLayout.h"
 #include "helper/archive/DiskSource.h"
@@ -42,13 +42,9 @@ class DiskSpan {
   const std::vector<SpanChunk>& chunks() const { return _chunks; }
 
  private:
-  struct FreeAligned {
-    void operator()(std::byte* memory) const;
-  };
-
   ArchiveResult<Done> readPiece(const DiskSource& disk, ByteRange piece);
   void clearUnused();
-  std::span<std::byte> at(ByteRange range) { return {_content.get() + (range.start - _start), range.size()}; }
+  std::span<std::byte> at(ByteRange range) { return _content.bytes().subspan(range.start - _start, range.size()); }
 
   std::uint64_t _chunkSize;
   std::uint64_t _start = 0;
@@ -56,7 +52,7 @@ class DiskSpan {
   std::uint64_t _diskSize = 0;
   std::uint64_t _usedBytes = 0;
   std::vector<ByteRange> _used;
-  std::unique_ptr<std::byte, FreeAligned> _content;
+  AlignedBuffer _content;
   ByteBuffer _packed;
   std::vector<SpanChunk> _chunks;
 };

@@ -1,7 +1,10 @@
 #include "helper/archive/Qcow2Writer.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cassert>
+#include <cerrno>
 
 #include "helper/archive/Qcow2Format.h"
 
@@ -27,19 +30,16 @@ Qcow2Writer::Qcow2Writer(OpenFile file, Options options)
       _tablePlaces(divideUp(divideUp(_options.virtualSize, _clusterSize), _entriesPerTable)),
       _table(_clusterSize) {
   assert(_options.backingFile.size() <= 300);
+  const std::string name = "/proc/self/fd/" + std::to_string(_file.fd.get());
+  _direct = {UniqueFd(::open(name.c_str(), O_WRONLY | O_CLOEXEC | O_DIRECT)), _file.path};
   _counts.add(0);
 }
 
 ArchiveResult<Done> Qcow2Writer::addCompressed(std::uint64_t cluster, ByteSpan frame) {
   assert(!frame.empty() && frame.size() < _clusterSize);
-  if (_packed.bytes.empty() || _packed.used + frame.size() > stretchBytes) {
-    ArchiveResult<Done> opened = open(_packed);
-    if (!opened) return opened;
-  }
-  std::copy(frame.begin(), frame.end(), _packed.bytes.begin() + static_cast<std::ptrdiff_t>(_packed.used));
-  const std::uint64_t place = _packed.start * _clusterSize + _packed.used;
-  _packed.used += frame.size();
-
+  const ArchiveResult<std::uint64_t> begin = append(_packed, frame);
+  if (!begin) return begin.error();
+  const std::uint64_t place = *begin;
   const std::uint64_t last = place + frame.size() - 1;
   const std::uint64_t furtherSectors = last / qcow2::sectorSize - place / qcow2::sectorSize;
   const std::uint64_t firstHost = place / _clusterSize;
@@ -83,19 +83,25 @@ ArchiveResult<Done> Qcow2Writer::writeTable() {
 
 ArchiveResult<std::uint64_t> Qcow2Writer::appendCluster(ByteSpan content) {
   assert(content.size() == _clusterSize);
-  if (_plain.bytes.empty() || _plain.used + content.size() > stretchBytes) {
-    const ArchiveResult<Done> opened = open(_plain);
+  const ArchiveResult<std::uint64_t> place = append(_plain, content);
+  if (place) _counts.add(*place / _clusterSize);
+  return place;
+}
+
+// Gives the place in the file where the bytes will be.
+ArchiveResult<std::uint64_t> Qcow2Writer::append(Stretch& stretch, ByteSpan bytes) {
+  if (stretch.memory.empty() || stretch.used + bytes.size() > stretchBytes) {
+    const ArchiveResult<Done> opened = open(stretch);
     if (!opened) return opened.error();
   }
-  std::copy(content.begin(), content.end(), _plain.bytes.begin() + static_cast<std::ptrdiff_t>(_plain.used));
-  const std::uint64_t place = _plain.start * _clusterSize + _plain.used;
-  _plain.used += content.size();
-  _counts.add(place / _clusterSize);
+  std::ranges::copy(bytes, stretch.memory.bytes().subspan(stretch.used).begin());
+  const std::uint64_t place = stretch.start * _clusterSize + stretch.used;
+  stretch.used += bytes.size();
   return place;
 }
 
 ArchiveResult<Done> Qcow2Writer::open(Stretch& stretch) {
-  if (stretch.bytes.empty()) stretch.bytes.resize(stretchBytes);
+  if (stretch.memory.empty()) stretch.memory = AlignedBuffer(stretchBytes);
   ArchiveResult<Done> flushed = flush(stretch);
   if (!flushed) return flushed;
   stretch.start = _end;
@@ -106,16 +112,26 @@ ArchiveResult<Done> Qcow2Writer::open(Stretch& stretch) {
 ArchiveResult<Done> Qcow2Writer::flush(Stretch& stretch) {
   if (stretch.used == 0) return Done{};
   const std::uint64_t offset = stretch.start * _clusterSize;
-  ArchiveResult<Done> written = writeAt(_file, offset, ByteSpan(stretch.bytes).first(stretch.used));
-  if (!written) return written;
-  const std::size_t size = std::exchange(stretch.used, 0);
-  return startWriteback(_file, offset, size);
+  // Whole blocks, of which the stretch has room for: what follows a stretch begins on a cluster.
+  const std::span<std::byte> rest = stretch.memory.bytes().subspan(stretch.used);
+  const std::size_t size = roundUp(stretch.used, AlignedBuffer::alignment);
+  std::ranges::fill(rest.first(size - stretch.used), std::byte{0});
+  const ByteSpan blocks = stretch.memory.bytes().first(size);
+  stretch.used = 0;
+  if (_direct.fd) {
+    // Copying into the page cache costs as much as half of the compression, and nobody reads it from there.
+    ArchiveResult<Done> written = writeAt(_direct, offset, blocks);
+    if (written || written.error().errorNumber != EINVAL) return written;
+    _direct.fd.reset();
+  }
+  ArchiveResult<Done> written = writeAt(_file, offset, blocks);
+  return written ? startWriteback(_file, offset, size) : written;
 }
 
 ArchiveResult<Done> Qcow2Writer::storeFinishedCounts() {
   // A stretch that is not there yet will start at the end of what is given out, or later.
-  const std::uint64_t packedStart = _packed.bytes.empty() ? _end : _packed.start;
-  const std::uint64_t plainStart = _plain.bytes.empty() ? _end : _plain.start;
+  const std::uint64_t packedStart = _packed.memory.empty() ? _end : _packed.start;
+  const std::uint64_t plainStart = _plain.memory.empty() ? _end : _plain.start;
   while (_counts.oldestIsBelow(std::min(packedStart, plainStart))) {
     const ByteBuffer block = _counts.takeOldest();
     const ArchiveResult<std::uint64_t> place = appendCluster(block);

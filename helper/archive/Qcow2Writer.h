@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "helper/archive/AlignedBuffer.h"
 #include "helper/archive/FileAccess.h"
 #include "helper/archive/Qcow2Refcounts.h"
 
@@ -45,12 +46,13 @@ class Qcow2Writer {
   struct Stretch {
     std::uint64_t start = 0;  // Host cluster.
     std::size_t used = 0;     // Bytes.
-    ByteBuffer bytes;         // Empty while there is no stretch.
+    AlignedBuffer memory;     // Empty while there is no stretch.
   };
 
   ArchiveResult<Done> setEntry(std::uint64_t cluster, std::uint64_t entry);
   ArchiveResult<Done> writeTable();
   ArchiveResult<std::uint64_t> appendCluster(ByteSpan content);
+  ArchiveResult<std::uint64_t> append(Stretch& stretch, ByteSpan bytes);
   ArchiveResult<Done> open(Stretch& stretch);
   ArchiveResult<Done> flush(Stretch& stretch);
   ArchiveResult<Done> storeFinishedCounts();
@@ -59,6 +61,7 @@ class Qcow2Writer {
   ByteBuffer header() const;
 
   OpenFile _file;
+  OpenFile _direct;  // The same file past the page cache; without a descriptor where that is not possible.
   Options _options;
   std::uint64_t _clusterSize;
   std::uint64_t _entriesPerTable;
