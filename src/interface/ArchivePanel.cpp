@@ -33,7 +33,11 @@ ArchivePanel::ArchivePanel(QWidget& window, std::shared_ptr<ZPKArchiveSelector> 
   setFileMode(QFileDialog::AnyFile);
   setNameFilters(filtersOf(*_selector, localization));
   setLabelText(QFileDialog::FileName, localizedText(localization, "&Name of the archive:"));
-  setLabelText(QFileDialog::Accept, localizedText(localization, "Choose"));
+  const QString choose = localizedText(localization, "Choose");
+  setLabelText(QFileDialog::Accept, choose);
+  // Once a folder was named on the way to the archive, the toolkit keeps calling the button "Open".
+  connect(nameField(), &QLineEdit::textChanged, this,
+          [this, choose] { setLabelText(QFileDialog::Accept, choose); });
   setLabelText(QFileDialog::Reject, localizedText(localization, "Cancel"));
   setDirectory(QStandardPaths::writableLocation(QStandardPaths::HomeLocation));
   selectFile(localizedText(localization, "Windows Backup"));
@@ -44,10 +48,18 @@ ArchivePanel::~ArchivePanel() {
   _selector->setSavePanel(nullptr);
 }
 
+QLineEdit* ArchivePanel::nameField() const {
+  auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+  Q_ASSERT(field);
+  return field;
+}
+
 void ArchivePanel::accept() {
-  const QStringList files = selectedFiles();
-  if (files.isEmpty()) return;
-  const QFileInfo chosen(files.first());
+  // What stands in the name field, and not selectedFiles(): that prefers the folders which were passed while
+  // typing.
+  const QString name = nameField()->text();
+  if (name.isEmpty()) return;
+  const QFileInfo chosen(directory(), name);
   const std::string path = chosen.absoluteFilePath().toStdString();
   const bool package = !_selector->treatsFilePackagesAsDirectories() && _selector->hasAllowedFileType(path);
   // A folder is gone into, unless it is an archive: that one is a file to the user.

@@ -6,6 +6,8 @@
 #include "base/Localization.h"
 #include "choosers/ZPKArchiveSelector.h"
 
+class QLineEdit;
+
 namespace zpk {
 
 // The archive location panel: the toolkit's own save panel, whose OK and Cancel go through the selector. (A
@@ -19,6 +21,9 @@ class ArchivePanel final : public QFileDialog, private SavePanel {
   void reject() override;
 
  private:
+  // The toolkit's own, by the name that it has borne since there is a panel.
+  QLineEdit* nameField() const;
+
   // What the panel does by itself.
   void ok() override { QFileDialog::accept(); }
   void cancel() override { QFileDialog::reject(); }

@@ -13,6 +13,8 @@
 #include "interface/Icons.h"
 #include "interface/LogModel.h"
 #include "interface/Pictures.h"
+#include "interface/PrimaryButton.h"
+#include "interface/RowSpace.h"
 #include "interface/SheetHost.h"
 #include "interface/StaticTexts.h"
 #include "interface/WindowTexts.h"
@@ -87,6 +89,7 @@ void MainWindow::setUpLooks() {
   _ui->logView->setModel(_log.get());
   _ui->logView->setEmptyText(localizedText(_localization, "The log of a backup is shown here while it runs."));
   _ui->arcItemsTable->setModel(_points.get());
+  _ui->arcItemsTable->setItemDelegate(new RowSpace(_ui->arcItemsTable));
   _ui->arcItemsTable->header()->setSectionResizeMode(BackupPointsModel::label, QHeaderView::Stretch);
   _ui->arcItemsTable->header()->setStretchLastSection(false);
   _ui->arcItemsTable->setColumnWidth(BackupPointsModel::date, 220);
@@ -103,12 +106,10 @@ void MainWindow::setUpPictures() {
   put(*_ui->arrow, Symbol::arrow, kArrowSide);
   put(*_ui->linkBannerIcon, Symbol::warning, kNoticeSide);
   put(*_ui->lastErrorIcon, Symbol::error, kNoticeSide);
-  _ui->sourceCard->setPrompt(
-      symbolIcon(Symbol::disk), localizedText(_localization, "No disk chosen"),
-      localizedText(_localization, "Choose the disk whose Windows side is to be backed up."));
-  _ui->destinationCard->setPrompt(
-      symbolIcon(Symbol::archive), localizedText(_localization, "No location chosen"),
-      localizedText(_localization, "Choose where to keep the backups, best on another disk."));
+  _ui->sourceCard->setPrompt(symbolIcon(Symbol::disk), localizedText(_localization, "No disk chosen"),
+                             localizedText(_localization, "Its Windows side is what is backed up."));
+  _ui->destinationCard->setPrompt(symbolIcon(Symbol::archive), localizedText(_localization, "No location chosen"),
+                                  localizedText(_localization, "Best on another disk than Windows itself."));
 }
 
 void MainWindow::connectActions() {
@@ -190,6 +191,9 @@ void MainWindow::showReadiness() {
   _ui->historyLabel->setPlainText(historyText(*_controller, _localization));
   _ui->historyLabel->setVisible(!_ui->historyLabel->text().isEmpty());
   _ui->backupButton->setEnabled(_controller->backupEnabled() && _controller->sourceFound());
+  const bool known = _controller->currentStatus() != nullptr;
+  _ui->sourceCard->chooseButton()->setProminent(known && !_controller->sourceFound());
+  _ui->destinationCard->chooseButton()->setProminent(known && _controller->sourceFound() && !_controller->arcSet());
 }
 
 void MainWindow::showProgress() {
@@ -210,7 +214,7 @@ void MainWindow::bindHistory() {
 }
 
 void MainWindow::bindLink() {
-  _bindings.bind(*_controller, {"helperReachable", "helperAnswering"}, [this] {
+  _bindings.bind(*_controller, {"launched", "helperReachable", "helperAnswering"}, [this] {
     const QString trouble = linkTroubleText(*_controller, _localization);
     _ui->linkBannerText->setText(trouble);
     _ui->linkBanner->setVisible(!trouble.isEmpty());

@@ -2,10 +2,10 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "interface/ElidedLabel.h"
+#include "interface/PrimaryButton.h"
 
 namespace zpk {
 namespace {
@@ -23,8 +23,10 @@ PlaceCard::PlaceCard(QWidget* parent)
       _detail(new ElidedLabel(this)),
       _usage(new UsageBar(this)),
       _status(new ElidedLabel(this)),
-      _choose(new QPushButton(this)) {
+      _choose(new PrimaryButton(this)) {
   setMinimumWidth(320);
+  _choose->setMinimumWidth(_choose->fontMetrics().averageCharWidth() * 22);
+  _choose->setProminent(false);
   _caption->setRole(ElidedLabel::Role::caption);
   _picture->setFixedSize(kPictureSide, kPictureSide);
   QFont bold = _name->font();
@@ -39,9 +41,9 @@ PlaceCard::PlaceCard(QWidget* parent)
   texts->setSpacing(4);
   texts->addWidget(_name);
   texts->addWidget(_detail);
+  texts->addWidget(_status);
   texts->addSpacing(4);
   texts->addWidget(_usage);
-  texts->addWidget(_status);
   texts->addStretch();
 
   auto* row = new QHBoxLayout;
@@ -54,7 +56,7 @@ PlaceCard::PlaceCard(QWidget* parent)
   head->addWidget(_choose);
 
   auto* whole = new QVBoxLayout(this);
-  whole->setContentsMargins(16, 12, 12, 14);
+  whole->setContentsMargins(16, 12, 14, 14);
   whole->setSpacing(10);
   whole->addLayout(head);
   whole->addLayout(row, 1);

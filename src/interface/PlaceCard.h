@@ -7,11 +7,11 @@
 #include "interface/UsageBar.h"
 
 class QLabel;
-class QPushButton;
 
 namespace zpk {
 
 class ElidedLabel;
+class PrimaryButton;
 
 // The card of one end of a backup, the disk or the archive: picture, name, what and where it is, how full, and the
 // button that chooses another one. Without content it says what to choose.
@@ -34,7 +34,7 @@ class PlaceCard final : public Panel {
   void setPrompt(const QIcon& icon, const QString& name, const QString& detail);
   void setContent(const std::optional<Content>& content);
 
-  QPushButton* chooseButton() const { return _choose; }
+  PrimaryButton* chooseButton() const { return _choose; }
 
  private:
   void show(const Content& content);
@@ -46,7 +46,7 @@ class PlaceCard final : public Panel {
   ElidedLabel* _detail;
   UsageBar* _usage;
   ElidedLabel* _status;
-  QPushButton* _choose;
+  PrimaryButton* _choose;
 };
 
 }  // namespace zpk

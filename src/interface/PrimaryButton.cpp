@@ -3,11 +3,23 @@
 #include <QStyleOptionButton>
 
 namespace zpk {
+namespace {
+
+// Styles lighten a button's colour towards its top; the text must stay readable there.
+constexpr int kDarkening = 135;
+
+}  // namespace
+
+void PrimaryButton::setProminent(bool prominent) {
+  if (prominent == _prominent) return;
+  _prominent = prominent;
+  update();
+}
 
 void PrimaryButton::initStyleOption(QStyleOptionButton* option) const {
   QPushButton::initStyleOption(option);
-  if (!isEnabled()) return;
-  option->palette.setColor(QPalette::Button, palette().color(QPalette::Highlight));
+  if (!isEnabled() || !_prominent) return;
+  option->palette.setColor(QPalette::Button, palette().color(QPalette::Highlight).darker(kDarkening));
   option->palette.setColor(QPalette::ButtonText, palette().color(QPalette::HighlightedText));
 }
 

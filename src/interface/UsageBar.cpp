@@ -1,20 +1,22 @@
 #include "interface/UsageBar.h"
 
-#include <QPainter>
-#include <QPainterPath>
 #include <algorithm>
+
+#include "interface/Pill.h"
 
 namespace zpk {
 namespace {
 
-constexpr int kHeight = 8;
 constexpr double kNearlyFull = 0.9;
 const QColor kWarning(0xD9, 0x7B, 0x1C);
 
 }  // namespace
 
 UsageBar::UsageBar(QWidget* parent) : QWidget(parent) {
-  setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+  QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+  // Its place stays when it is hidden, so that cards with and without it are of one height.
+  policy.setRetainSizeWhenHidden(true);
+  setSizePolicy(policy);
 }
 
 void UsageBar::setUsage(Usage usage) {
@@ -24,7 +26,7 @@ void UsageBar::setUsage(Usage usage) {
 }
 
 QSize UsageBar::sizeHint() const {
-  return {120, kHeight};
+  return {120, kPillHeight};
 }
 
 double UsageBar::usedShare() const {
@@ -33,21 +35,9 @@ double UsageBar::usedShare() const {
   return std::clamp(used, 0.0, 1.0);
 }
 
-void UsageBar::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  const QRectF whole = QRectF(0, (height() - kHeight) / 2.0, width(), kHeight);
-  QPainterPath shape;
-  shape.addRoundedRect(whole, kHeight / 2.0, kHeight / 2.0);
-  QColor trough = palette().color(QPalette::WindowText);
-  trough.setAlphaF(0.14F);
-  painter.fillPath(shape, trough);
-
-  QRectF used = whole;
-  used.setWidth(whole.width() * usedShare());
-  if (layoutDirection() == Qt::RightToLeft) used.moveRight(whole.right());
-  painter.setClipPath(shape);
-  painter.fillRect(used, usedShare() > kNearlyFull ? kWarning : palette().color(QPalette::Highlight));
+void UsageBar::paintEvent(QPaintEvent* /*event*/) {
+  const double share = usedShare();
+  paintPill(*this, rect(), share, share > kNearlyFull ? kWarning : palette().color(QPalette::Highlight));
 }
 
 }  // namespace zpk

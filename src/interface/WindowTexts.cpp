@@ -81,6 +81,7 @@ QString timesText(const ZPKUIDaemonController& controller, const Localization& l
 }
 
 QString linkTroubleText(const ZPKUIDaemonController& controller, const Localization& localization) {
+  if (!controller.isLaunched()) return {};
   if (!controller.isHelperReachable()) {
     return localizedText(
         localization,

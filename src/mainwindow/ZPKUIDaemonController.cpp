@@ -14,6 +14,7 @@ ZPKUIDaemonController::~ZPKUIDaemonController() = default;
 void ZPKUIDaemonController::applicationDidFinishLaunching() {
   setMainController(weak_from_this());
   ZPKDaemonController::applicationDidFinishLaunching();
+  didChangeValueForKey("launched");
 }
 
 Value ZPKUIDaemonController::needReload() {

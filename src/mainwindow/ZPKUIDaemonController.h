@@ -117,6 +117,9 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   // "HH:MM:SS" of a number of seconds, hours counting on past 24; nothing for a value that is no number.
   static std::optional<std::string> formattedTimeString(const Value& seconds);
 
+  // The first contact with the helper has been tried. Key "launched".
+  bool isLaunched() const { return daemon() != nullptr; }
+
   void applicationDidFinishLaunching() override;
   void stateChangedWithStatus(const Dictionary& status) override;
   Value needReload() override;
