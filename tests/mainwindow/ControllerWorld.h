@@ -1,0 +1,147 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "helperlink/LinkWorld.h"
+#include "mainwindow/ZPKUIDaemonController.h"
+#include "support/StatusBuilder.h"
+
+namespace zpk {
+
+// A picture known by its name alone.
+struct NamedImage final : Image {
+  explicit NamedImage(std::string text) : name(std::move(text)) {}
+  std::string name;
+};
+
+inline std::string nameOf(const std::shared_ptr<const Image>& image) {
+  const auto* named = dynamic_cast<const NamedImage*>(image.get());
+  return named ? named->name : "";
+}
+
+// Pictures named after their file, counting the loads.
+struct NamedImages final : ImageLoader {
+  std::shared_ptr<const Image> imageFromFile(std::string_view path) const override {
+    ++loads;
+    return std::make_shared<NamedImage>(std::string(path));
+  }
+  mutable std::size_t loads = 0;
+};
+
+struct FakeWorkspace final : Workspace {
+  std::shared_ptr<const Image> iconForFileType(std::string_view fileType) override {
+    auto& icon = icons[std::string(fileType)];
+    if (!icon) icon = std::make_shared<NamedImage>("type " + std::string(fileType));
+    return icon;
+  }
+  bool openFile(std::string_view) override { return false; }
+  bool revealFile(std::string_view) override { return false; }
+  bool launchApplication(std::string_view, const std::vector<std::string>&) override { return false; }
+
+  std::map<std::string, std::shared_ptr<const Image>> icons;
+};
+
+// Knows the free space of the paths it was told of.
+struct SpaceTable final : FileManager {
+  std::map<std::string, FileSystemSpace, std::less<>> spaces;
+
+  std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override {
+    const auto space = spaces.find(path);
+    return space == spaces.end() ? std::nullopt : std::optional(space->second);
+  }
+  bool fileExists(std::string_view) const override { return false; }
+  Expected<Bytes, FileError> contentsOfFile(std::string_view path, std::uint64_t) const override {
+    return no(path);
+  }
+  Expected<Done, FileError> saveFile(std::string_view path, const Bytes&) override { return no(path); }
+  Expected<std::vector<std::string>, FileError> contentsOfDirectory(std::string_view path) const override {
+    return no(path);
+  }
+  Expected<Done, FileError> createDirectory(std::string_view path) override { return no(path); }
+  Expected<Done, FileError> copyFile(std::string_view, std::string_view to) override { return no(to); }
+
+ private:
+  static FileError no(std::string_view path) { return {std::string(path), "there are no files here"}; }
+};
+
+// "day 19675" for any time of that day.
+struct DayFormatter final : DateFormatter {
+  std::string stringFromDate(const Date& date) const override {
+    return "day " + std::to_string(static_cast<std::int64_t>(date.secondsSince1970 / 86'400));
+  }
+};
+
+// English, but for the texts it was given a translation of.
+struct SomeTranslations final : Localization {
+  std::string localizedString(std::string_view key) const override {
+    const auto text = texts.find(key);
+    return text == texts.end() ? std::string(key) : text->second;
+  }
+  std::map<std::string, std::string, std::less<>> texts;
+};
+
+// Keeps the order of what was begun and ended; shows nothing.
+struct RecordingPresenter final : SheetPresenter {
+  void beginSheet(const SheetWindow& window) override {
+    ++begun;
+    shown = window;
+  }
+  void endSheet(const SheetWindow& window) override {
+    ++ended;
+    lastEnded = window;
+    shown = std::monostate();
+  }
+  template <class T>
+  std::shared_ptr<T> shownAs() const {
+    const auto* sheet = std::get_if<std::shared_ptr<T>>(&shown);
+    return sheet ? *sheet : nullptr;
+  }
+
+  SheetWindow shown;
+  SheetWindow lastEnded;
+  int begun = 0;
+  int ended = 0;
+};
+
+// The main window's controller with a helper at the other end and no window.
+struct ControllerWorld : LinkWorld {
+  NamedImages images;
+  FakeWorkspace workspace;
+  SpaceTable files;
+  DayFormatter dates;
+  SomeTranslations texts;
+  RecordingPresenter sheets;
+  std::unique_ptr<ZPKDaemon> daemon;
+  std::shared_ptr<ZPKUIDaemonController> controller = std::make_shared<ZPKUIDaemonController>(
+      ZPKDaemonControllerEnvironment{transport, notificationCenter, loop,
+                                     [this]() -> ZPKDaemon& {
+                                       if (!daemon) daemon = std::make_unique<ZPKDaemon>(environment());
+                                       return *daemon;
+                                     }},
+      ZPKUIDaemonControllerEnvironment{texts, files, workspace, images, dates, log});
+
+  ControllerWorld() {
+    controller->setMainWindow(&sheets);
+    controller->awakeFromNib();
+  }
+  ~ControllerWorld() { controller.reset(); }
+
+  // The application has launched with a helper there; what that took is forgotten.
+  void launch() {
+    transport.helperAppears();
+    notificationCenter.postNotificationName(kApplicationDidFinishLaunchingNotification);
+    helper().forgetCalls();
+    log.clear();
+  }
+  void push(const Dictionary& status) {
+    transport.push(status);
+    loop.turn();
+  }
+};
+
+}  // namespace zpk
