@@ -12,6 +12,19 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds volumeTime{10};
 constexpr std::chrono::seconds diskTime{30};
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZPK_RESERVES_ADDRESSES 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ZPK_RESERVES_ADDRESSES 1
+#endif
+#endif
+#ifdef ZPK_RESERVES_ADDRESSES
+constexpr std::uint64_t probeMemory = UINT64_MAX;  // The sanitizers' shadow alone takes terabytes of addresses.
+#else
+constexpr std::uint64_t probeMemory = std::uint64_t{256} << 20;
+#endif
+
 std::string shortened(std::string text) {
   while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
   return text.substr(0, 300);
@@ -51,6 +64,7 @@ Expected<Output, std::string> run(const std::string& program, std::vector<std::s
   command.executable = program;
   command.arguments = std::move(words);
   command.limits.wallClock = volumeTime;
+  command.limits.memoryBytes = probeMemory;
   command.limits.cpuSeconds = static_cast<std::uint64_t>(volumeTime.count());
   Expected<ToolResult, ToolStartError> result = runTool(command, cancel);
   if (!result) return result.error().text();

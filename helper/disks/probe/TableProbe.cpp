@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "helper/disks/PartitioningScheme.h"
@@ -37,6 +38,13 @@ struct TextDeleter {
 using Context = std::unique_ptr<fdisk_context, ContextDeleter>;
 using OwnedText = std::unique_ptr<char, TextDeleter>;
 
+// What libfdisk would do about an oddity is left out of its message: nothing is ever written here.
+std::string withoutIntention(std::string message) {
+  constexpr std::string_view intention = " will be corrected by write.";
+  if (message.ends_with(intention)) message.resize(message.size() - intention.size());
+  return message;
+}
+
 // libfdisk tells oddities as messages to a person, and asks before it would change anything: it is never allowed
 // to.
 int onAsk(fdisk_context*, fdisk_ask* ask, void* data) {
@@ -45,7 +53,7 @@ int onAsk(fdisk_context*, fdisk_ask* ask, void* data) {
     case FDISK_ASKTYPE_WARN:
     case FDISK_ASKTYPE_WARNX:
       if (const char* message = fdisk_ask_print_get_mesg(ask)) {
-        static_cast<TableReport*>(data)->warnings.emplace_back(message);
+        static_cast<TableReport*>(data)->warnings.push_back(withoutIntention(message));
       }
       return 0;
     default:

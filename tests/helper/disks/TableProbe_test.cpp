@@ -110,6 +110,12 @@ TEST(TableProbe, DamagedCopyIsToldAndTheOtherUsed) {
   }
 }
 
+TEST(TableProbe, OddityIsToldWithoutPromiseToCorrectIt) {
+  const TableReport table = tableOf(oddImage("truncated.img"));
+  ASSERT_EQ(table.warnings.size(), 1U);
+  EXPECT_EQ(table.warnings[0], "GPT PMBR size mismatch (196607 != 81919)");
+}
+
 class LeftAlone : public testing::TestWithParam<std::pair<const char*, const char*>> {};
 
 TEST_P(LeftAlone, SaysWhy) {
