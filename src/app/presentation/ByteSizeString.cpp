@@ -1,7 +1,7 @@
 #include "app/presentation/ByteSizeString.h"
 
 #include <array>
-#include <charconv>
+#include <cmath>
 #include <string_view>
 
 namespace zpk {
@@ -20,11 +20,9 @@ std::string byteSizeString(std::uint64_t byteCount) {
     value /= 1000.0;
     ++unit;
   }
-  // Not printf, which would follow the process's locale. At most "18447", the largest count in petabytes.
-  std::array<char, 16> digits{};
-  const auto written =
-      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, 0);
-  return std::string(digits.data(), written.ptr).append(" ").append(kUnits[unit]);
+  // Halves go to the even neighbour in the rounding mode that programs start with.
+  const auto rounded = static_cast<std::uint64_t>(std::nearbyint(value));
+  return std::to_string(rounded).append(" ").append(kUnits[unit]);
 }
 
 }  // namespace zpk
