@@ -148,7 +148,7 @@ std::optional<BusPeer> LinkCore::ownerOf(const std::string& busName) {
   const BusMessageHandle answer = askDriver("GetNameOwner", busName);
   const char* owner = nullptr;
   const bool owned = readAnswer(answer.get(), 's', owner);
-  _presence.note(busName, owned);
+  if (answer) _presence.note(busName, owned);
   if (!owned) return std::nullopt;
 
   if (const std::optional<uid_t> required = _surroundings.requiredOwner) {
