@@ -217,10 +217,21 @@ ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index) {
   ArchiveIndex next = _index;
   next.points.push_back(point._name);
   step = saveAtomically(_package, indexName, textOf(next));
-  if (!step) return step;
-  _index = std::move(next);
+  if (!step && takesBackIndex()) return step;
+  // Either the point is made, or the index may name it all the same: its folder stays, and the next opening
+  // decides.
   point._folder.reset();
-  return Done{};
+  if (step) _index = std::move(next);
+  return step;
+}
+
+bool Archive::takesBackIndex() {
+  // A save whose very last sync failed has put the new index in place, where it must not outlive the point's
+  // folder.
+  Archive onDisk;
+  onDisk._package = {UniqueFd(::fcntl(_package.fd.get(), F_DUPFD_CLOEXEC, 0)), _package.path};
+  if (!onDisk._package.fd || !onDisk.readIndex()) return false;
+  return onDisk._index == _index || saveAtomically(_package, indexName, textOf(_index)).hasValue();
 }
 
 }  // namespace zpk

@@ -83,6 +83,8 @@ class Archive {
   static ArchiveResult<Archive> open(const std::string& path);
   ArchiveResult<Done> readIndex();
   ArchiveResult<Done> removeLeftovers();
+  // After a failed save of the index: whether the old one is in place for certain.
+  bool takesBackIndex();
 
   OpenFile _package;
   std::optional<ArchiveLock> _lock;

@@ -77,10 +77,10 @@ ArchiveResult<ArchiveLock> ArchiveLock::take(const OpenFile& package) {
   OpenFile file{UniqueFd(::openat(package.fd.get(), fileName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
                 package.path + "/" + fileName};
   if (!file.fd) return writeError("The archive could not be locked", file.path, 0, errno);
-  const bool hasKernelLock = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0;
-  if (!hasKernelLock) {
+  const int notLocked = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+  if (notLocked != 0) {
     const LockOwner owner = readOwner(file);
-    if (errno == EWOULDBLOCK || isAlive(owner)) return lockedError(file, owner);
+    if (notLocked == EWOULDBLOCK || isAlive(owner)) return lockedError(file, owner);
   }
   const ArchiveResult<Done> written = writeOwner(file);
   if (!written) return written.error();
