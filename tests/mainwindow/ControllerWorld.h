@@ -135,6 +135,7 @@ struct ControllerWorld : LinkWorld {
   void launch() {
     transport.helperAppears();
     notificationCenter.postNotificationName(kApplicationDidFinishLaunchingNotification);
+    loop.turn();
     helper().forgetCalls();
     log.clear();
   }

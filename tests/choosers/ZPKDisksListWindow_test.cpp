@@ -1,0 +1,126 @@
+#include "choosers/ZPKDisksListWindow.h"
+
+#include <gtest/gtest.h>
+
+#include "support/StatusBuilder.h"
+
+namespace zpk {
+namespace {
+
+constexpr std::uint64_t kGB = 1'000'000'000;
+
+class DisksListWindow : public testing::Test {
+ protected:
+  void show(std::uint64_t type, ZPKDisksListWindow::Disks disks, std::uint64_t minSize = 0) {
+    window.setType(type);
+    window.setMinRestoreSize(minSize);
+    window.setDisksList(std::move(disks));
+    window.orderWindow(ZPKDisksListWindow::Ordering::in);
+  }
+
+  EnglishLocalization english;
+  ZPKDisksListWindow window{english};
+  std::shared_ptr<const ZPKDisk> bootCamp = bootCampDisk(1, "Boot Camp");  // Windows partition of 128 GB
+  std::shared_ptr<const ZPKDisk> mac = macDisk(2, "Mac", 500 * kGB, 300 * kGB);
+};
+
+TEST_F(DisksListWindow, SelectingNeedsADiskAndNoAccessory) {
+  show(ZPKDisksListWindow::kSelectType, {bootCamp, mac});
+  EXPECT_EQ(window.actionTitle(), "Select");
+  EXPECT_TRUE(window.actionEnabled());
+  EXPECT_FALSE(window.accessoryPresent());
+  EXPECT_EQ(window.selectedDisk(), bootCamp);
+  show(ZPKDisksListWindow::kSelectType, {});
+  EXPECT_FALSE(window.actionEnabled());
+}
+
+TEST_F(DisksListWindow, AnyOtherTypeReadsRestoreButOnlyOneChecks) {
+  show(2, {mac}, 900 * kGB);
+  EXPECT_EQ(window.actionTitle(), "Restore");
+  EXPECT_TRUE(window.actionEnabled());
+  EXPECT_FALSE(window.accessoryPresent());
+}
+
+TEST_F(DisksListWindow, RestoreWithoutDisksHasNoAccessoryAndCannotGoOn) {
+  show(ZPKDisksListWindow::kRestoreType, {}, kGB);
+  EXPECT_FALSE(window.accessoryPresent());
+  EXPECT_FALSE(window.noFreeSpace());
+  EXPECT_FALSE(window.actionEnabled());
+}
+
+TEST_F(DisksListWindow, BootCampDiskWithRoomNeedsNoSize) {
+  window.setSliderValue(7);
+  show(ZPKDisksListWindow::kRestoreType, {bootCamp}, 128 * kGB);
+  EXPECT_FALSE(window.accessoryPresent());
+  EXPECT_TRUE(window.actionEnabled());
+  EXPECT_EQ(window.restoreSize(), 7U);
+}
+
+TEST_F(DisksListWindow, ErrorPageIsShownEvenForABootCampDisk) {
+  show(ZPKDisksListWindow::kRestoreType, {bootCamp}, 200 * kGB);
+  EXPECT_TRUE(window.noFreeSpace());
+  EXPECT_TRUE(window.accessoryPresent());
+  EXPECT_FALSE(window.actionEnabled());
+  EXPECT_EQ(window.errorDescription(), "Not enough free space. Need: 200 GB, have: 128 GB.");
+}
+
+TEST_F(DisksListWindow, MacDiskOffersSizesFromTheLeastToAllItCanGive) {
+  show(ZPKDisksListWindow::kRestoreType, {mac}, 50 * kGB);
+  EXPECT_TRUE(window.accessoryPresent());
+  EXPECT_FALSE(window.noFreeSpace());
+  EXPECT_EQ(window.sliderMinimum(), 50e9);
+  EXPECT_EQ(window.sliderMaximum(), 200e9);
+  EXPECT_EQ(window.restoreSize(), 200 * kGB);
+  EXPECT_EQ(window.restoreSizeText(), "Size: 200 GB");
+}
+
+TEST_F(DisksListWindow, RoomThatJustSufficesLeavesOkEnabled) {
+  show(ZPKDisksListWindow::kRestoreType, {mac}, 200 * kGB);
+  EXPECT_EQ(window.sliderMinimum(), window.sliderMaximum());
+  EXPECT_TRUE(window.actionEnabled());
+}
+
+TEST_F(DisksListWindow, EmptyDiskIsTakenAsAWhole) {
+  show(ZPKDisksListWindow::kRestoreType, {emptyDisk(4, "Empty", 100 * kGB)}, 50 * kGB);
+  EXPECT_FALSE(window.accessoryPresent());
+  EXPECT_TRUE(window.actionEnabled());
+}
+
+TEST_F(DisksListWindow, ChangingTheRowChecksAgainOrderingOutDoesNot) {
+  show(ZPKDisksListWindow::kRestoreType, {mac, bootCamp}, 150 * kGB);
+  EXPECT_FALSE(window.noFreeSpace());
+  window.setSelectedDisksIndexes({1});
+  EXPECT_TRUE(window.noFreeSpace());
+  window.setMinRestoreSize(1);
+  window.orderWindow(ZPKDisksListWindow::Ordering::out);
+  EXPECT_TRUE(window.noFreeSpace());
+  window.orderWindow(ZPKDisksListWindow::Ordering::in);
+  EXPECT_FALSE(window.noFreeSpace());
+}
+
+TEST_F(DisksListWindow, NoFreeSpaceIsAnnouncedOnlyWhenItChanges) {
+  int announced = 0;
+  const Token token = window.observe("noFreeSpace", [&] { ++announced; });
+  show(ZPKDisksListWindow::kRestoreType, {bootCamp}, 200 * kGB);
+  window.orderWindow(ZPKDisksListWindow::Ordering::in);
+  EXPECT_EQ(announced, 1);
+}
+
+TEST_F(DisksListWindow, RowZeroIsSelectedBeforeTheNewListIsObserved) {
+  IndexSet seen;
+  window.setDisksList({bootCamp, mac});
+  window.setSelectedDisksIndexes({1});
+  const Token token = window.observe("disksList", [&] { seen = window.selectedDisksIndexes(); });
+  window.setDisksList({mac});
+  EXPECT_EQ(seen, IndexSet{0});
+}
+
+TEST_F(DisksListWindow, SelectionBeyondTheListIsNoDisk) {
+  show(ZPKDisksListWindow::kRestoreType, {mac}, 1);
+  window.setSelectedDisksIndexes({8});
+  EXPECT_FALSE(window.selectedDisk());
+  EXPECT_FALSE(window.accessoryPresent());
+}
+
+}  // namespace
+}  // namespace zpk
