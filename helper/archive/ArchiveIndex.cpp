@@ -77,8 +77,9 @@ ArchiveResult<ArchiveIndex> parseArchiveIndex(const std::string& text, const std
 
 std::string pointFolderName(std::uint64_t number, const std::string& id) {
   const std::string digits = std::to_string(number);
-  return "p" + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits + "-" +
-         id.substr(0, shortIdDigits);
+  std::string name(1, 'p');
+  name.append(digits.size() < 4 ? 4 - digits.size() : 0, '0').append(digits).append(1, '-');
+  return name.append(id, 0, shortIdDigits);
 }
 
 bool isPointFolderName(const std::string& name) {

@@ -15,6 +15,9 @@ namespace zpk {
 struct BackupDisk {
   std::string path;  // Block device or raw image file.
   StoredDisk description;
+  // Store a volume also when it was not closed cleanly or its structures contradict each other. One that Windows
+  // sleeps on, or has encrypted, is refused in any case.
+  bool acceptsUncleanVolumes = false;
 };
 
 struct BackupRequest {

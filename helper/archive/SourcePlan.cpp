@@ -11,7 +11,8 @@ namespace {
 
 class Planner {
  public:
-  Planner(SourcePlan& plan, const CancelFlag& cancel) : _plan(plan), _cancel(cancel) {}
+  Planner(SourcePlan& plan, bool acceptsUnclean, const CancelFlag& cancel)
+      : _plan(plan), _acceptsUnclean(acceptsUnclean), _cancel(cancel) {}
 
   ArchiveResult<Done> addTable() {
     const ArchiveResult<GptExtent> table = readGptExtent(_plan.disk, _plan.description.sectorSize);
@@ -51,12 +52,17 @@ class Planner {
     if (!device) return device.error();
     const SourceFinding finding = checkNtfsSource(device->path(), _cancel);
     if (finding.state == SourceState::Cancelled) return cancelledError();
-    if (!finding.isFit()) return unfit(finding.sentence(), partition);
+    if (!isAccepted(finding.state)) return unfit(finding.sentence(), partition);
     ArchiveResult<ClusterBitmap> used = readUsedClusters(device->path(), geometry, _cancel);
     if (!used) return used.error();
     ArchiveResult<Done> step = _plan.layout.addClusters(range.start, geometry.clusterSize, std::move(*used));
     if (step) step = addBootSectorCopies(range, geometry);
     return step;
+  }
+
+  bool isAccepted(SourceState state) const {
+    const bool isUnclean = state == SourceState::Dirty || state == SourceState::Inconsistent;
+    return state == SourceState::Fit || (_acceptsUnclean && isUnclean);
   }
 
   // The copy of the boot sector lies behind the last cluster, where no bitmap reaches: right behind the volume,
@@ -76,6 +82,7 @@ class Planner {
   }
 
   SourcePlan& _plan;
+  const bool _acceptsUnclean;
   const CancelFlag& _cancel;
 };
 
@@ -89,7 +96,7 @@ ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const CancelFlag&
   }
   const std::uint64_t size = disk->size();
   SourcePlan plan{std::move(*disk), DiskLayout(size), source.description};
-  Planner planner(plan, cancel);
+  Planner planner(plan, source.acceptsUncleanVolumes, cancel);
   ArchiveResult<Done> step = planner.addTable();
   for (StoredPartition& partition : plan.description.partitions) {
     if (step && cancel.isRequested()) step = cancelledError();
