@@ -103,7 +103,7 @@ QVariant BackupPointsModel::headerData(int section, Qt::Orientation orientation,
     return QVariant((section == size ? Qt::AlignTrailing : Qt::AlignLeading) | Qt::AlignVCenter);
   }
   if (role != Qt::DisplayRole) return {};
-  static constexpr const char* kTitles[columnCount_] = {"Label", "Date", "Disks", "Size"};
+  static constexpr const char* kTitles[columnCount_] = {"Date", "Label", "Disks", "Size"};
   return section < columnCount_ ? QString::fromStdString(_localization.localizedString(kTitles[section]))
                                 : QVariant();
 }

@@ -10,13 +10,13 @@
 
 namespace zpk {
 
-// The table of backup points, oldest first: label, date, stored disks, size. Shares the archive record's list.
+// The table of backup points, oldest first: date, label, stored disks, size. Shares the archive record's list.
 //
 // A list that continues the one before keeps the rows that are there, and with them the selection. Main thread.
 class BackupPointsModel final : public QAbstractTableModel {
  public:
   using Points = std::shared_ptr<const RecordList<RLDArchiveItem>>;
-  enum Column { label, date, disks, size, columnCount_ };
+  enum Column { date, label, disks, size, columnCount_ };
 
   BackupPointsModel(const Localization& localization, const DateFormatter& dates);
 

@@ -15,6 +15,7 @@ constexpr int kUsageMistake = 2;
 constexpr Seconds kForTheHelper{20};
 constexpr Seconds kForASheet{10};
 constexpr Seconds kForABackup{3600};
+constexpr double kWorthAPicture = 30;  // percent
 
 struct Account {
   QString disk;
@@ -59,7 +60,7 @@ Account backUp(WindowDriver& driver, Composition& program) {
   driver.press("backupButton");
   driver.waitFor(QStringLiteral("the end of the backup"), kForABackup, [&] {
     const bool running = controller.inProgress();
-    if (running && !pictured && controller.progressPercents().doubleValue() > 0) {
+    if (running && !pictured && controller.progressPercents().doubleValue() >= kWorthAPicture) {
       driver.takePicture(QStringLiteral("backing-up"));
       pictured = true;
     }

@@ -1,0 +1,42 @@
+#include "interface/DisplayText.h"
+
+#include <gtest/gtest.h>
+
+namespace zpk {
+namespace {
+
+std::string shown(std::string_view text) {
+  return displayText(text).toStdString();
+}
+
+TEST(DisplayText, LeavesOrdinaryTextInAnyScript) {
+  EXPECT_EQ(shown("Büro – 会社 \U0001F4BE"), "Büro – 会社 \U0001F4BE");
+}
+
+TEST(DisplayText, ShowsControlAndDirectionCharactersAsSymbols) {
+  EXPECT_EQ(shown("a\nb\tc"), "a\u240Ab\u2409c");
+  EXPECT_EQ(shown(std::string_view("\0\x7F", 2)), "\u2400\u2421");
+  EXPECT_EQ(shown("a\u202Eb\u2066c\u200Fd\uFEFF\u2028\u0085"), "a\u2426b\u2426c\u2426d\u2426\u2426\u2426");
+}
+
+TEST(DisplayText, CutsLongTextWithAnEllipsisAndNeverWithinACharacter) {
+  EXPECT_EQ(displayText(std::string(100'000, 'x')).size(), kLabelTextLimit);
+  EXPECT_TRUE(displayText(std::string(257, 'x')).endsWith(QChar(0x2026)));
+  EXPECT_EQ(displayText(std::string(256, 'x')), QString(256, u'x'));
+  std::string disks;
+  for (int i = 0; i < 300; ++i) disks += "\U0001F4BE";
+  const QString text = displayText(disks);
+  EXPECT_TRUE(text.isValidUtf16());
+  EXPECT_LE(text.size(), kLabelTextLimit);
+}
+
+TEST(DisplayText, TurnsBytesThatAreNoTextIntoReplacementCharacters) {
+  EXPECT_EQ(shown("a\xFF"), "a\uFFFD");
+}
+
+TEST(DisplayText, ParagraphsKeepTheirLineEnds) {
+  EXPECT_EQ(displayParagraph("a\nb\rc", 100).toStdString(), "a\nb\u240Dc");
+}
+
+}  // namespace
+}  // namespace zpk

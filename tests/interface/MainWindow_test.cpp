@@ -1,0 +1,253 @@
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QSlider>
+#include <QStackedWidget>
+
+#include "interface/InterfaceWorld.h"
+#include "interface/PlaceCard.h"
+
+namespace zpk {
+namespace {
+
+class Window : public testing::Test {
+ protected:
+  Window() { world.openWindow(); }
+  FakeHelper& helper() { return world.helper(); }
+  bool isShown(const char* name) const { return world.find<QWidget>(name)->isVisible(); }
+  bool isEnabled(const char* name) const { return world.find<QWidget>(name)->isEnabled(); }
+  QString text(const char* name) const { return world.find<QLabel>(name)->text(); }
+  QString words(const char* card) const { return world.find<QWidget>(card)->accessibleDescription(); }
+
+  InterfaceWorld world;
+};
+
+TEST_F(Window, SaysWhatToDoFirst) {
+  EXPECT_EQ(text("readinessLabel"), "Waiting for the helper…");
+  world.show(idleStatus({bootCampDisk(1, "Disk")}));
+  EXPECT_EQ(text("readinessLabel"), "Choose the Windows disk to protect");
+  EXPECT_FALSE(isEnabled("backupButton"));
+  Dictionary status = readyStatus();
+  statuskey::targetArchive.set(status, std::nullopt);
+  world.show(status);
+  EXPECT_EQ(text("readinessLabel"), "Choose where to keep the backups");
+  world.show(readyStatus());
+  EXPECT_EQ(text("readinessLabel"), "Ready to back up");
+  EXPECT_TRUE(isEnabled("backupButton"));
+}
+
+TEST_F(Window, ShowsBothEndsAndSinceWhen) {
+  world.show(readyStatus());
+  EXPECT_TRUE(words("sourceCard").contains("BOOTCAMP, NTFS · 128 GB, 47 GB used, 81 GB free"));
+  EXPECT_TRUE(words("destinationCard").contains("Office PC, /backups"));
+  EXPECT_TRUE(text("historyLabel").contains("day 19689"));
+  EXPECT_EQ(world.find<QAbstractItemView>("arcItemsTable")->model()->rowCount(), 3);
+}
+
+TEST_F(Window, BackupButtonSendsBackupAndStopBreaksIt) {
+  world.show(readyStatus());
+  world.click("backupButton");
+  EXPECT_EQ(helper().count("backup"), 1U);
+  world.show(backupStatus(34, {"one"}));
+  EXPECT_FALSE(isShown("backupButton"));
+  EXPECT_EQ(text("percentLabel"), "34%");
+  EXPECT_EQ(text("routeLabel"), "APPLE SSD SM0256G → Office PC");
+  EXPECT_TRUE(text("timesLabel").contains("00:05:10"));
+  EXPECT_FALSE(isEnabled("selectSourceButton"));
+  world.click("stopButton");
+  EXPECT_EQ(helper().count("breakProgress"), 1U);
+}
+
+TEST_F(Window, BackupButtonIsPressedByItsMnemonicToo) {
+  world.show(readyStatus());
+  world.window->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(world.window.get()));
+  QTest::keyClick(world.window.get(), Qt::Key_B, Qt::AltModifier);
+  // The button first shows itself pressed.
+  EXPECT_TRUE(QTest::qWaitFor([this] { return helper().count("backup") == 1; }));
+}
+
+TEST_F(Window, SourceIsChosenByMouse) {
+  const auto second = bootCampDisk(5, "Second");
+  world.show(idleStatus({bootCampDisk(1, "First"), second}));
+  world.click("selectSourceButton");
+  ASSERT_NE(world.sheet(), nullptr);
+  auto* list = world.find<QAbstractItemView>("disksListContentView");
+  ASSERT_EQ(list->model()->rowCount(), 2);
+  QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(list->model()->index(1, 0)).center());
+  world.click("actionButton");
+  EXPECT_EQ(helper().lastCall("setBackupSource").arguments, Array{identifierOf(*second)});
+  EXPECT_NE(world.sheet(), nullptr);
+  world.show(readyStatus());
+  EXPECT_EQ(world.sheet(), nullptr);
+}
+
+TEST_F(Window, SourceIsChosenByKeyboardAndEscapeCancels) {
+  const auto second = bootCampDisk(5, "Second");
+  world.show(idleStatus({bootCampDisk(1, "First"), second}));
+  world.click("selectSourceButton");
+  QTest::keyClick(world.sheet(), Qt::Key_Escape);
+  EXPECT_EQ(world.controller->modalSession(), 0);
+  InterfaceWorld::settle();
+  EXPECT_EQ(world.sheet(), nullptr);
+  world.click("selectSourceButton");
+  QTest::keyClick(world.find<QWidget>("disksListContentView"), Qt::Key_Down);
+  QTest::keyClick(world.sheet(), Qt::Key_Return);
+  EXPECT_EQ(helper().lastCall("setBackupSource").arguments, Array{identifierOf(*second)});
+}
+
+TEST_F(Window, LocationIsTypedIntoThePanel) {
+  world.show(readyStatus());
+  world.click("selectBackupPathButton");
+  auto* name = world.find<QLineEdit>("fileNameEdit");
+  name->setText("/nowhere/Mine");
+  QTest::keyClick(name, Qt::Key_Return);
+  EXPECT_EQ(helper().lastCall("setTargetPath").arguments, Array{"/nowhere/Mine.rldbackup"});
+}
+
+TEST_F(Window, RefusedCommandShowsTheErrorUntilItIsDismissed) {
+  helper().answer("backup", 3);
+  world.show(readyStatus());
+  world.click("backupButton");
+  ASSERT_NE(world.sheet(), nullptr);
+  EXPECT_EQ(world.sheet()->findChild<QLabel*>("messageText")->text(), "Source disk not set");
+  world.click("cancelButton");
+  EXPECT_EQ(world.sheet(), nullptr);
+}
+
+TEST_F(Window, ForeignArchiveIsBackedUpToOnlyAfterItsOwnButton) {
+  Dictionary status = readyStatus();
+  statuskey::arcState.set(status, ArcState::foreign);
+  world.show(status);
+  world.click("backupButton");
+  EXPECT_EQ(helper().count("backup"), 0U);
+  world.click("actionButton");
+  EXPECT_EQ(helper().count("backup"), 1U);
+}
+
+TEST_F(Window, PinLabelIsTyped) {
+  world.show(readyStatus());
+  world.controller->pin(true, *(*world.controller->arcItems())[1]);
+  QTest::keyClicks(world.find<QWidget>("incrementLabelField"), "Keep me");
+  world.click("actionButton");
+  EXPECT_EQ(helper().lastCall("pin_arcItem_withLabel").arguments, (Array{true, 1, "Keep me"}));
+}
+
+TEST_F(Window, CheckBoxShowsTheHelpersSettingAlone) {
+  world.show(readyStatus());
+  auto* box = world.find<QCheckBox>("checkFSButton");
+  QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
+  EXPECT_FALSE(box->isChecked());
+  EXPECT_EQ(helper().lastCall("setCheckFS").arguments, Array{true});
+  Dictionary status = readyStatus();
+  statuskey::checkFS.set(status, true);
+  world.show(status);
+  EXPECT_TRUE(box->isChecked());
+}
+
+TEST_F(Window, SelectionReachesTheControllerAndOutlivesARecord) {
+  world.show(readyStatus());
+  auto* table = world.find<QAbstractItemView>("arcItemsTable");
+  table->setCurrentIndex(table->model()->index(2, 0));
+  EXPECT_EQ(world.controller->selectedArcItemsIndexes(), IndexSet{2});
+  world.show(readyStatus());
+  EXPECT_EQ(world.controller->selectedArcItemsIndexes(), IndexSet{2});
+  Dictionary status = readyStatus();
+  statuskey::archiveDescription.set(status, archiveOf({backupPoint(9, "", 1)}));
+  world.show(status);
+  EXPECT_EQ(world.controller->selectedArcItemsIndexes(), IndexSet{});
+}
+
+TEST_F(Window, LogIsAtItsEndAfterEveryRecord) {
+  Array log;
+  for (int i = 0; i < 500; ++i) log.emplace_back("line " + std::to_string(i));
+  world.show(backupStatus(1, log));
+  log.emplace_back("the newest");
+  world.show(backupStatus(2, log));
+  const QScrollBar* bar = world.find<QAbstractItemView>("logView")->verticalScrollBar();
+  EXPECT_GT(bar->maximum(), 0);
+  EXPECT_EQ(bar->value(), bar->maximum());
+}
+
+TEST_F(Window, HelperThatIsGoneIsSaidWithoutLosingTheLastState) {
+  world.show(readyStatus());
+  EXPECT_FALSE(isShown("linkBanner"));
+  world.transport.helperDies();
+  EXPECT_TRUE(isShown("linkBanner"));
+  EXPECT_TRUE(words("sourceCard").contains("BOOTCAMP"));
+  world.transport.helperAppears();
+  EXPECT_FALSE(isShown("linkBanner"));
+}
+
+TEST_F(Window, LastBackupErrorStaysUntilAGoodBackup) {
+  Dictionary status = readyStatus();
+  statuskey::lastBackupError.set(status, "Windows is hibernated");
+  world.show(status);
+  EXPECT_TRUE(isShown("lastErrorRow"));
+  EXPECT_TRUE(text("lastErrorLabel").contains("Windows is hibernated"));
+  world.show(readyStatus());
+  EXPECT_FALSE(isShown("lastErrorRow"));
+}
+
+TEST_F(Window, MarkupFromOutsideIsText) {
+  Dictionary status = readyStatus();
+  statuskey::lastBackupError.set(status, "<b>bold</b>\n<img src=x>");
+  world.show(status);
+  EXPECT_EQ(world.find<QLabel>("lastErrorLabel")->textFormat(), Qt::PlainText);
+  EXPECT_TRUE(text("lastErrorLabel").contains("<b>bold</b>\u240A<img src=x>"));
+}
+
+TEST_F(Window, EveryControlThatTakesInputHasANameForAssistiveTechnology) {
+  world.show(readyStatus());
+  for (const char* sheet : {"", "source", "location", "restore", "error"}) {
+    if (std::string(sheet) == "source") world.controller->setModalSession(3);
+    if (std::string(sheet) == "restore") world.controller->setModalSession(2);
+    if (std::string(sheet) == "error") world.controller->setModalSession(4);
+    InterfaceWorld::settle();
+    for (const QWidget* widget : world.window->findChildren<QWidget*>()) {
+      const auto* button = qobject_cast<const QAbstractButton*>(widget);
+      const bool input = button || qobject_cast<const QAbstractItemView*>(widget) ||
+                         qobject_cast<const QSlider*>(widget) || qobject_cast<const QLineEdit*>(widget);
+      const bool own = !widget->objectName().isEmpty() && !widget->objectName().startsWith("qt_");
+      if (!input || !own || widget->focusPolicy() == Qt::NoFocus) continue;
+      const bool named = !widget->accessibleName().isEmpty() || (button && !button->text().isEmpty());
+      EXPECT_TRUE(named) << widget->objectName().toStdString() << " in " << sheet;
+    }
+  }
+}
+
+TEST_F(Window, EveryTextGoesThroughTheTranslation) {
+  struct Bracketed final : Localization {
+    std::string localizedString(std::string_view key) const override { return "[" + std::string(key) + "]"; }
+  } bracketed;
+  MainWindow window(world.controller, {bracketed, world.dates, world.images});
+  world.show(idleStatus({}));
+  for (const QLabel* label : window.findChildren<QLabel*>()) {
+    if (!label->text().isEmpty() && label->text() != "0%") {
+      EXPECT_TRUE(label->text().startsWith(u'[')) << label->text().toStdString();
+    }
+  }
+  for (const QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
+    if (!button->text().isEmpty()) {
+      EXPECT_TRUE(button->text().startsWith(u'[')) << button->text().toStdString();
+    }
+  }
+}
+
+TEST(WindowLife, ControllerLivesOnWithoutItsWindow) {
+  InterfaceWorld world;
+  world.openWindow();
+  world.show(readyStatus());
+  world.controller->selectSourceAction();
+  world.window.reset();
+  world.push(backupStatus(3, {"line"}));
+  EXPECT_TRUE(world.controller->inProgress());
+}
+
+}  // namespace
+}  // namespace zpk
