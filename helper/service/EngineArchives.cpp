@@ -127,7 +127,8 @@ class Run {
     _board.line("Examining the Windows side");
     Narrator narrator(_board);
     const auto progress = [&](std::uint64_t done, std::uint64_t total) { narrator.progress(done, total); };
-    const BackupRequest request{{{_order.disk->filePath().value_or(""), storedDisk(*_order.disk)}}, "", _time};
+    const BackupDisk disk{_order.disk->filePath().value_or(""), storedDisk(*_order.disk), !_order.checkFileSystem};
+    const BackupRequest request{{disk}, "", _time};
     ArchiveResult<PointIndex> point = makeFullBackup(archive, request, progress, _cancel);
     if (point) {
       _board.line("Backup point " + std::to_string(archive.index().points.size()) +

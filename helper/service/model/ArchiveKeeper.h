@@ -34,7 +34,7 @@ bool sameView(const ArchiveView& a, const ArchiveView& b);
 struct BackupOrder {
   std::shared_ptr<const ZPKDisk> disk;  // A disk with a Windows side.
   std::string archivePath;
-  bool checkFileSystem = true;  // Also refuse a file system that is merely inconsistent or was not shut down.
+  bool checkFileSystem = true;  // Refuse a file system that was not closed cleanly or contradicts itself.
 };
 
 // How a backup ended. Only `BackupDone` means that there is one more backup point; otherwise the archive is as it

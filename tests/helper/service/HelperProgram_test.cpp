@@ -168,6 +168,18 @@ TEST_F(HelperProgram, AVolumeThatWasNotClosedIsRefusedWithWhatToDo) {
   EXPECT_FALSE(std::filesystem::exists(archive()));
 }
 
+TEST_F(HelperProgram, AVolumeThatWasNotClosedIsBackedUpWithoutTheCheck) {
+  const SampleDisk disk(scratch);
+  disk.markDirty();
+  std::filesystem::copy_file(disk.path(), folder.path("disks/sample.img"));
+  start();
+  configure();
+  ASSERT_EQ(frontEnd.call(DaemonMember::setCheckFS, 0), code(ResultCode::success));
+  ASSERT_EQ(frontEnd.call(DaemonMember::backup), code(ResultCode::success));
+  ASSERT_TRUE(frontEnd.waitFor([&] { return isIdle(frontEnd.status()); }));
+  EXPECT_EQ(statuskey::arcState.read(frontEnd.status()), ArcState::ready) << log();
+}
+
 TEST_F(HelperProgram, AStoppedBackupLeavesNoArchiveWhereNoneWas) {
   useLargeDisk();
   start();

@@ -95,7 +95,7 @@ class TestFrontEnd {
   // The result code; the error's name when there is none.
   template <class... Arguments>
   std::string call(DaemonMember row, Arguments... arguments) {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* made = nullptr;
     const DBusMember& called = member(row);
     sd_bus_call_method(_bus.get(), kHelperBusName, kHelperObjectPath, kDaemonInterface, called.name, &error, &made,
