@@ -7,6 +7,7 @@ namespace {
 
 // Styles lighten a button's colour towards its top; the text must stay readable there.
 constexpr int kDarkening = 135;
+constexpr int kRoomBesideTitle = 20;
 
 }  // namespace
 
@@ -14,6 +15,10 @@ void PrimaryButton::setProminent(bool prominent) {
   if (prominent == _prominent) return;
   _prominent = prominent;
   update();
+}
+
+QSize PrimaryButton::sizeHint() const {
+  return QPushButton::sizeHint() + QSize(kRoomBesideTitle, 0);
 }
 
 void PrimaryButton::initStyleOption(QStyleOptionButton* option) const {

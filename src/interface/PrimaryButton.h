@@ -12,6 +12,8 @@ class PrimaryButton final : public QPushButton {
 
   void setProminent(bool prominent);
 
+  QSize sizeHint() const override;
+
  protected:
   void initStyleOption(QStyleOptionButton* option) const override;
 
