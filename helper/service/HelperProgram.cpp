@@ -37,6 +37,19 @@ std::string usualIcons() {
   return std::filesystem::is_directory(installed, error) ? installed.string() : ZPK_ICON_FOLDER;
 }
 
+// Front ends and tools have folders of their own: no path that leaves the helper is relative.
+std::string fullPath(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path full = std::filesystem::absolute(path, error);
+  return error ? path : full.lexically_normal().string();
+}
+
+HelperOptions withFullPaths(HelperOptions options) {
+  for (std::string& folder : options.disks) folder = fullPath(folder);
+  if (!options.icons.empty()) options.icons = fullPath(options.icons);
+  return options;
+}
+
 DiskScannerOptions scannerOptions(const HelperOptions& options) {
   DiskScannerOptions scanner;
   scanner.imageFolders = options.disks;
@@ -130,7 +143,7 @@ int runHelper(const HelperOptions& options) {
   std::signal(SIGPIPE, SIG_IGN);
   auto bus = BusService::connect(options.session ? BusService::Kind::session : BusService::Kind::system);
   if (!bus) return complain(bus.error());
-  return Helper(options, *state, **loop, std::move(*bus)).run();
+  return Helper(withFullPaths(options), *state, **loop, std::move(*bus)).run();
 }
 
 }  // namespace zpk

@@ -78,7 +78,6 @@ class HelperModel {
   void errorWasShown();
   // Ends a running backup because the helper ends.
   void stopForExit();
-  bool isWorking() const { return _operation != nullptr || _commandWaits || _reading; }
 
  private:
   struct Operation;
