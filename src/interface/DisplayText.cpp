@@ -9,6 +9,8 @@ namespace {
 constexpr char16_t kSymbolForNull = u'\u2400';
 constexpr char16_t kSymbolForDelete = u'\u2421';
 constexpr char16_t kSymbolForOther = u'\u2426';
+constexpr char16_t kZeroWidthSpace = u'\u200B';
+constexpr int kLongestWord = 32;
 constexpr char16_t kEllipsis = u'\u2026';
 
 // The longest text in UTF-8 that can still matter: a character takes at most four bytes.
@@ -56,6 +58,20 @@ QString displayText(std::string_view text, qsizetype limit) {
 
 QString displayParagraph(std::string_view text, qsizetype limit) {
   return shownText(text, limit, LineEnds::kept);
+}
+
+QString withBreaks(const QString& text) {
+  QString broken;
+  int wordLength = 0;
+  for (const QChar c : text) {
+    wordLength = c.isSpace() ? 0 : wordLength + 1;
+    if (wordLength > kLongestWord && !c.isLowSurrogate()) {
+      broken += QChar(kZeroWidthSpace);
+      wordLength = 1;
+    }
+    broken += c;
+  }
+  return broken;
 }
 
 }  // namespace zpk

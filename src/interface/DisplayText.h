@@ -21,4 +21,8 @@ QString displayText(std::string_view text, qsizetype limit = kLabelTextLimit);
 // The same of a text of several lines, such as an error's description: line ends stay.
 QString displayParagraph(std::string_view text, qsizetype limit);
 
+// The text with places to break within words longer than a line of a sheet, for labels that wrap: without them,
+// such a word would set the width of the whole window.
+QString withBreaks(const QString& text);
+
 }  // namespace zpk

@@ -182,7 +182,8 @@ void MainWindow::bindOperation() {
     const auto& error = _controller->lastBackupError();
     _ui->lastErrorRow->setVisible(error.has_value());
     if (error)
-      _ui->lastErrorLabel->setText(localizedText(_localization, "Last backup:") + u' ' + displayText(*error));
+      _ui->lastErrorLabel->setText(localizedText(_localization, "Last backup:") + u' ' +
+                                   withBreaks(displayText(*error)));
   });
 }
 

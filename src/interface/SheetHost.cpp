@@ -103,7 +103,7 @@ QDialog* SheetHost::makeErrorDescription() {
                                  .cancel = MessageSheet::Answer{localizedText(_localization, "&OK"),
                                                                 [this] { _controller.sheetCancelAction(); }}});
   _bindings.bind(_controller, "errorDescription", [this, sheet] {
-    sheet->setText(displayParagraph(_controller.errorDescription(), kErrorTextLimit));
+    sheet->setText(withBreaks(displayParagraph(_controller.errorDescription(), kErrorTextLimit)));
   });
   return sheet;
 }

@@ -38,5 +38,12 @@ TEST(DisplayText, ParagraphsKeepTheirLineEnds) {
   EXPECT_EQ(displayParagraph("a\nb\rc", 100).toStdString(), "a\nb\u240Dc");
 }
 
+TEST(DisplayText, LongWordsGetPlacesToBreakAndShortOnesNone) {
+  EXPECT_EQ(withBreaks("short words only"), QString("short words only"));
+  const QString word = withBreaks(QString(100, u'x'));
+  EXPECT_EQ(word.count(QChar(0x200B)), 3);
+  EXPECT_EQ(QString(word).remove(QChar(0x200B)), QString(100, u'x'));
+}
+
 }  // namespace
 }  // namespace zpk

@@ -202,6 +202,26 @@ TEST_F(Window, MarkupFromOutsideIsText) {
   EXPECT_TRUE(text("lastErrorLabel").contains("<b>bold</b>\u240A<img src=x>"));
 }
 
+TEST_F(Window, EndlessNamesAndErrorsDoNotWidenIt) {
+  world.show(readyStatus());
+  const int width = world.window->minimumSizeHint().width();
+  const std::string endless(100'000, 'W');
+  Dictionary status = readyStatus();
+  const auto disk = bootCampDisk(1, endless);
+  auto fields = disk->fields();
+  auto windows = fields.partitions->back()->fields();
+  windows.name = endless;
+  fields.partitions->back() = std::make_shared<const RLDPartition>(windows);
+  statuskey::disks.set(status, {ZPKDisk::diskWithDisk(RLDDisk(fields))});
+  statuskey::targetArchive.set(status, "/" + endless + "/" + endless + ".rldbackup");
+  statuskey::lastBackupError.set(status, endless);
+  statuskey::opError.set(status, endless);
+  world.show(status);
+  EXPECT_EQ(world.window->minimumSizeHint().width(), width);
+  ASSERT_NE(world.sheet(), nullptr);
+  EXPECT_LT(world.sheet()->width(), 800);
+}
+
 TEST_F(Window, EveryControlThatTakesInputHasANameForAssistiveTechnology) {
   world.show(readyStatus());
   for (const char* sheet : {"", "source", "location", "restore", "error"}) {
