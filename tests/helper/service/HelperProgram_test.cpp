@@ -10,7 +10,6 @@
 #include <optional>
 
 #include "helper/archive/SampleDisk.h"
-#include "helper/service/BusSubscriberLink.h"
 #include "helper/service/TestBus.h"
 #include "helperlink/ResultCode.h"
 #include "helperlink/StatusRecord.h"
@@ -343,84 +342,6 @@ TEST_F(HelperProgram, ASecondOneIsRefused) {
   const auto sameBus = run(folder.path("other"));
   EXPECT_EQ(sameBus->status, 1);
   EXPECT_THAT(sameBus->errors, HasSubstr("another helper serves on this bus"));
-}
-
-class Lines final : public Log {
- public:
-  void line(std::string_view text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-};
-
-TEST(StatusMessage, OneThatIsTooLargeGoesWithoutItsLog) {
-  const TestBus bus;
-  const BusHandle connection = bus.open();
-  const auto make = [&] {
-    sd_bus_message* message = nullptr;
-    sd_bus_message_new_signal(connection.get(), &message, "/a", "a.b", "c");
-    return BusMessageHandle(message);
-  };
-  const auto sent = [&](std::size_t lines, Lines& log) {
-    Dictionary status;
-    statuskey::stateTime.set(status, 5);
-    statuskey::fullLog.set(status, Array(lines, Value(std::string(1024, 'x'))));
-    const BusMessageHandle message = messageWithStatus(make, status, log);
-    sd_bus_message_seal(message.get(), 1, 0);
-    sd_bus_message_rewind(message.get(), 1);
-    return *readDictionary(message.get(), recordClasses());
-  };
-  Lines fits;
-  EXPECT_TRUE(statuskey::fullLog.isPresentIn(sent(1000, fits)));
-  EXPECT_TRUE(fits.lines.empty());
-  Lines tooLarge;
-  const Dictionary shorter = sent(std::size_t{17} << 10, tooLarge);
-  EXPECT_FALSE(statuskey::fullLog.isPresentIn(shorter));
-  EXPECT_EQ(statuskey::stateTime.read(shorter), 5);
-  EXPECT_EQ(tooLarge.lines.size(), 1U);
-}
-
-struct BadCommandLine {
-  std::vector<std::string> arguments;
-  const char* named;
-};
-
-TEST(HelperCommandLine, AMistakeNamesTheOptionAndWhatIsAllowed) {
-  const CancelFlag never;
-  for (const BadCommandLine& bad :
-       {BadCommandLine{{"--sesion"}, "'--sesion'"}, BadCommandLine{{"--disks"}, "'--disks' needs a folder"},
-        BadCommandLine{{"--disks", "--session"}, "'--disks' needs a folder"},
-        BadCommandLine{{"--state="}, "'--state' needs a folder"},
-        BadCommandLine{{"--session=yes"}, "'--session' takes no value"}, BadCommandLine{{"stray"}, "'stray'"}}) {
-    const auto result = runTool({ZPKHELPER, bad.arguments, {}, ToolAccess::ReadsOnly, {}}, never);
-    ASSERT_TRUE(result.hasValue());
-    EXPECT_EQ(result->status, 2) << bad.named;
-    EXPECT_THAT(result->errors, HasSubstr(bad.named));
-  }
-  const auto unknown = runTool({ZPKHELPER, {"--what"}, {}, ToolAccess::ReadsOnly, {}}, never);
-  EXPECT_THAT(unknown->errors, HasSubstr("allowed: --session, --disks DIR, --devices, --state DIR, --icons DIR"));
-}
-
-TEST(HelperCommandLine, HelpAndVersionNeedNoBus) {
-  const CancelFlag never;
-  const auto help = runTool({ZPKHELPER, {"--help"}, {}, ToolAccess::ReadsOnly, {}}, never);
-  EXPECT_TRUE(help->succeeded());
-  EXPECT_THAT(help->output, HasSubstr("--disks DIR"));
-  const auto version = runTool({ZPKHELPER, {"--version"}, {}, ToolAccess::ReadsOnly, {}}, never);
-  EXPECT_TRUE(version->succeeded());
-  EXPECT_THAT(version->output, HasSubstr("zpkhelper "));
-}
-
-TEST(HelperCommandLine, WithoutABusItEndsWithALine) {
-  const TemporaryFolder folder;
-  const CancelFlag never;
-  const auto result = runTool({"/usr/bin/env",
-                               {"DBUS_SESSION_BUS_ADDRESS=unix:path=" + folder.path("none"), ZPKHELPER, "--session",
-                                "--state", folder.path("state")},
-                               {},
-                               ToolAccess::ReadsAndWrites,
-                               {}},
-                              never);
-  EXPECT_EQ(result->status, 1);
-  EXPECT_THAT(result->errors, HasSubstr("zpkhelper: "));
 }
 
 }  // namespace
