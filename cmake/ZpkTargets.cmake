@@ -3,7 +3,8 @@
 #   zpk_library(NAME SOURCES a.cpp … [DEPENDS target …])   a static library of one folder
 #   zpk_program(NAME SOURCES main.cpp … DEPENDS target …)  a program
 #   zpk_test(NAME SOURCES a_test.cpp … [DEPENDS target …] [LABELS l …] [SERIAL] [TIMEOUT s])
-#                                                          a GoogleTest program, one line in ./test
+#                                                          a GoogleTest program, one line in ./test; with the label
+#                                                          `asan` also part of the sanitizer run (target asan_tests)
 #
 # A library sees the headers of its DEPENDS only through `src/` and `helper/`, which are the project's include
 # roots; what it may include from there is held by tools/check-layers.
@@ -53,6 +54,12 @@ function(zpk_test name)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+  if("asan" IN_LIST arg_LABELS)
+    if(NOT TARGET asan_tests)
+      add_custom_target(asan_tests)
+    endif()
+    add_dependencies(asan_tests ${name})
+  endif()
   if(arg_SERIAL)
     set_tests_properties(${name} PROPERTIES RUN_SERIAL TRUE)
   endif()
