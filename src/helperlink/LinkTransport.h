@@ -27,7 +27,8 @@ class LinkTransport {
  public:
   virtual ~LinkTransport() = default;
 
-  // The port registered under `name` now; null when there is none. Does not wait for one.
+  // The port registered under `name` now; null when there is none. Does not wait for one, but where the system
+  // starts services on demand it is asked to start this one; observePresence tells when it is there.
   virtual std::shared_ptr<Port> portForName(std::string_view name) = 0;
 
   // A fresh local port.

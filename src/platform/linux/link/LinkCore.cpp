@@ -141,6 +141,22 @@ BusMessageHandle LinkCore::askDriver(const char* member, const std::string& argu
   }
 }
 
+// Calls go to unique names, for which no bus starts anything; so the start has to be asked for. A bus that knows no
+// such service says so, which is no news: then somebody else starts the helper.
+void LinkCore::haveStarted(const std::string& busName) {
+  const BusMessageHandle call = _connection ? newDriverCall("StartServiceByName", busName) : nullptr;
+  const std::uint32_t noFlags = 0;
+  if (!call || sd_bus_message_append_basic(call.get(), 'u', &noFlags) < 0) return;
+  if (!_starting.insert(busName).second) return;
+  const auto begun = begin(kBusDriver, call.get(), [this, busName](sd_bus_message* answer) {
+    _starting.erase(busName);
+    if (answer == nullptr || sd_bus_message_is_method_error(answer, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0) return;
+    if (const auto error = errorTextOf(answer))
+      _surroundings.log.line("Link::" + busName + " cannot be started: " + *error);
+  });
+  if (!begun) _starting.erase(busName);
+}
+
 std::optional<BusPeer> LinkCore::ownerOf(const std::string& busName) {
   const auto self = shared_from_this();
   if (sd_bus_service_name_is_valid(busName.c_str()) <= 0 || !ensureConnected()) return std::nullopt;
@@ -149,7 +165,10 @@ std::optional<BusPeer> LinkCore::ownerOf(const std::string& busName) {
   const char* owner = nullptr;
   const bool owned = readAnswer(answer.get(), 's', owner);
   if (answer) _presence.note(busName, owned);
-  if (!owned) return std::nullopt;
+  if (!owned) {
+    if (answer) haveStarted(busName);
+    return std::nullopt;
+  }
 
   if (const std::optional<uid_t> required = _surroundings.requiredOwner) {
     const BusMessageHandle user = askDriver("GetConnectionUnixUser", owner);

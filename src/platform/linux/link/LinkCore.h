@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -42,7 +43,8 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
   void close();
 
   // The peer that owns `busName` now. Connects to the bus when need be. Nothing also when the owner is not the user
-  // whom the link requires.
+  // whom the link requires. Without an owner the bus is asked to start one, for which nothing waits: once it is
+  // there, the presence observers are told.
   std::optional<BusPeer> ownerOf(const std::string& busName);
 
   // Calls the helper `peer` and gives its reply, which is no error. Throws LinkException.
@@ -85,6 +87,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
                             Duration atMost);
   BusMessageHandle newDriverCall(const char* member, const std::string& argument) const;
   BusMessageHandle askDriver(const char* member, const std::string& argument);
+  void haveStarted(const std::string& busName);
 
   class Wait;
   bool waitUntil(const std::function<bool()>& over, Duration atMost);
@@ -114,6 +117,8 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
 
   std::optional<BusPeer> _helper;
   std::map<std::uint64_t, std::shared_ptr<PendingCall>> _pending;
+  // Names whose owner the bus was asked to start and has not answered for yet.
+  std::set<std::string> _starting;
   std::unique_ptr<BusConnection> _connection;
   int _watchedDescriptor = -1;
   Token _readable;

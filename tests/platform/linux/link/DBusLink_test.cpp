@@ -144,6 +144,37 @@ TEST_F(DBusLink, ASilentHelperIsATimeoutAndSaidNotToAnswerMeanwhile) {
   EXPECT_EQ(tell("code 2"), Value(2));
 }
 
+TEST_F(DBusLink, CollectingLogsAloneHasItsOwnPatience) {
+  LinkTimes times = quickTimes();
+  times.collectLogs = std::chrono::milliseconds(50);
+  restartTransport(surroundings(times));
+  startHelper();
+  connect();
+  EXPECT_EQ(tell("late 200"), Value(0));
+  helper.stop();
+  EXPECT_THAT(failureOf([&] { proxy->collectLogsToPath("/tmp"); }), HasSubstr("no reply in time"));
+  helper.resume();
+
+  times = quickTimes();
+  times.command = std::chrono::milliseconds(50);
+  times.notAnswering = std::chrono::milliseconds(100);
+  restartTransport(surroundings(times));
+  connect();
+  helper.stop();
+  EXPECT_THAT(failureOf([&] { proxy->breakProgress(); }), HasSubstr("no reply in time"));
+  const Token token = transport->observeAnswering([&](bool answers) {
+    if (!answers) helper.resume();
+  });
+  EXPECT_EQ(proxy->collectLogsToPath("/tmp"), Value(0)) << "still waited for after twice the other's time";
+}
+
+TEST(LinkTimes, AreTheLinksOwnUnlessATestShortensThem) {
+  const LinkTimes times;
+  EXPECT_EQ(times.command, std::chrono::seconds(60));
+  EXPECT_EQ(times.collectLogs, std::chrono::minutes(10));
+  EXPECT_EQ(times.notAnswering, std::chrono::seconds(3));
+}
+
 TEST_F(DBusLink, AStoppedHelperIsSaidNotToAnswerUntilItGoesOn) {
   LinkTimes times = quickTimes();
   times.notAnswering = std::chrono::milliseconds(50);

@@ -39,6 +39,40 @@ TEST_F(LinkRecovery, AHelperThatWasFoundBeforeIsNoNews) {
   EXPECT_TRUE(told.empty());
 }
 
+TEST_F(LinkRecovery, AHelperThatTheBusCanStartIsStartedByTheLookUpAndTold) {
+  bus.putService(kHelperBusName, SCRIPTED_HELPER);
+  observe();
+  EXPECT_EQ(transport->portForName(kName), nullptr) << "the look-up waits for nobody";
+  EXPECT_TRUE(isTold(true));
+  connect();
+  EXPECT_EQ(tell("code 5"), Value(5));
+  // It starts a dead one again, as often as it takes.
+  EXPECT_NE(failureOf([&] { tell("die"); }), "no exception");
+  EXPECT_TRUE(isTold(false));
+  EXPECT_EQ(transport->portForName(kName), nullptr);
+  EXPECT_TRUE(isTold(true));
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(LinkRecovery, AHelperThatTheBusFailsToStartCostsALogLineAndTheNextLookUpTriesAgain) {
+  bus.putService(kHelperBusName, "/nowhere/zpkhelper");
+  for (std::size_t attempt = 1; attempt <= 2; ++attempt) {
+    EXPECT_EQ(transport->portForName(kName), nullptr);
+    EXPECT_TRUE(loop.runUntil([&] { return log.lines().size() == attempt; }));
+    EXPECT_THAT(log.lines().back(), HasSubstr("Link::com.tarnwick.zpkhelper cannot be started"));
+  }
+  bus.putService(kHelperBusName, SCRIPTED_HELPER);
+  connect();
+  EXPECT_EQ(tell("code 5"), Value(5));
+}
+
+TEST_F(LinkRecovery, ABusThatStartsNobodyIsNoNews) {
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(transport->portForName(kName), nullptr);
+  startHelper();
+  connect();
+  EXPECT_TRUE(log.lines().empty());
+}
+
 TEST_F(LinkRecovery, TheEndOfAHelperIsToldWhileACommandWaitsForIt) {
   startHelper();
   connect();

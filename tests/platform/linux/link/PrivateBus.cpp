@@ -40,7 +40,8 @@ BusHandle openedBus(const std::string& address) {
 }  // namespace
 
 PrivateBus::PrivateBus() : _address("unix:path=" + _folder.path("bus")) {
-  _folder.put("bus.conf", "<busconfig><type>session</type><listen>" + _address + "</listen>" + kPolicy);
+  _folder.put("bus.conf", "<busconfig><type>session</type><listen>" + _address + "</listen><servicedir>" +
+                              _folder.path() + "</servicedir>" + kPolicy);
   start();
 }
 

@@ -21,6 +21,11 @@ class PrivateBus {
   void stop() const { _daemon.stop(); }
   void resume() const { _daemon.resume(); }
 
+  // From now on the bus knows how to start the service of that name. `program` is a path without blanks.
+  void putService(const std::string& name, const std::string& program) const {
+    _folder.put(name + ".service", "[D-BUS Service]\nName=" + name + "\nExec=" + program + " " + _address + "\n");
+  }
+
   // A connection of somebody else's, named by the bus.
   BusHandle connect() const;
 
