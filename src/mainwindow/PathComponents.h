@@ -10,8 +10,7 @@ namespace zpk {
 std::string archiveDisplayName(std::string_view path);
 
 // The folder in which an archive lives: the path without its last component. "/backups/a.rldbackup" gives
-// "/backups",
-// "/a.rldbackup" gives "/", a bare name gives the empty text.
+// "/backups", "/a.rldbackup" gives "/", a bare name gives the empty text.
 std::string archiveLocation(std::string_view path);
 
 }  // namespace zpk

@@ -169,7 +169,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   void sendMerge();
   void sendPin(bool flag, std::optional<std::string> label);
 
-  SheetWindow diskChooser(std::uint64_t type, ZPKDisksListWindow::Disks disks, std::uint64_t minRestoreSize);
+  SheetWindow diskChooser(std::uint64_t type, ZPKDisksListWindow::Disks disks);
   SheetWindow restoreTargetChooser();
   SheetWindow sourceChooser();
   SheetWindow archiveLocationPanel();

@@ -165,6 +165,8 @@ void ZPKUIDaemonController::projectSource(const Dictionary& status) {
 
 ZPKUIDaemonController::Destination ZPKUIDaemonController::projectDestination(const Dictionary& status) {
   const auto path = statuskey::targetArchive.read(status);
+  // Provisionally: an archive that cannot be described ends as none.
+  assign("arcSet", _arcSet, path.has_value());
   if (!path) return {};
   Dictionary described = named(archiveDisplayName(*path));
   described.set("location", archiveLocation(*path));
@@ -253,7 +255,10 @@ ZPKUIDaemonController::Picture ZPKUIDaemonController::diskIcon(const RLDDisk* di
   const std::string& path = *disk->iconPath();
   if (const auto known = _diskIcons.find(path); known != _diskIcons.end()) return known->second;
   if (_diskIcons.size() >= kMostDiskIcons) _diskIcons.clear();
-  return _diskIcons[path] = _environment.imageLoader.imageFromFile(path);
+  Picture icon = _environment.imageLoader.imageFromFile(path);
+  // A file that gave no picture is asked again: it may be there later.
+  if (icon) _diskIcons.emplace(path, icon);
+  return icon;
 }
 
 }  // namespace zpk

@@ -44,15 +44,13 @@ SheetWindow ZPKUIDaemonController::windowForModalSession(std::int32_t session) {
 }
 
 // One chooser serves both sessions.
-SheetWindow ZPKUIDaemonController::diskChooser(std::uint64_t type, ZPKDisksListWindow::Disks disks,
-                                               std::uint64_t minRestoreSize) {
+SheetWindow ZPKUIDaemonController::diskChooser(std::uint64_t type, ZPKDisksListWindow::Disks disks) {
   if (!_disksListWindow) {
     _disksListWindow = std::make_shared<ZPKDisksListWindow>(_environment.localization);
     _disksListWindow->setOkAction([this] { sheetOKAction(); });
     _disksListWindow->setCancelAction([this] { sheetCancelAction(); });
   }
   _disksListWindow->setType(type);
-  _disksListWindow->setMinRestoreSize(minRestoreSize);
   _disksListWindow->setDisksList(std::move(disks));
   return _disksListWindow;
 }
@@ -66,8 +64,9 @@ SheetWindow ZPKUIDaemonController::restoreTargetChooser() {
     const bool fits = !_legacyArc || disk->countOfLegacyRestoreSlots() >= parts;
     if (disk->isRestoreTarget() && fits) targets.push_back(disk);
   }
-  const std::uint64_t minSize = parts > 0 ? stored->partitions().back()->partMinSize() : 0;
-  return diskChooser(ZPKDisksListWindow::kRestoreType, std::move(targets), minSize);
+  const SheetWindow chooser = diskChooser(ZPKDisksListWindow::kRestoreType, std::move(targets));
+  _disksListWindow->setMinRestoreSize(parts > 0 ? stored->partitions().back()->partMinSize() : 0);
+  return chooser;
 }
 
 SheetWindow ZPKUIDaemonController::sourceChooser() {
@@ -75,7 +74,7 @@ SheetWindow ZPKUIDaemonController::sourceChooser() {
   for (const auto& disk : disksOfStatus()) {
     if (disk->isBootCamp()) sources.push_back(disk);
   }
-  return diskChooser(ZPKDisksListWindow::kSelectType, std::move(sources), 0);
+  return diskChooser(ZPKDisksListWindow::kSelectType, std::move(sources));
 }
 
 SheetWindow ZPKUIDaemonController::archiveLocationPanel() {

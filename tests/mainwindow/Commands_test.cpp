@@ -147,6 +147,43 @@ TEST_F(Commands, RestoreWithoutASelectedPointOrDiskSendsNothing) {
   EXPECT_EQ(ui().modalSession(), 2);
 }
 
+TEST_F(Commands, OkSendsNothingInAnySheetThatIsNoChoice) {
+  ready();
+  ui().setSelectedArcItemsIndexes({1});
+  for (const std::int32_t session : {0, 1, 4, 6}) {
+    ui().setModalSession(session);
+    ui().sheetOKAction();
+    EXPECT_EQ(sent(), Names{}) << session;
+    EXPECT_EQ(ui().modalSession(), session);
+  }
+}
+
+TEST_F(Commands, PointsAreNamedByTheFirstOfTheirIndex) {
+  Dictionary status = readyStatus();
+  statuskey::archiveDescription.set(
+      status, archiveOf({backupPoint(40, "", 0), backupPoint(70, "", 1), backupPoint(70, "", 2)}));
+  world.push(status);
+  ui().pin(false, *backupPoint(70, "", 2));
+  EXPECT_EQ(helper().lastCall("pin_arcItem_withLabel").arguments[1], Value(1));
+  ui().pin(true, *backupPoint(99, "", 0));
+  ui().sheetOKAction();
+  EXPECT_EQ(helper().lastCall("pin_arcItem_withLabel").arguments, (Array{true, 99, ""}));
+}
+
+TEST_F(Commands, UnpinningByTheRecordReachesTheMainController) {
+  ready();
+  (*ui().arcItems())[0]->setIsPinned(false);
+  EXPECT_EQ(helper().lastCall("pin_arcItem_withLabel").arguments.at(0), Value(false));
+}
+
+TEST_F(Commands, LimitIsStoredBeforeItIsSent) {
+  ready();
+  std::uint64_t shown = 0;
+  helper().whenCalled("setMaxIncrementsCount", [&] { shown = ui().maxIncCount(); });
+  ui().setMaxIncCount(42);
+  EXPECT_EQ(shown, 42U);
+}
+
 TEST_F(Commands, MergeIsConfirmedThenSentForTheSelectedPoint) {
   ready();
   ui().mergeArvhiveAction();

@@ -24,12 +24,14 @@ inline std::string nameOf(const std::shared_ptr<const Image>& image) {
   return named ? named->name : "";
 }
 
-// Pictures named after their file, counting the loads.
+// Pictures named after their file, counting the loads. Without files none loads.
 struct NamedImages final : ImageLoader {
   std::shared_ptr<const Image> imageFromFile(std::string_view path) const override {
     ++loads;
+    if (!haveFiles) return nullptr;
     return std::make_shared<NamedImage>(std::string(path));
   }
+  bool haveFiles = true;
   mutable std::size_t loads = 0;
 };
 

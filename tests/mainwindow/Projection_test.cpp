@@ -127,6 +127,10 @@ TEST_F(Projection, EmptyArchiveHasNoPointsAndMayBeBackedUpTo) {
   EXPECT_TRUE(ui().backupEnabled());
   EXPECT_FALSE(ui().arcItems());
   EXPECT_EQ(ui().firstBackup(), "None");
+  EXPECT_EQ(ui().lastBackup(), "None");
+  EXPECT_EQ(ui().destinationInfo(),
+            (Dictionary{{"name", "a"}, {"location", "/backups"}, {"status", "Available: 4 GB"}}));
+  EXPECT_EQ(nameOf(ui().targetIcon()), "type rldbackup");
 }
 
 TEST_F(Projection, UnavailableArchiveLeavesDatesAndIconAsTheyWere) {
@@ -139,13 +143,19 @@ TEST_F(Projection, UnavailableArchiveLeavesDatesAndIconAsTheyWere) {
   EXPECT_EQ(ui().firstBackup(), "day 19675");
   EXPECT_EQ(ui().lastBackup(), "day 19689");
   EXPECT_EQ(ui().targetIcon(), icon);
+  EXPECT_EQ(ui().destinationInfo(),
+            (Dictionary{{"name", "a"}, {"location", "/backups"}, {"status", "Destination is not available"}}));
 }
 
 TEST_F(Projection, ForeignArchiveShowsItsPointsAndMayBeBackedUpTo) {
   world.push(archive("/backups/a.rldbackup", 3));
   EXPECT_TRUE(ui().backupEnabled());
+  EXPECT_EQ(ui().destinationInfo(),
+            (Dictionary{{"name", "a"}, {"location", "/backups"}, {"status", "Arc is not from source disk"}}));
+  EXPECT_EQ(nameOf(ui().targetIcon()), "type rldbackup");
   ASSERT_TRUE(ui().arcItems());
   EXPECT_EQ(ui().arcItems()->size(), 3U);
+  EXPECT_EQ(ui().firstBackup(), "day 19675");
   EXPECT_EQ(ui().lastBackup(), "day 19689");
 }
 
@@ -288,14 +298,20 @@ TEST_F(Projection, UnchangedRecordAnnouncesNothingButItself) {
   EXPECT_EQ(source.count() + destination.count() + enabled.count(), 0);
 }
 
-TEST_F(Projection, DiskPictureIsLoadedOnce) {
+TEST_F(Projection, DiskPictureIsLoadedOnceItIsThereAndNotAgain) {
   const auto disk = bootCampDisk(1, "Disk");
   auto fields = disk->fields();
   fields.iconPath = "/icons/disk.png";
   Dictionary status = idleStatus({ZPKDisk::diskWithDisk(RLDDisk(fields))});
   statuskey::sourceDisk.set(status, identifierOf(*disk));
+  world.images.haveFiles = false;
+  world.push(status);
+  EXPECT_FALSE(ui().sourceIcon());
+  world.images.haveFiles = true;
+  world.images.loads = 0;
   for (int i = 0; i < 5; ++i) world.push(status);
   EXPECT_EQ(world.images.loads, 1U);
+  EXPECT_EQ(nameOf(ui().sourceIcon()), "/icons/disk.png");
 }
 
 TEST_F(Projection, LastBackupErrorGoesWithTheRecordThatHasNone) {
@@ -327,7 +343,10 @@ struct FlippedLog final : LogScrollView {
   double documentViewFrameY() const override { return 5; }
   double documentViewFrameHeight() const override { return 1000; }
   double contentViewBoundsHeight() const override { return 200; }
-  void scrollDocumentViewToPoint(double, double y) override { target = y; }
+  void scrollDocumentViewToPoint(double x, double y) override {
+    EXPECT_EQ(x, 0);
+    target = y;
+  }
   bool flipped = true;
   double target = -1;
 };
