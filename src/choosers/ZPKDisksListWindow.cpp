@@ -12,8 +12,11 @@ std::uint64_t roomOn(const ZPKDisk& disk) {
   return windows ? windows->partSize() : 0;
 }
 
-void replaceFirst(std::string& text, std::string_view word, const std::string& with) {
-  if (const auto at = text.find(word); at != std::string::npos) text.replace(at, word.size(), with);
+// Everywhere, since a translation may name a size twice.
+void replaceWord(std::string& text, std::string_view word, const std::string& with) {
+  for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + with.size())) {
+    text.replace(at, word.size(), with);
+  }
 }
 
 }  // namespace
@@ -114,8 +117,8 @@ ZPKDisksListWindow::Accessory ZPKDisksListWindow::checkRestoreTarget(const ZPKDi
 
 void ZPKDisksListWindow::refuse(std::uint64_t need, std::uint64_t have) {
   _errorDescription = _localization.localizedString("Not enough free space. Need: NEED, have: HAVE.");
-  replaceFirst(_errorDescription, "HAVE", byteSizeString(have));
-  replaceFirst(_errorDescription, "NEED", byteSizeString(need));
+  replaceWord(_errorDescription, "HAVE", byteSizeString(have));
+  replaceWord(_errorDescription, "NEED", byteSizeString(need));
   setNoFreeSpace(true);
   didChangeValueForKey("errorDescription");
 }

@@ -42,6 +42,18 @@ TEST_F(ArchiveSelector, TargetThatLacksTheOkActionGetsCancelOnly) {
   EXPECT_EQ(cancelled, 1);
 }
 
+TEST_F(ArchiveSelector, OkThatIsRedirectedLeavesThePanelOpen) {
+  int sent = 0;
+  selector.setActionsTarget(target);
+  selector.setOkActionSelector([&](ZPKArchiveSelector& sender) {
+    EXPECT_EQ(&sender, &selector);
+    ++sent;
+  });
+  selector.ok();
+  EXPECT_EQ(sent, 1);
+  EXPECT_EQ(panel.oks, 0);
+}
+
 TEST_F(ArchiveSelector, TargetThatIsGoneIsNoTarget) {
   selector.setActionsTarget(target);
   selector.setOkActionSelector([](ZPKArchiveSelector&) { FAIL() << "the target is gone"; });

@@ -115,6 +115,78 @@ TEST_F(DisksListWindow, RowZeroIsSelectedBeforeTheNewListIsObserved) {
   EXPECT_EQ(seen, IndexSet{0});
 }
 
+TEST_F(DisksListWindow, EmptyDiskThatIsTooSmallShowsTheErrorPageUntilARowWithRoomIsChosen) {
+  show(ZPKDisksListWindow::kRestoreType, {emptyDisk(4, "Empty", 10 * kGB), mac}, 50 * kGB);
+  EXPECT_TRUE(window.accessoryPresent());
+  EXPECT_TRUE(window.noFreeSpace());
+  EXPECT_EQ(window.errorDescription(), "Not enough free space. Need: 50 GB, have: 10 GB.");
+  window.setSelectedDisksIndexes({1});
+  EXPECT_TRUE(window.accessoryPresent());
+  EXPECT_FALSE(window.noFreeSpace());
+  window.setType(ZPKDisksListWindow::kSelectType);
+  window.orderWindow(ZPKDisksListWindow::Ordering::in);
+  EXPECT_FALSE(window.accessoryPresent());
+}
+
+TEST_F(DisksListWindow, SliderIsKeptUntilItIsOfferedAgain) {
+  show(ZPKDisksListWindow::kRestoreType, {mac}, 50 * kGB);
+  int texts = 0;
+  const Token token = window.observe("restoreSizeText", [&] { ++texts; });
+  window.setSliderValue(60 * kGB);
+  EXPECT_EQ(texts, 1);
+  EXPECT_EQ(window.restoreSize(), 60 * kGB);
+  EXPECT_EQ(window.restoreSizeText(), "Size: 60 GB");
+  window.setSelectedDisksIndexes({0});
+  EXPECT_EQ(window.restoreSize(), 200 * kGB);
+}
+
+TEST_F(DisksListWindow, TitleAndOkFollowWhatTheyDependOn) {
+  int titles = 0;
+  int enabled = 0;
+  const Token title = window.observe("actionTitle", [&] { ++titles; });
+  const Token ok = window.observe("actionEnabled", [&] { ++enabled; });
+  window.setType(ZPKDisksListWindow::kRestoreType);
+  EXPECT_EQ(titles, 1);
+  window.setMinRestoreSize(900 * kGB);
+  window.setDisksList({mac});
+  EXPECT_EQ(enabled, 1);
+  window.orderWindow(ZPKDisksListWindow::Ordering::in);
+  EXPECT_EQ(enabled, 2);
+  EXPECT_FALSE(window.actionEnabled());
+}
+
+TEST_F(DisksListWindow, ButtonsSendTheCallersActionsAndEndNothing) {
+  Array sent;
+  window.performOk();
+  window.setOkAction([&] { sent.emplace_back("ok"); });
+  window.setCancelAction([&] { sent.emplace_back("cancel"); });
+  window.performOk();
+  window.performCancel();
+  EXPECT_EQ(sent, (Array{"ok", "cancel"}));
+}
+
+TEST(DisksListWindowTexts, AreTranslatedWithBothSizesWhereverTheyStand) {
+  struct German final : Localization {
+    std::string localizedString(std::string_view key) const override {
+      if (key == "Size:") return "Größe:";
+      if (key == "Restore") return "Wiederherstellen";
+      if (key == "Select") return "Wählen";
+      if (key == "Not enough free space. Need: NEED, have: HAVE.") return "HAVE da, NEED nötig; nur HAVE.";
+      return std::string(key);
+    }
+  } german;
+  ZPKDisksListWindow window(german);
+  EXPECT_EQ(window.actionTitle(), "Wählen");
+  window.setType(ZPKDisksListWindow::kRestoreType);
+  EXPECT_EQ(window.actionTitle(), "Wiederherstellen");
+  window.setSliderValue(3 * kGB);
+  EXPECT_EQ(window.restoreSizeText(), "Größe: 3 GB");
+  window.setMinRestoreSize(5 * kGB);
+  window.setDisksList({emptyDisk(1, "Small", 3 * kGB)});
+  window.orderWindow(ZPKDisksListWindow::Ordering::in);
+  EXPECT_EQ(window.errorDescription(), "3 GB da, 5 GB nötig; nur 3 GB.");
+}
+
 TEST_F(DisksListWindow, SelectionBeyondTheListIsNoDisk) {
   show(ZPKDisksListWindow::kRestoreType, {mac}, 1);
   window.setSelectedDisksIndexes({8});
