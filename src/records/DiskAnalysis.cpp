@@ -29,15 +29,7 @@ constexpr std::array<LetterRow, 7> kLetters = {{
     {'o', TMBGPTType::WindowsRecovery, "winRecPartition"},
 }};
 
-struct PatternRow {
-  // One letter a partition; upper case is required, lower case optional.
-  std::string_view letters;
-  bool isBootCamp;
-  bool isRestoreTarget;
-};
-
-// Tried in this order; the first full match wins.
-constexpr std::array<PatternRow, 5> kPatterns = {{
+constexpr std::array<DiskLayout, 5> kLayouts = {{
     {"eHromoWo", true, true},
     {"eCromoWo", true, true},
     {"eHromo", false, true},
@@ -95,11 +87,12 @@ Dictionary noPartIndexes() {
   return partIndexes;
 }
 
-// The indexes are not reset between patterns, on purpose: what a pattern recorded before it failed stays unless a
-// later one records another.
-const PatternRow* firstMatchingPattern(const Partitions& partitions, Dictionary& partIndexes) {
-  for (const PatternRow& pattern : kPatterns) {
-    if (matches(pattern.letters, partitions, partIndexes)) return &pattern;
+// The indexes are not reset between layouts, on purpose: what one recorded before it failed stays unless a later
+// one records another.
+const DiskLayout* firstMatch(std::span<const DiskLayout> layouts, const Partitions& partitions,
+                             Dictionary& partIndexes) {
+  for (const DiskLayout& layout : layouts) {
+    if (matches(layout.letters, partitions, partIndexes)) return &layout;
   }
   return nullptr;
 }
@@ -119,20 +112,24 @@ bool holdsNoPartition(const Partitions& partitions, std::int64_t schemes) {
 }  // namespace
 
 std::optional<DiskAnalysis> analyseDisk(const RLDDisk& disk) {
+  return analyseDiskByLayouts(disk, kLayouts);
+}
+
+std::optional<DiskAnalysis> analyseDiskByLayouts(const RLDDisk& disk, std::span<const DiskLayout> layouts) {
   DiskAnalysis analysis{.partIndexes = noPartIndexes()};
   const std::int64_t schemes = disk.partitioningSchemes();
   const bool isMatchable = (schemes & (kSchemeBit2 | kSchemeBit4)) != 0;
-  const PatternRow* pattern = isMatchable ? firstMatchingPattern(disk.partitions(), analysis.partIndexes) : nullptr;
+  const DiskLayout* layout = isMatchable ? firstMatch(layouts, disk.partitions(), analysis.partIndexes) : nullptr;
 
-  if (pattern != nullptr && (pattern->isBootCamp || pattern->isRestoreTarget)) {
-    analysis.isBootCamp = pattern->isBootCamp;
+  if (layout != nullptr && (layout->isBootCamp || layout->isRestoreTarget)) {
+    analysis.isBootCamp = layout->isBootCamp;
     analysis.isRestoreTarget = true;
     return analysis;
   }
   analysis.isEmpty = holdsNoPartition(disk.partitions(), schemes);
   analysis.isRestoreTarget = analysis.isEmpty;
-  // A matching pattern keeps its disk, even one that says nothing about it.
-  if (!analysis.isEmpty && pattern == nullptr) return std::nullopt;
+  // A matching layout keeps its disk, even one that says nothing about it.
+  if (!analysis.isEmpty && layout == nullptr) return std::nullopt;
   return analysis;
 }
 

@@ -246,6 +246,42 @@ TEST(DiskAnalysis, AgreesWithTheSecondOpinionOnNearlyFullLayouts) {
   }
 }
 
+// What the known layouts do not make use of.
+TEST(DiskAnalysisByLayouts, AnyOtherLetterStandsForAnUnknownType) {
+  constexpr DiskLayout kLayout[] = {{"eXz", false, true}};
+  const auto findingsBy = [&](std::string_view letters) {
+    return findings(analyseDiskByLayouts(samples::disk(letters), kLayout));
+  };
+  EXPECT_EQ(findingsBy("x"), "R");
+  EXPECT_EQ(findingsBy("en"), "R");
+  EXPECT_EQ(findingsBy("exn"), "R");
+  EXPECT_EQ(findingsBy("eh"), "refused");
+  EXPECT_EQ(findingsBy("exnx"), "refused");
+}
+
+TEST(DiskAnalysisByLayouts, ABootCampLayoutIsARestoreTargetWhetherItSaysSoOrNot) {
+  constexpr DiskLayout kLayout[] = {{"W", true, false}};
+  EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("w"), kLayout)), "BR w0");
+}
+
+TEST(DiskAnalysisByLayouts, ALayoutThatSaysNothingKeepsItsDiskAndLeavesTheRestToEmptiness) {
+  constexpr DiskLayout kLayout[] = {{"eH", false, false}, {"eM", false, false}};
+  EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("eh"), kLayout)), " h1");
+  EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("em"), kLayout)), "RE m1");
+  EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("eh", 1), kLayout)), "refused");
+}
+
+TEST(DiskAnalysisByLayouts, TheFirstFullMatchWins) {
+  constexpr DiskLayout kLayout[] = {{"hM", true, true}, {"Hw", false, true}, {"HW", true, true}};
+  EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("hw"), kLayout)), "R h0 w1");
+}
+
+TEST(DiskAnalysisByLayouts, ALaterLayoutOverwritesWhatAFailedOneRecorded) {
+  // The first takes the first partition for Windows and fails on the second; the second layout takes the second.
+  constexpr DiskLayout kLayout[] = {{"WH", true, true}, {"zwzwO", false, true}, {"WwO", true, true}};
+  EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("wwo"), kLayout)), "R w1 o2");
+}
+
 TEST(DiskAnalysis, AnUnusedEntrysTypeDoesNotMatter) {
   const auto unusedWindows = std::make_shared<const RLDPartition>(
       RLDPartition::Fields{.partType = 0, .gptTypeGUID = TMBGUID::GUIDWithGPTType(TMBGPTType::MicrosoftBasicData)});
@@ -255,6 +291,13 @@ TEST(DiskAnalysis, AnUnusedEntrysTypeDoesNotMatter) {
   };
   EXPECT_EQ(findings(analyseDisk(disk(2))), "RE");
   EXPECT_EQ(findings(analyseDisk(disk(0))), "RE");
+}
+
+TEST(DiskAnalysis, APartitionsTypeIsItsIdentifiersAndNotItsTablesValue) {
+  const auto windows = std::make_shared<const RLDPartition>(RLDPartition::Fields{
+      .partType = 0xf000000000000001, .gptTypeGUID = TMBGUID::GUIDWithGPTType(TMBGPTType::MicrosoftBasicData)});
+  const RLDDisk disk({.partitions = RecordList<RLDPartition>{windows}, .partitioningSchemes = 2});
+  EXPECT_EQ(findings(analyseDisk(disk)), "BR w0");
 }
 
 TEST(DiskAnalysis, ADiskWithoutAListOfPartitionsIsEmpty) {
