@@ -157,6 +157,9 @@ TEST(ZPKDisk, DescribesItsFindingsAndTheDisk) {
   const EnglishLocalization english;
   EXPECT_EQ(zpkDisk("ew")->description(english),
             "(ZPK: isBC: 1 isR:1 isE:0 " + samples::disk("ew").description(english) + ")");
+  const Dictionary unclassified = keyedForm(RLDDisk(RLDDisk::Fields{}));
+  EXPECT_EQ(ZPKDisk(KeyedDecoder(unclassified)).description(english),
+            "(ZPK: isBC: 0 isR:0 isE:0 { Disk/\"(null)\"/0 B(0b)/parts:(\n ) })");
   EXPECT_EQ(zpkDisk("")->description(english),
             "(ZPK: isBC: 0 isR:1 isE:1 { Disk/\"(null)\"/0 B(0b)/parts:(\n ) })");
 }
