@@ -38,5 +38,10 @@ TEST(ResultCode, AMissingResultReadsAsSuccess) {
   EXPECT_EQ(resultCodeOf(Value(7)), 7u);
 }
 
+TEST(ResultCode, IsReadAs32Bits) {
+  EXPECT_EQ(resultCodeOf(Value((std::uint64_t{1} << 32) + 7)), 7u);
+  EXPECT_EQ(resultCodeOf(Value(-1)), 0xffffffffu);
+}
+
 }  // namespace
 }  // namespace zpk

@@ -132,6 +132,58 @@ TEST(StatusRecord, WhatIsWrittenIsReadBack) {
   EXPECT_EQ(statuskey::arcState.read(status), ArcState::foreign);
 }
 
+TEST(StatusRecord, EveryKeyIsReadUnderItsOwnName) {
+  constexpr std::uint64_t kBig = 0xf000000000000000;
+  const auto archive = std::make_shared<const RLDArchive>(RLDArchive::Fields{});
+  const auto target = std::make_shared<const RLDDisk>(RLDDisk::Fields{});
+  const auto disk = ZPKDisk::diskWithDisk(*target);
+  const Dictionary status{{"statetime", -3},
+                          {"state", 1},
+                          {"operror", "an error"},
+                          {"lastbackuperror", "a backup's error"},
+                          {"progressPercents", 41.5},
+                          {"elapsedtime", kBig + 1},
+                          {"remainingtime", kBig + 2},
+                          {"fulllog", Array{"line"}},
+                          {"progresstype", 2},
+                          {"archiveDescription", archive},
+                          {"mergeindex", kBig + 3},
+                          {"restoretarget", target},
+                          {"targetArchive", "/archive"},
+                          {"disks", Array{disk}},
+                          {"sourceDisk", "an identifier"},
+                          {"maxinccount", kBig + 4},
+                          {"checkfs", true},
+                          {"arcState", 3}};
+  EXPECT_EQ(statuskey::stateTime.read(status), -3);
+  EXPECT_EQ(statuskey::state.read(status), HelperState::busy);
+  EXPECT_EQ(statuskey::opError.read(status), "an error");
+  EXPECT_EQ(statuskey::lastBackupError.read(status), "a backup's error");
+  EXPECT_EQ(statuskey::progressPercents.read(status), Value(41.5));
+  EXPECT_EQ(statuskey::elapsedTime.read(status), kBig + 1);
+  EXPECT_EQ(statuskey::remainingTime.read(status), kBig + 2);
+  EXPECT_THAT(*statuskey::fullLog.read(status), ElementsAre(Value("line")));
+  EXPECT_EQ(statuskey::progressType.read(status), ProgressType::merge);
+  EXPECT_EQ(statuskey::archiveDescription.read(status), archive);
+  EXPECT_EQ(statuskey::mergeIndex.read(status), kBig + 3);
+  EXPECT_EQ(statuskey::restoreTarget.read(status), target);
+  EXPECT_EQ(statuskey::targetArchive.read(status), "/archive");
+  EXPECT_THAT(statuskey::disks.read(status), ElementsAre(disk));
+  EXPECT_EQ(statuskey::sourceDisk.read(status), "an identifier");
+  EXPECT_EQ(statuskey::maxIncCount.read(status), kBig + 4);
+  EXPECT_TRUE(statuskey::checkFS.read(status));
+  EXPECT_EQ(statuskey::arcState.read(status), ArcState::foreign);
+  EXPECT_EQ(statuskey::kAll.size(), status.size());
+}
+
+TEST(StatusRecord, StatesAreReadAs32Bits) {
+  const std::int64_t wide = (std::int64_t{1} << 32) + 2;
+  const Dictionary status{{"state", wide}, {"progresstype", wide}, {"arcState", wide}};
+  EXPECT_EQ(statuskey::state.read(status), HelperState::inProgress);
+  EXPECT_EQ(statuskey::progressType.read(status), ProgressType::merge);
+  EXPECT_EQ(statuskey::arcState.read(status), ArcState::unavailable);
+}
+
 TEST(StatusRecord, NumbersAreWrittenAsTheNumbersOfTheTable) {
   Dictionary status;
   statuskey::state.set(status, HelperState::busy);

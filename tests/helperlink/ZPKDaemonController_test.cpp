@@ -186,6 +186,18 @@ TEST_F(LaunchedController, KeepsTheNewestStatusAndAnnouncesIt) {
   EXPECT_EQ(*held, first) << "who holds the older one keeps it";
 }
 
+TEST_F(LaunchedController, KeepsTheLastStatusWhileTheHelperIsAwayAndTellsTheNextOne) {
+  const Dictionary last{{"statetime", 6}, {"state", 0}};
+  world.transport.push(last);
+  world.transport.helperDies();
+  world.loop.advance(Seconds(3600));
+  EXPECT_EQ(*controller.currentStatus(), last);
+  world.transport.helperAppears();
+  world.loop.turn();
+  EXPECT_EQ(lastStateTimeSent(), 6);
+  EXPECT_EQ(*controller.currentStatus(), last);
+}
+
 TEST_F(LaunchedController, TheStateTimeIsUpToDateWhenTheStatusIsAnnounced) {
   const Token token = controller.observe("currentStatus", [&] { controller.checkIn(); });
   world.transport.push(Dictionary{{"statetime", 42}});
