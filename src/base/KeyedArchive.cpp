@@ -37,7 +37,7 @@ class Writer {
     } else if (const std::string* text = value.text()) {
       tag('s');
       block(*text);
-    } else if (const Bytes* bytes = value.bytes()) {
+    } else if (const ByteBlock* bytes = value.bytes()) {
       tag('b');
       count(bytes->size());
       _out.insert(_out.end(), bytes->begin(), bytes->end());

@@ -5,7 +5,7 @@
 namespace zpk {
 
 void KeyedEncoder::encodeBytes(std::span<const std::uint8_t> block) {
-  put(kUnkeyedBytesKey, Value(Bytes(block.begin(), block.end())));
+  put(kUnkeyedBytesKey, Value(block));
 }
 
 void KeyedEncoder::put(std::string_view key, Value value) {
@@ -17,13 +17,13 @@ Dictionary KeyedEncoder::take() {
 }
 
 std::span<const std::uint8_t> KeyedDecoder::requiredBlock(std::string_view key, std::size_t length) const {
-  const Bytes* block = _keys[key].bytes();
+  const ByteBlock* block = _keys[key].bytes();
   if (block == nullptr) throw MalformedRecord("no bytes under \"" + std::string(key) + "\"");
   if (block->size() < length) {
     throw MalformedRecord("only " + std::to_string(block->size()) + " of " + std::to_string(length) +
                           " bytes under \"" + std::string(key) + "\"");
   }
-  return std::span(*block).first(length);
+  return {block->data(), length};
 }
 
 Dictionary keyedForm(const Record& record) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -34,9 +35,9 @@ class KeyedEncoder {
   template <class T>
   requires std::is_unsigned_v<T>
   void encodeRawBytes(T value, std::string_view key) {
-    Bytes block(sizeof(T));
+    std::array<std::uint8_t, sizeof(T)> block{};
     for (std::size_t i = 0; i < sizeof(T); ++i) block[i] = static_cast<std::uint8_t>(value >> (8 * i));
-    put(key, Value(std::move(block)));
+    put(key, Value(std::span<const std::uint8_t>(block)));
   }
   // Text, date, array, dictionary or record. The null value is written too: the key is there, and reads back as
   // nil. (A container that has no null leaves the key out, which reads back the same.)

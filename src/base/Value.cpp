@@ -66,6 +66,8 @@ Dictionary::~Dictionary() = default;
 Dictionary::Dictionary(std::initializer_list<Entry> entries) : Dictionary(std::vector<Entry>(entries)) {}
 
 Dictionary::Dictionary(std::vector<Entry> entries) : _entries(std::move(entries)) {
+  const auto outOfOrder = [](const Entry& a, const Entry& b) { return a.first >= b.first; };
+  if (std::adjacent_find(_entries.begin(), _entries.end(), outOfOrder) == _entries.end()) return;
   std::stable_sort(_entries.begin(), _entries.end(),
                    [](const Entry& a, const Entry& b) { return a.first < b.first; });
   // Of equal keys the last one stays: unique() over the reversed range keeps what it meets first.
@@ -97,6 +99,10 @@ void Dictionary::set(std::string_view key, Value value) {
 void Dictionary::remove(std::string_view key) {
   const auto found = std::lower_bound(_entries.begin(), _entries.end(), key, keyIsLess);
   if (found != _entries.end() && found->first == key) _entries.erase(found);
+}
+
+std::vector<Dictionary::Entry> Dictionary::release() && {
+  return std::move(_entries);
 }
 
 std::size_t Dictionary::size() const {
@@ -141,11 +147,6 @@ double Value::doubleValue() const {
   if (const auto* real = std::get_if<double>(&_content)) return *real;
   if (isUnsigned()) return static_cast<double>(unsignedIntegerValue());
   return static_cast<double>(integerValue());
-}
-
-const Bytes* Value::bytes() const {
-  const auto* shared = std::get_if<std::shared_ptr<const Bytes>>(&_content);
-  return shared ? shared->get() : nullptr;
 }
 
 const Array* Value::array() const {

@@ -4,18 +4,20 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "base/ByteBlock.h"
+
 namespace zpk {
 
 class Record;
 class Value;
 
-using Bytes = std::vector<std::uint8_t>;
 using Array = std::vector<Value>;
 
 // A point in time: seconds since 1970-01-01 00:00:00 UTC, with their fraction.
@@ -33,8 +35,8 @@ class Dictionary {
 
   Dictionary();
   Dictionary(std::initializer_list<Entry> entries);
-  // Takes entries in any order; of a key that stands more than once the last one stays. Costs one sort, so it is
-  // the way to build a large dictionary from what a peer sent.
+  // Takes entries in any order; of a key that stands more than once the last one stays. Costs one sort, or none
+  // when they are in order already, so it is the way to build a large dictionary from what a peer sent.
   explicit Dictionary(std::vector<Entry> entries);
   Dictionary(const Dictionary&);
   Dictionary(Dictionary&&) noexcept;
@@ -47,6 +49,8 @@ class Dictionary {
   bool contains(std::string_view key) const;
   void set(std::string_view key, Value value);
   void remove(std::string_view key);
+  // Gives the entries back, in the order of their keys.
+  std::vector<Entry> release() &&;
 
   std::size_t size() const;
   bool empty() const;
@@ -83,7 +87,8 @@ class Value {
   Value(std::string value) : _content(std::move(value)) {}
   Value(std::string_view value) : _content(std::string(value)) {}
   Value(const char* value) : _content(std::string(value)) {}
-  Value(Bytes value) : _content(std::make_shared<const Bytes>(std::move(value))) {}
+  Value(Bytes value) : _content(ByteBlock(std::move(value))) {}
+  explicit Value(std::span<const std::uint8_t> value) : _content(ByteBlock(value)) {}
   Value(Date value) : _content(value) {}
   Value(Array value);
   Value(Dictionary value);
@@ -107,7 +112,7 @@ class Value {
   bool isInteger() const { return isSigned() || isUnsigned(); }
   bool isReal() const { return std::holds_alternative<double>(_content); }
   bool isText() const { return std::holds_alternative<std::string>(_content); }
-  bool isBytes() const { return std::holds_alternative<std::shared_ptr<const Bytes>>(_content); }
+  bool isBytes() const { return std::holds_alternative<ByteBlock>(_content); }
   bool isDate() const { return std::holds_alternative<Date>(_content); }
   bool isArray() const { return std::holds_alternative<std::shared_ptr<const Array>>(_content); }
   bool isDictionary() const { return std::holds_alternative<std::shared_ptr<const Dictionary>>(_content); }
@@ -126,7 +131,7 @@ class Value {
 
   // The content of that kind, or null for anything else. The pointer lives as long as this value.
   const std::string* text() const { return std::get_if<std::string>(&_content); }
-  const Bytes* bytes() const;
+  const ByteBlock* bytes() const { return std::get_if<ByteBlock>(&_content); }
   const Date* date() const { return std::get_if<Date>(&_content); }
   const Array* array() const;
   const Dictionary* dictionary() const;
@@ -149,8 +154,8 @@ class Value {
   friend bool operator==(const Value& a, const Value& b);
 
  private:
-  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, std::shared_ptr<const Bytes>,
-               Date, std::shared_ptr<const Array>, std::shared_ptr<const Dictionary>, std::shared_ptr<const Record>>
+  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, ByteBlock, Date,
+               std::shared_ptr<const Array>, std::shared_ptr<const Dictionary>, std::shared_ptr<const Record>>
       _content;
 };
 

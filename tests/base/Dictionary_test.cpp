@@ -31,6 +31,18 @@ TEST(Dictionary, KeepsTheLastOfEqualKeys) {
   EXPECT_EQ(dictionary["a"], Value(1));
 }
 
+TEST(Dictionary, KeepsTheLastOfEqualKeysThatStandInOrder) {
+  const Dictionary dictionary{{"a", 1}, {"a", 2}, {"b", 3}};
+  EXPECT_EQ(dictionary, (Dictionary{{"a", 2}, {"b", 3}}));
+}
+
+TEST(Dictionary, GivesItsEntriesBackInOrder) {
+  const std::vector<Dictionary::Entry> entries = Dictionary{{"b", 1}, {"a", 2}}.release();
+  ASSERT_EQ(entries.size(), 2u);
+  EXPECT_EQ(entries[0], Dictionary::Entry("a", 2));
+  EXPECT_EQ(entries[1], Dictionary::Entry("b", 1));
+}
+
 TEST(Dictionary, SetReplacesOrAdds) {
   Dictionary dictionary;
   EXPECT_TRUE(dictionary.empty());

@@ -111,7 +111,7 @@ TEST_F(MalformedRecords, EveryRawKeyIsRequiredInFull) {
       Dictionary without = keys;
       without.remove(key);
       EXPECT_THAT(malformation(sample.record->className(), without), HasSubstr(std::string(key)));
-      Bytes shortBlock = *keys[key].bytes();
+      Bytes shortBlock = keys[key].bytes()->toBytes();
       shortBlock.pop_back();
       expectMalformed(*sample.record, key, shortBlock);
       expectMalformed(*sample.record, key, Bytes{});
@@ -126,7 +126,7 @@ TEST_F(MalformedRecords, OfALongRawBlockTheFirstBytesAreTaken) {
   for (const Sample& sample : allClasses()) {
     for (const std::string_view key : sample.rawKeys) {
       Dictionary keys = keyedForm(*sample.record);
-      Bytes longer = *keys[key].bytes();
+      Bytes longer = keys[key].bytes()->toBytes();
       longer.push_back(0xee);
       keys.set(key, longer);
       EXPECT_EQ(*recordClasses().make(sample.record->className(), KeyedDecoder(keys)), *sample.record) << key;

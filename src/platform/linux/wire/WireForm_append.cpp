@@ -66,7 +66,7 @@ class Appender {
     if (const std::string* string = value.text()) return text(*string);
     if (const Dictionary* entries = value.dictionary()) return dictionary(*entries);
     if (const Array* elements = value.array()) return array(*elements, signature + 1);
-    if (const Bytes* block = value.bytes()) return bytes(*block);
+    if (const ByteBlock* block = value.bytes()) return bytes(*block);
     if (const Date* moment = value.date()) return date(*moment);
     if (value.isRecord()) return record(*value.record());
     return number(value, *signature);
@@ -97,7 +97,7 @@ class Appender {
     return true;
   }
 
-  bool bytes(const Bytes& block) {
+  bool bytes(const ByteBlock& block) {
     _meter.bytes(block.size());
     return fits() && taken(sd_bus_message_append_array(_message, 'y', block.data(), block.size()));
   }

@@ -1,8 +1,11 @@
 #include <systemd/sd-bus.h>
 
 #include <cstring>
+#include <iterator>
 #include <optional>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "base/KeyedCoder.h"
 #include "platform/linux/wire/WireForm.h"
@@ -11,10 +14,42 @@
 namespace zpk {
 namespace {
 
-// A record of this program has about as many keys; more cost one move.
-constexpr std::size_t kUsualKeyCount = 16;
+// The signature of the wire form that equals `signature`, or nothing.
+std::string_view knownSignature(std::string_view signature) {
+  static constexpr std::string_view kKnown[] = {"ay", "s",  "x",     "t",    "b",       "d",
+                                                "as", "av", "a{sv}", "(sd)", "(sa{sv})"};
+  for (const std::string_view known : kKnown) {
+    if (known == signature) return known;
+  }
+  return {};
+}
 
-// Reads one dictionary. What each step gives is nothing after the first failure, which is kept.
+// Memory for the parts of containers, lent out and taken back: a status is made of thousands of small ones.
+template <class Part>
+class Workbench {
+ public:
+  std::vector<Part> take() {
+    if (_free.empty()) return {};
+    std::vector<Part> parts = std::move(_free.back());
+    _free.pop_back();
+    return parts;
+  }
+  void giveBack(std::vector<Part>&& parts) {
+    parts.clear();
+    _free.push_back(std::move(parts));
+  }
+  // What was collected, in memory of its own that is no larger than needed.
+  std::vector<Part> finished(std::vector<Part>&& parts) {
+    std::vector<Part> exact(std::make_move_iterator(parts.begin()), std::make_move_iterator(parts.end()));
+    giveBack(std::move(parts));
+    return exact;
+  }
+
+ private:
+  std::vector<std::vector<Part>> _free;
+};
+
+// Reads one dictionary. Each step answers whether to go on; the first failure is kept.
 //
 // Only what a peer may vary is looked up (the type inside a variant, a pointer into the message); everything else
 // is entered by its known signature, and the end of an array is told by the step that meets it.
@@ -23,176 +58,165 @@ class Reader {
   Reader(sd_bus_message* message, const RecordRegistry& classes) : _message(message), _classes(classes) {}
 
   std::optional<Dictionary> dictionary() {
-    _meter.array(8);
-    if (!enterLevel() || !enter('a', "{sv}")) return std::nullopt;
-    std::vector<Dictionary::Entry> entries;
-    entries.reserve(kUsualKeyCount);
-    while (const std::optional<bool> more = entry(entries)) {
-      if (*more) continue;
-      _meter.leaveLevel();
-      if (!leave()) return std::nullopt;
-      return Dictionary(std::move(entries));
-    }
-    return std::nullopt;
+    std::vector<Dictionary::Entry> found;
+    if (!entries(found)) return std::nullopt;
+    return Dictionary(_entryBench.finished(std::move(found)));
   }
 
   WireError takeError() { return std::move(*_error); }
 
  private:
-  // Whether there was an entry; nothing for a failure.
-  std::optional<bool> entry(std::vector<Dictionary::Entry>& entries) {
-    const int entered = sd_bus_message_enter_container(_message, 'e', "sv");
-    if (entered == 0) return false;
-    _meter.structure();
-    std::string_view key;
-    if (!taken(entered) || !text(key)) return std::nullopt;
-    std::optional<Value> value = variant();
-    if (!value || !leave()) return std::nullopt;
-    entries.emplace_back(std::string(key), std::move(*value));
-    return true;
+  bool entries(std::vector<Dictionary::Entry>& found) {
+    _meter.array(8);
+    if (!enterLevel() || !enter('a', "{sv}")) return false;
+    found = _entryBench.take();
+    int entered = 0;
+    while ((entered = sd_bus_message_enter_container(_message, 'e', "sv")) > 0) {
+      _meter.structure();
+      std::string_view key;
+      if (!text(key)) return false;
+      Dictionary::Entry& entry = found.emplace_back(key, nullptr);
+      if (!variant(entry.second) || !leave()) return false;
+    }
+    _meter.leaveLevel();
+    return taken(entered) && leave();
   }
 
-  std::optional<Value> variant() {
+  bool variant(Value& value) {
     const char* signature = nullptr;
-    if (!taken(sd_bus_message_peek_type(_message, nullptr, &signature))) return std::nullopt;
+    if (!taken(sd_bus_message_peek_type(_message, nullptr, &signature))) return false;
     const std::string_view type = signature != nullptr ? knownSignature(signature) : std::string_view();
     if (type.empty()) return fail(WireError::Kind::malformed, "a value of an unknown type");
     _meter.variant(type.size());
-    if (!enter('v', type.data())) return std::nullopt;
-    std::optional<Value> value = content(type);
-    if (!value || !leave()) return std::nullopt;
-    return value;
+    return enter('v', type.data()) && content(type, value) && leave();
   }
 
-  // The signature of the wire form that equals `signature`, or nothing.
-  static std::string_view knownSignature(std::string_view signature) {
-    static constexpr std::string_view kKnown[] = {"s",  "x",  "t",     "b",  "d",   "(sa{sv})",
-                                                  "av", "as", "a{sv}", "ay", "(sd)"};
-    for (const std::string_view known : kKnown) {
-      if (known == signature) return known;
-    }
-    return {};
-  }
-
-  std::optional<Value> content(std::string_view signature) {
+  bool content(std::string_view signature, Value& value) {
     switch (signature[0]) {
       case 's':
-        return textValue();
+        return textValue(value);
       case 'a':
-        return container(signature[1]);
+        return container(signature[1], value);
       case '(':
-        return signature[2] == 'd' ? date() : record();
+        return signature[2] == 'd' ? date(value) : record(value);
       case 'b':
-        return boolean();
+        return boolean(value);
       case 'x':
-        return eightBytes<std::int64_t>('x');
+        return eightBytes<std::int64_t>('x', value);
       case 't':
-        return eightBytes<std::uint64_t>('t');
+        return eightBytes<std::uint64_t>('t', value);
       default:
-        return eightBytes<double>('d');
+        return eightBytes<double>('d', value);
     }
   }
 
-  std::optional<Value> container(char element) {
+  bool container(char element, Value& value) {
     switch (element) {
       case 'y':
-        return bytes();
+        return bytes(value);
       case 's':
-        return texts();
+        return texts(value);
       case 'v':
-        return array();
+        return array(value);
       default:
         break;
     }
-    if (std::optional<Dictionary> entries = dictionary()) return Value(std::move(*entries));
-    return std::nullopt;
+    std::optional<Dictionary> inner = dictionary();
+    if (inner) value = std::move(*inner);
+    return inner.has_value();
   }
 
-  std::optional<Value> boolean() {
+  bool boolean(Value& value) {
     _meter.boolean();
     int flag = 0;
-    if (!basic('b', &flag)) return std::nullopt;
-    return Value(flag != 0);
+    if (!basic('b', &flag)) return false;
+    value = flag != 0;
+    return true;
   }
 
   template <class T>
-  std::optional<Value> eightBytes(char type) {
+  bool eightBytes(char type, Value& value) {
     _meter.eightBytes();
     T content{};
-    if (!basic(type, &content)) return std::nullopt;
-    return Value(content);
+    if (!basic(type, &content)) return false;
+    value = content;
+    return true;
   }
 
-  std::optional<Value> textValue() {
+  bool textValue(Value& value) {
     std::string_view content;
-    if (!text(content)) return std::nullopt;
-    return Value(content);
+    if (!text(content)) return false;
+    value = content;
+    return true;
   }
 
-  std::optional<Value> bytes() {
+  bool bytes(Value& value) {
     const void* start = nullptr;
     std::size_t size = 0;
-    if (!taken(sd_bus_message_read_array(_message, 'y', &start, &size))) return std::nullopt;
+    if (!taken(sd_bus_message_read_array(_message, 'y', &start, &size))) return false;
     _meter.bytes(size);
-    if (!fits()) return std::nullopt;
-    const auto* first = static_cast<const std::uint8_t*>(start);
-    return Value(size == 0 ? Bytes() : Bytes(first, first + size));
+    if (!fits()) return false;
+    value = Value(std::span(static_cast<const std::uint8_t*>(start), size));
+    return true;
   }
 
   // Collects where the texts stand before it makes any, so that a long log is allocated once and never moved.
-  std::optional<Value> texts() {
+  bool texts(Value& value) {
     _meter.array(4);
-    if (!enterLevel() || !enter('a', "s")) return std::nullopt;
+    if (!enterLevel() || !enter('a', "s")) return false;
     std::vector<std::string_view> found;
     const char* start = nullptr;
     int read = 0;
     while ((read = sd_bus_message_read_basic(_message, 's', &start)) > 0) {
       found.emplace_back(start);
       _meter.text(found.back().size());
-      if (!fits()) return std::nullopt;
+      if (!fits()) return false;
     }
     _meter.leaveLevel();
-    if (!taken(read) || !leave()) return std::nullopt;
-    return Value(Array(found.begin(), found.end()));
+    if (!taken(read) || !leave()) return false;
+    value = Array(found.begin(), found.end());
+    return true;
   }
 
-  std::optional<Value> array() {
+  bool array(Value& value) {
     _meter.array(1);
-    if (!enterLevel() || !enter('a', "v")) return std::nullopt;
-    Array elements;
+    if (!enterLevel() || !enter('a', "v")) return false;
+    Array elements = _elementBench.take();
     int ended = 0;
     while ((ended = sd_bus_message_at_end(_message, 0)) == 0) {
-      std::optional<Value> element = variant();
-      if (!element) return std::nullopt;
-      elements.push_back(std::move(*element));
+      if (!variant(elements.emplace_back())) return false;
     }
     _meter.leaveLevel();
-    if (!taken(ended) || !leave()) return std::nullopt;
-    return Value(std::move(elements));
+    if (!taken(ended) || !leave()) return false;
+    value = _elementBench.finished(std::move(elements));
+    return true;
   }
 
-  std::optional<Value> date() {
+  bool date(Value& value) {
     _meter.structure();
     std::string_view tag;
-    if (!enter('r', "sd") || !text(tag)) return std::nullopt;
+    if (!enter('r', "sd") || !text(tag)) return false;
     if (tag != "date") return fail(WireError::Kind::malformed, "a pair that is no date");
     _meter.eightBytes();
     Date moment;
-    if (!basic('d', &moment.secondsSince1970) || !leave()) return std::nullopt;
-    return Value(moment);
+    if (!basic('d', &moment.secondsSince1970) || !leave()) return false;
+    value = moment;
+    return true;
   }
 
-  std::optional<Value> record() {
+  bool record(Value& value) {
     _meter.structure();
     std::string_view className;
-    if (!enter('r', "sa{sv}") || !text(className)) return std::nullopt;
-    const std::optional<Dictionary> keys = dictionary();
-    if (!keys || !leave()) return std::nullopt;
+    std::vector<Dictionary::Entry> found;
+    if (!enter('r', "sa{sv}") || !text(className) || !entries(found) || !leave()) return false;
+    Dictionary keys(std::move(found));
     try {
-      return Value(_classes.make(className, KeyedDecoder(*keys)));
+      value = _classes.make(className, KeyedDecoder(keys));
     } catch (const MalformedRecord& malformed) {
       return fail(WireError::Kind::malformed, malformed.what());
     }
+    _entryBench.giveBack(std::move(keys).release());
+    return true;
   }
 
   // `content` lives as long as the message.
@@ -214,25 +238,25 @@ class Reader {
 
   bool enterLevel() {
     _meter.enterLevel();
-    if (_meter.isTooDeep()) fail(WireError::Kind::tooDeep, "more levels than the link carries");
-    return !_error;
+    return _meter.isTooDeep() ? fail(WireError::Kind::tooDeep, "more levels than the link carries") : true;
   }
   bool fits() {
-    if (_meter.isTooLarge()) fail(WireError::Kind::tooLarge, "more bytes than the link carries");
-    return !_error;
+    return _meter.isTooLarge() ? fail(WireError::Kind::tooLarge, "more bytes than the link carries") : true;
   }
-  bool taken(int result) {
-    if (result < 0) fail(WireError::Kind::malformed, std::string("not a status: ") + std::strerror(-result));
-    return result >= 0;
+  bool taken(int result) { return result < 0 ? refused(result) : true; }
+  bool refused(int result) {
+    return fail(WireError::Kind::malformed, std::string("not a status: ") + std::strerror(-result));
   }
-  std::nullopt_t fail(WireError::Kind kind, std::string reason) {
-    if (!_error) _error = WireError{kind, std::move(reason)};
-    return std::nullopt;
+  bool fail(WireError::Kind kind, std::string reason) {
+    _error = WireError{kind, std::move(reason)};
+    return false;
   }
 
   sd_bus_message* _message;
   const RecordRegistry& _classes;
   WireMeter _meter;
+  Workbench<Dictionary::Entry> _entryBench;
+  Workbench<Value> _elementBench;
   std::optional<WireError> _error;
 };
 
