@@ -33,6 +33,7 @@ ArchivePanel::ArchivePanel(QWidget& window, std::shared_ptr<ZPKArchiveSelector> 
   setFileMode(QFileDialog::AnyFile);
   setNameFilters(filtersOf(*_selector, localization));
   setLabelText(QFileDialog::FileName, localizedText(localization, "&Name of the archive:"));
+  nameField()->setAccessibleName(localizedText(localization, "Name of the archive"));
   const QString choose = localizedText(localization, "Choose");
   setLabelText(QFileDialog::Accept, choose);
   // Once a folder was named on the way to the archive, the toolkit keeps calling the button "Open".

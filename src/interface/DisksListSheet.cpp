@@ -53,10 +53,8 @@ void DisksListSheet::bindList() {
   });
   _bindings.bind(*_chooser, "disksList", [this] { showDisks(); });
   _bindings.bind(*_chooser, "selectedDisksIndexes", [this] { showSelection(); });
-  connect(_ui->disksListContentView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-          [this](const QModelIndex& current) {
-            if (current.isValid()) _chooser->setSelectedDisksIndexes({static_cast<std::uint64_t>(current.row())});
-          });
+  connect(_ui->disksListContentView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+          [this] { sendSelection(); });
   connect(_ui->disksListContentView, &QListView::doubleClicked, _ui->actionButton,
           [this] { _ui->actionButton->click(); });
 }
@@ -74,9 +72,20 @@ void DisksListSheet::showDisks() {
 
 void DisksListSheet::showSelection() {
   const auto index = firstIndex(_chooser->selectedDisksIndexes());
-  if (!index || *index >= static_cast<std::uint64_t>(_disks.rowCount())) return;
+  if (!index || *index >= static_cast<std::uint64_t>(_disks.rowCount())) {
+    return _ui->disksListContentView->clearSelection();
+  }
   const QModelIndex row = _disks.index(static_cast<int>(*index), 0);
   if (_ui->disksListContentView->currentIndex() != row) _ui->disksListContentView->setCurrentIndex(row);
+}
+
+// The row that is marked, and not the one with the focus: a row can be unmarked, and then nothing is chosen.
+void DisksListSheet::sendSelection() {
+  IndexSet rows;
+  for (const QModelIndex& row : _ui->disksListContentView->selectionModel()->selectedRows()) {
+    rows.insert(static_cast<std::uint64_t>(row.row()));
+  }
+  if (rows != _chooser->selectedDisksIndexes()) _chooser->setSelectedDisksIndexes(std::move(rows));
 }
 
 void DisksListSheet::bindAccessory() {

@@ -30,6 +30,7 @@ class DisksListSheet final : public Sheet {
   void bindButtons();
   void showDisks();
   void showSelection();
+  void sendSelection();
   void showSlider();
   void sliderMoved(int step);
 

@@ -182,7 +182,7 @@ void MainWindow::bindOperation() {
     const auto& error = _controller->lastBackupError();
     _ui->lastErrorRow->setVisible(error.has_value());
     if (error)
-      _ui->lastErrorLabel->setText(localizedText(_localization, "Last backup:") + u' ' +
+      _ui->lastErrorLabel->setText(localizedText(_localization, "The last backup failed:") + u' ' +
                                    withBreaks(displayText(*error)));
   });
 }
@@ -192,7 +192,7 @@ void MainWindow::showReadiness() {
   _ui->historyLabel->setPlainText(historyText(*_controller, _localization));
   _ui->historyLabel->setVisible(!_ui->historyLabel->text().isEmpty());
   _ui->backupButton->setEnabled(_controller->backupEnabled() && _controller->sourceFound());
-  const bool known = _controller->currentStatus() != nullptr;
+  const bool known = !isWaitingForHelper(*_controller);
   _ui->sourceCard->chooseButton()->setProminent(known && !_controller->sourceFound());
   _ui->destinationCard->chooseButton()->setProminent(known && _controller->sourceFound() && !_controller->arcSet());
 }

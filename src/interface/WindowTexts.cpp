@@ -36,7 +36,10 @@ QString sourceDetailText(const Dictionary& sourceInfo, const Localization& local
 
 std::optional<UsageBar::Usage> sourceUsage(const Dictionary& sourceInfo) {
   if (!sourceInfo.contains("size") || !sourceInfo.contains("free")) return std::nullopt;
-  return UsageBar::Usage{sourceInfo["size"].unsignedIntegerValue(), sourceInfo["free"].unsignedIntegerValue()};
+  const std::uint64_t size = sourceInfo["size"].unsignedIntegerValue();
+  const std::uint64_t free = sourceInfo["free"].unsignedIntegerValue();
+  // More free than there is: a file system that reports to use more than its partition has wrapped around.
+  return UsageBar::Usage{size, free > size ? 0 : free};
 }
 
 QString sourceUsageText(const Dictionary& sourceInfo, const Localization& localization) {
@@ -47,8 +50,15 @@ QString sourceUsageText(const Dictionary& sourceInfo, const Localization& locali
   return text.replace(QStringLiteral("FREE"), sizeText(usage->free));
 }
 
+bool isWaitingForHelper(const ZPKUIDaemonController& controller) {
+  const auto status = controller.currentStatus();
+  if (!status) return true;
+  const bool nothingShown = !controller.sourceFound() && !controller.arcSet();
+  return nothingShown && statuskey::state.read(*status) == HelperState::busy;
+}
+
 QString readinessText(const ZPKUIDaemonController& controller, const Localization& localization) {
-  if (!controller.currentStatus()) return localizedText(localization, "Waiting for the helper…");
+  if (isWaitingForHelper(controller)) return localizedText(localization, "Waiting for the helper…");
   if (!controller.sourceFound()) return localizedText(localization, "Choose the Windows disk to protect");
   if (!controller.arcSet()) return localizedText(localization, "Choose where to keep the backups");
   if (!controller.backupEnabled()) return localizedText(localization, "The backups cannot be reached now");

@@ -16,6 +16,9 @@ QString sourceDetailText(const Dictionary& sourceInfo, const Localization& local
 QString sourceUsageText(const Dictionary& sourceInfo, const Localization& localization);
 std::optional<UsageBar::Usage> sourceUsage(const Dictionary& sourceInfo);
 
+// The helper has not told of source and destination yet: it was not heard, or is still reading disks.
+bool isWaitingForHelper(const ZPKUIDaemonController& controller);
+
 // Whether a backup can be started, or what to do first.
 QString readinessText(const ZPKUIDaemonController& controller, const Localization& localization);
 // Since when the disk is protected: "Last backup: …   First backup: …"; empty when nothing is known.

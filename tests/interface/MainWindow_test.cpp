@@ -101,6 +101,78 @@ TEST_F(Window, SourceIsChosenByKeyboardAndEscapeCancels) {
   EXPECT_EQ(helper().lastCall("setBackupSource").arguments, Array{identifierOf(*second)});
 }
 
+TEST_F(Window, DiskThatIsUnmarkedIsNotChosen) {
+  world.show(idleStatus({bootCampDisk(1, "First"), bootCampDisk(5, "Second")}));
+  world.click("selectSourceButton");
+  auto* list = world.find<QAbstractItemView>("disksListContentView");
+  const QPoint first = list->visualRect(list->model()->index(0, 0)).center();
+  QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier, first);
+  world.click("actionButton");
+  EXPECT_EQ(helper().count("setBackupSource"), 0U);
+  QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, first);
+  world.click("actionButton");
+  EXPECT_EQ(helper().count("setBackupSource"), 1U);
+}
+
+TEST_F(Window, SizeToRestoreFollowsTheSliderInBytes) {
+  constexpr std::uint64_t kTB = 1'000'000'000'000;
+  Dictionary status = readyStatus();
+  statuskey::disks.set(status, {macDisk(2, "Large", 8 * kTB, 2 * kTB)});
+  world.show(status);
+  world.controller->setSelectedArcItemsIndexes({1});
+  world.controller->restore();
+  auto* slider = world.find<QSlider>("slider");
+  EXPECT_TRUE(slider->isVisible());
+  EXPECT_EQ(text("restoreSizeLabel"), "Size: 6 TB");
+  slider->setValue(slider->minimum());
+  EXPECT_EQ(text("restoreSizeLabel"), "Size: 20 GB");
+  QTest::keyClick(slider, Qt::Key_End);
+  world.click("actionButton");
+  EXPECT_EQ(helper().lastCall("restore_toDisk_withNumber_withTargetSize").arguments.at(3), Value(6 * kTB));
+}
+
+TEST_F(Window, RestoreTargetWithoutRoomSaysSoAndCannotBeTaken) {
+  Dictionary status = readyStatus();
+  statuskey::disks.set(status, {emptyDisk(4, "Small", 10'000'000'000)});
+  world.show(status);
+  world.controller->setSelectedArcItemsIndexes({1});
+  world.controller->restore();
+  EXPECT_FALSE(isShown("slider"));
+  EXPECT_EQ(text("errorDescriptionLabel"), "Not enough free space. Need: 20 GB, have: 10 GB.");
+  EXPECT_TRUE(isShown("errorDescriptionLabel"));
+  EXPECT_FALSE(isEnabled("actionButton"));
+}
+
+TEST_F(Window, MergeIsSentByTheButtonOfItsSheet) {
+  world.show(readyStatus());
+  world.controller->setSelectedArcItemsIndexes({2});
+  world.controller->mergeArvhiveAction();
+  world.click("actionButton");
+  EXPECT_EQ(helper().lastCall("mergeArchiveWithParent").arguments, Array{2});
+}
+
+TEST_F(Window, BusyHelperThatHasToldNothingYetIsWaitedFor) {
+  Dictionary status;
+  statuskey::state.set(status, HelperState::busy);
+  world.show(status);
+  EXPECT_EQ(text("readinessLabel"), "Waiting for the helper…");
+  world.show(readyStatus());
+  world.show(status);
+  EXPECT_EQ(text("readinessLabel"), "Ready to back up");
+}
+
+TEST_F(Window, FileSystemThatUsesMoreThanItsPartitionIsFull) {
+  const auto disk = bootCampDisk(1, "Disk");
+  auto fields = disk->fields();
+  auto windows = fields.partitions->back()->fields();
+  windows.partUsedSize = windows.partSize + 1;
+  fields.partitions->back() = std::make_shared<const RLDPartition>(windows);
+  Dictionary status = idleStatus({ZPKDisk::diskWithDisk(RLDDisk(fields))});
+  statuskey::sourceDisk.set(status, identifierOf(*disk));
+  world.show(status);
+  EXPECT_TRUE(words("sourceCard").contains("128 GB used, 0 B free")) << words("sourceCard").toStdString();
+}
+
 TEST_F(Window, LocationIsTypedIntoThePanel) {
   world.show(readyStatus());
   world.click("selectBackupPathButton");
@@ -224,11 +296,12 @@ TEST_F(Window, EndlessNamesAndErrorsDoNotWidenIt) {
 
 TEST_F(Window, EveryControlThatTakesInputHasANameForAssistiveTechnology) {
   world.show(readyStatus());
-  for (const char* sheet : {"", "source", "location", "restore", "error"}) {
-    if (std::string(sheet) == "source") world.controller->setModalSession(3);
-    if (std::string(sheet) == "restore") world.controller->setModalSession(2);
-    if (std::string(sheet) == "error") world.controller->setModalSession(4);
+  for (std::int32_t sheet = 0; sheet <= 8; ++sheet) {
+    world.controller->setModalSession(sheet);
     InterfaceWorld::settle();
+    if (sheet > 0) {
+      ASSERT_NE(world.sheet(), nullptr) << sheet;
+    }
     for (const QWidget* widget : world.window->findChildren<QWidget*>()) {
       const auto* button = qobject_cast<const QAbstractButton*>(widget);
       const bool input = button || qobject_cast<const QAbstractItemView*>(widget) ||

@@ -142,6 +142,47 @@ TEST_P(Pictures, RestoreTarget) {
   save("restore-target");
 }
 
+TEST_P(Pictures, RestoreTargetWithoutRoom) {
+  open();
+  Dictionary status = readyStatus();
+  statuskey::disks.set(status, {emptyDisk(4, "Small Stick", 10'000'000'000), bootCampDisk(1, "APPLE SSD")});
+  world.show(status);
+  world.controller->setSelectedArcItemsIndexes({1});
+  world.controller->restore();
+  save("restore-target-too-small");
+}
+
+TEST_P(Pictures, NoDiskToChoose) {
+  open();
+  world.show(idleStatus({}));
+  world.controller->selectSourceAction();
+  save("choose-source-none");
+}
+
+TEST_P(Pictures, MergeConfirmation) {
+  open();
+  world.show(readyStatus());
+  world.controller->mergeArvhiveAction();
+  save("merge");
+}
+
+TEST_P(Pictures, PinLabel) {
+  open();
+  world.show(readyStatus());
+  world.controller->pin(true, *(*world.controller->arcItems())[1]);
+  save("pin-label");
+}
+
+TEST_P(Pictures, SettingIsOn) {
+  open();
+  Dictionary status = readyStatus();
+  statuskey::checkFS.set(status, true);
+  world.show(status);
+  world.find<QAbstractItemView>("arcItemsTable")
+      ->setCurrentIndex(world.find<QAbstractItemView>("arcItemsTable")->model()->index(1, 0));
+  save("setting-on");
+}
+
 TEST_P(Pictures, HelperBusy) {
   open();
   Dictionary status = readyStatus();
