@@ -18,6 +18,7 @@
 #include "base/KeyedCoder.h"
 #include "base/Record.h"
 #include "bench/link/SampleStatus.h"
+#include "bench/link/WireWalk.h"
 #include "platform/linux/wire/BusHandles.h"
 #include "platform/linux/wire/WireForm.h"
 #include "records/RecordClasses.h"
@@ -60,6 +61,16 @@ void decode(benchmark::State& state) {
     auto status = readDictionary(sealed.get(), recordClasses());
     if (!status) std::abort();
     benchmark::DoNotOptimize(status);
+  }
+}
+
+// The floor of decoding: the same message read with sd-bus alone.
+void walk(benchmark::State& state) {
+  const BusMessageHandle sealed = message(sampleStatus(sizeOf(state)));
+  sd_bus_message_seal(sealed.get(), 1, 0);
+  for (auto _ : state) {
+    sd_bus_message_rewind(sealed.get(), 1);
+    walkDictionary(sealed.get());
   }
 }
 
@@ -136,6 +147,7 @@ void sizes(benchmark::internal::Benchmark* benchmark) {
 }
 
 BENCHMARK(decode)->Apply(sizes);
+BENCHMARK(walk)->Apply(sizes);
 BENCHMARK(decodeVariantMap)->Apply(sizes);
 BENCHMARK(encode)->Apply(sizes);
 BENCHMARK(encodeVariantMap)->Apply(sizes);
