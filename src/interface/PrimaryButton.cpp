@@ -6,7 +6,7 @@ namespace zpk {
 namespace {
 
 // Styles lighten a button's colour towards its top; the text must stay readable there.
-constexpr int kDarkening = 135;
+constexpr int kDarkening = 205;
 constexpr int kRoomBesideTitle = 20;
 
 }  // namespace

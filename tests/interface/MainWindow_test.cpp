@@ -8,6 +8,8 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QStackedWidget>
+#include <QStyle>
+#include <cmath>
 
 #include "interface/InterfaceWorld.h"
 #include "interface/PlaceCard.h"
@@ -171,6 +173,51 @@ TEST_F(Window, FileSystemThatUsesMoreThanItsPartitionIsFull) {
   statuskey::sourceDisk.set(status, identifierOf(*disk));
   world.show(status);
   EXPECT_TRUE(words("sourceCard").contains("128 GB used, 0 B free")) << words("sourceCard").toStdString();
+}
+
+// Contrast of two colours as accessibility guidelines count it: 1 for none, 21 for black on white.
+double contrast(const QColor& a, const QColor& b) {
+  const auto luminance = [](const QColor& colour) {
+    const auto linear = [](double part) {
+      return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+  };
+  const double first = luminance(a) + 0.05;
+  const double second = luminance(b) + 0.05;
+  return std::max(first / second, second / first);
+}
+
+TEST_F(Window, MainButtonCanBeReadInLightAndDark) {
+  world.show(readyStatus());
+  auto* button = world.find<QWidget>("backupButton");
+  for (const QPalette& palette : {QApplication::style()->standardPalette(), darkPalette()}) {
+    QApplication::setPalette(palette);
+    InterfaceWorld::settle();
+    const QImage picture = button->grab().toImage();
+    const QColor text = palette.color(QPalette::HighlightedText);
+    // A column beside the title, within the edge.
+    for (int y = 4; y < picture.height() - 4; ++y) {
+      EXPECT_GE(contrast(text, picture.pixelColor(12, y)), 4.5)
+          << y << " " << picture.pixelColor(12, y).name().toStdString();
+    }
+  }
+  QApplication::setPalette(QApplication::style()->standardPalette());
+}
+
+TEST_F(Window, CheckBoxHasAnEdgeOnADarkWindow) {
+  world.show(readyStatus());
+  QApplication::setPalette(darkPalette());
+  InterfaceWorld::settle();
+  auto* box = world.find<QWidget>("checkFSButton");
+  const QImage picture = box->grab().toImage();
+  double strongest = 0;
+  for (int x = 0; x < 20; ++x) {
+    strongest = std::max(
+        strongest, contrast(picture.pixelColor(x, picture.height() / 2), darkPalette().color(QPalette::Window)));
+  }
+  EXPECT_GE(strongest, 3.0);
+  QApplication::setPalette(QApplication::style()->standardPalette());
 }
 
 TEST_F(Window, LocationIsTypedIntoThePanel) {
