@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "base/NotificationCenter.h"
 #include "platform/linux/link/LinkFixture.h"
 
@@ -122,6 +124,22 @@ TEST_F(LinkRecovery, ADeadBusFailsEveryCommandAndIsFoundAgain) {
   EXPECT_EQ(tell("push 2"), Value(2));
   // On the new bus its name may be anybody's.
   EXPECT_THAT(failureOf([&] { old->reload(); }), HasSubstr("the helper's bus is gone"));
+}
+
+TEST_F(LinkRecovery, AHelperThatIsOnTheNewBusBeforeUsIsTold) {
+  observe();
+  startAndCheckIn();
+  bus.kill();
+  EXPECT_TRUE(isTold(false));
+  helper.join();
+
+  bus.start();
+  startHelper();
+  DBusLinkTransport other(surroundings());
+  ASSERT_TRUE(loop.runUntil([&] { return other.portForName(kName) != nullptr; }));
+  EXPECT_NE(transport->portForName(kName), nullptr);
+  EXPECT_TRUE(isTold(true));
+  EXPECT_EQ(std::count(told.begin(), told.end(), false), 1);
 }
 
 TEST_F(LinkRecovery, ABusThatDiesDuringACommandEndsIt) {
