@@ -36,8 +36,8 @@ ArchiveResult<std::vector<std::string>> namesIn(const OpenFile& folder) {
 
 // A point's folder holds plain files only; anything else in it is not ours and keeps the folder where it is.
 void removePointFolder(int package, const std::string& name) {
-  const OpenFile folder{UniqueFd(::openat(package, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW)),
-                        name};
+  const OpenFile folder{
+      FileDescriptor(::openat(package, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW)), name};
   if (!folder.fd) return;
   const ArchiveResult<std::vector<std::string>> names = namesIn(folder);
   if (!names) return;
@@ -199,7 +199,7 @@ ArchiveResult<PendingPoint> Archive::beginPoint() {
   point._id = randomId();
   const std::uint64_t number = _index.points.empty() ? 1 : pointNumberOf(_index.points.back()) + 1;
   point._name = pointFolderName(number, point._id);
-  point._package = UniqueFd(::fcntl(_package.fd.get(), F_DUPFD_CLOEXEC, 0));
+  point._package = FileDescriptor(::fcntl(_package.fd.get(), F_DUPFD_CLOEXEC, 0));
   if (!point._package) return writeError("The backup point could not be begun", path(), 0, errno);
   ArchiveResult<OpenFile> folder = makeFolder(_package, point._name);
   if (!folder) return folder.error();
@@ -229,7 +229,7 @@ bool Archive::takesBackIndex() {
   // A save whose very last sync failed has put the new index in place, where it must not outlive the point's
   // folder.
   Archive onDisk;
-  onDisk._package = {UniqueFd(::fcntl(_package.fd.get(), F_DUPFD_CLOEXEC, 0)), _package.path};
+  onDisk._package = {FileDescriptor(::fcntl(_package.fd.get(), F_DUPFD_CLOEXEC, 0)), _package.path};
   if (!onDisk._package.fd || !onDisk.readIndex()) return false;
   return onDisk._index == _index || saveAtomically(_package, indexName, textOf(_index)).hasValue();
 }

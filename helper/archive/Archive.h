@@ -29,7 +29,7 @@ class PendingPoint {
 
   std::string _id;
   std::string _name;
-  UniqueFd _package;
+  FileDescriptor _package;
   std::optional<OpenFile> _folder;  // None once committed or moved from.
 };
 

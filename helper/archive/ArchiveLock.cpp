@@ -74,8 +74,9 @@ ArchiveResult<Done> writeOwner(const OpenFile& file) {
 }  // namespace
 
 ArchiveResult<ArchiveLock> ArchiveLock::take(const OpenFile& package) {
-  OpenFile file{UniqueFd(::openat(package.fd.get(), fileName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
-                package.path + "/" + fileName};
+  OpenFile file{
+      FileDescriptor(::openat(package.fd.get(), fileName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
+      package.path + "/" + fileName};
   if (!file.fd) return writeError("The archive could not be locked", file.path, 0, errno);
   const int notLocked = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
   if (notLocked != 0) {

@@ -20,7 +20,7 @@ ArchiveResult<DiskSource> DiskSource::open(const std::string& path) {
   if (::stat(path.c_str(), &status) != 0) return readError("The disk could not be opened", path, 0, errno);
   const int exclusive = S_ISBLK(status.st_mode) ? O_EXCL : 0;
   DiskSource source;
-  source._file = {UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | exclusive)), path};
+  source._file = {FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | exclusive)), path};
   if (!source._file.fd) {
     if (errno == EBUSY) {
       return ArchiveError{ArchiveFault::SourceUnfit, "The disk is in use; eject its volumes and try again", path, 0,
@@ -31,7 +31,7 @@ ArchiveResult<DiskSource> DiskSource::open(const std::string& path) {
   const ArchiveResult<std::uint64_t> size = sizeOf(source._file);
   if (!size) return size.error();
   source._size = *size;
-  source._direct = {UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_DIRECT)), path};
+  source._direct = {FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_DIRECT)), path};
   return source;
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 // What the waiting thread and the syncing one share; the last of them frees it.
 struct SyncState {
-  UniqueFd fd;
+  FileDescriptor fd;
   std::mutex mutex;
   std::condition_variable changed;
   std::optional<int> errorNumber;
@@ -34,7 +34,7 @@ void syncNow(const std::shared_ptr<SyncState>& state) {
 ArchiveResult<OpenFile> openRelative(const OpenFile& folder, const std::string& name, int flags,
                                      const char* message) {
   const std::string path = folder.path + "/" + name;
-  UniqueFd fd(::openat(folder.fd.get(), name.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0644));
+  FileDescriptor fd(::openat(folder.fd.get(), name.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0644));
   if (!fd) {
     const int number = errno;
     return (flags & (O_WRONLY | O_RDWR)) != 0 ? writeError(message, path, 0, number)
@@ -95,7 +95,7 @@ ArchiveResult<Done> startWriteback(const OpenFile& file, std::uint64_t offset, s
 
 ArchiveResult<Done> syncFile(const OpenFile& file, const CancelFlag& cancel) {
   const auto state = std::make_shared<SyncState>();
-  state->fd = UniqueFd(::fcntl(file.fd.get(), F_DUPFD_CLOEXEC, 0));
+  state->fd = FileDescriptor(::fcntl(file.fd.get(), F_DUPFD_CLOEXEC, 0));
   if (!state->fd) return writeError("The archive could not be written", file.path, 0, errno);
   std::thread(syncNow, state).detach();
   std::unique_lock lock(state->mutex);
@@ -118,7 +118,7 @@ ArchiveResult<OpenFile> openIn(const OpenFile& folder, const std::string& name) 
 }
 
 ArchiveResult<OpenFile> openFolder(const std::string& path) {
-  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!fd) return readError("The folder could not be opened", path, 0, errno);
   return OpenFile{std::move(fd), path};
 }

@@ -7,13 +7,13 @@
 #include "helper/archive/ArchiveError.h"
 #include "helper/archive/Bytes.h"
 #include "helper/process/CancelFlag.h"
-#include "helper/process/UniqueFd.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 
 // A file or folder that is open, with the name it is reported under.
 struct OpenFile {
-  UniqueFd fd;
+  FileDescriptor fd;
   std::string path;
 };
 

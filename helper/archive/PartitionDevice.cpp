@@ -19,7 +19,7 @@ ArchiveError noDevice(const DiskSource& disk, int errorNumber) {
 
 ArchiveResult<PartitionDevice> PartitionDevice::attach(const DiskSource& disk, ByteRange range,
                                                        std::uint32_t sectorSize) {
-  const UniqueFd control(::open("/dev/loop-control", O_RDWR | O_CLOEXEC));
+  const FileDescriptor control(::open("/dev/loop-control", O_RDWR | O_CLOEXEC));
   if (!control) return noDevice(disk, errno);
   loop_config config = {};
   config.fd = static_cast<std::uint32_t>(disk.file().fd.get());
@@ -33,7 +33,7 @@ ArchiveResult<PartitionDevice> PartitionDevice::attach(const DiskSource& disk, B
     const int number = ::ioctl(control.get(), LOOP_CTL_GET_FREE);
     if (number < 0) return noDevice(disk, errno);
     const std::string path = "/dev/loop" + std::to_string(number);
-    UniqueFd loop(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    FileDescriptor loop(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!loop) return noDevice(disk, errno);
     if (::ioctl(loop.get(), LOOP_CONFIGURE, &config) == 0) return PartitionDevice(OpenFile{std::move(loop), path});
     // Somebody else took the free device between the two calls.

@@ -31,7 +31,7 @@ Qcow2Writer::Qcow2Writer(OpenFile file, Options options)
       _table(_clusterSize) {
   assert(_options.backingFile.size() <= 300);
   const std::string name = "/proc/self/fd/" + std::to_string(_file.fd.get());
-  _direct = {UniqueFd(::open(name.c_str(), O_WRONLY | O_CLOEXEC | O_DIRECT)), _file.path};
+  _direct = {FileDescriptor(::open(name.c_str(), O_WRONLY | O_CLOEXEC | O_DIRECT)), _file.path};
   _counts.add(0);
 }
 

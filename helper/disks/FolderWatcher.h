@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "helper/process/UniqueFd.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 
@@ -31,7 +31,7 @@ class FolderWatcher {
   void arm(Watch& watch);
   bool matters(int descriptor, unsigned mask, const std::string& name);
 
-  UniqueFd _fd;
+  FileDescriptor _fd;
   std::vector<Watch> _watches;
 };
 

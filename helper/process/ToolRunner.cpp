@@ -14,7 +14,7 @@
 #include <optional>
 
 #include "helper/process/ToolChild.h"
-#include "helper/process/UniqueFd.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 namespace {
@@ -23,30 +23,32 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds lookInterval{50};
 
 struct Pipe {
-  UniqueFd readEnd;
-  UniqueFd writeEnd;
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
 };
 
 std::optional<Pipe> makePipe() {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
   // A descriptor below 3 would be overwritten when the child puts its standard streams in place.
-  Pipe pipe{UniqueFd(::fcntl(ends[0], F_DUPFD_CLOEXEC, 3)), UniqueFd(::fcntl(ends[1], F_DUPFD_CLOEXEC, 3))};
+  Pipe pipe{FileDescriptor(::fcntl(ends[0], F_DUPFD_CLOEXEC, 3)),
+            FileDescriptor(::fcntl(ends[1], F_DUPFD_CLOEXEC, 3))};
   ::close(ends[0]);
   ::close(ends[1]);
   if (!pipe.readEnd || !pipe.writeEnd) return std::nullopt;
   return pipe;
 }
 
-UniqueFd openNull() {
-  const UniqueFd fd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-  return UniqueFd(fd ? ::fcntl(fd.get(), F_DUPFD_CLOEXEC, 3) : -1);
+FileDescriptor openNull() {
+  const FileDescriptor fd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  return FileDescriptor(fd ? ::fcntl(fd.get(), F_DUPFD_CLOEXEC, 3) : -1);
 }
 
 // One started tool: collects its streams until it ends or has to be ended. Destroyed only after `finish()`.
 class RunningTool {
  public:
-  RunningTool(const ToolCommand& command, pid_t pid, UniqueFd pidFd, UniqueFd output, UniqueFd errors)
+  RunningTool(const ToolCommand& command, pid_t pid, FileDescriptor pidFd, FileDescriptor output,
+              FileDescriptor errors)
       : _command(command),
         _pid(pid),
         _pidFd(std::move(pidFd)),
@@ -94,12 +96,12 @@ class RunningTool {
     }
   }
 
-  static void setNonBlocking(const UniqueFd& fd) {
+  static void setNonBlocking(const FileDescriptor& fd) {
     if (fd) ::fcntl(fd.get(), F_SETFL, O_NONBLOCK);
   }
 
   // One read; empty at the end of the stream (which closes our end) and when there is nothing now.
-  std::string_view readSome(UniqueFd& fd) {
+  std::string_view readSome(FileDescriptor& fd) {
     const ssize_t count = ::read(fd.get(), _buffer.data(), _buffer.size());
     if (count > 0) return {_buffer.data(), static_cast<std::size_t>(count)};
     if (count == 0 || (errno != EINTR && errno != EAGAIN)) fd.reset();
@@ -150,9 +152,9 @@ class RunningTool {
 
   const ToolCommand& _command;
   pid_t _pid;
-  UniqueFd _pidFd;
-  UniqueFd _output;
-  UniqueFd _errors;
+  FileDescriptor _pidFd;
+  FileDescriptor _output;
+  FileDescriptor _errors;
   Clock::time_point _deadline;
   std::size_t _outputBytes = 0;
   bool _forced = false;
@@ -172,7 +174,7 @@ std::vector<char*> argumentPointers(const ToolCommand& command) {
 }
 
 // The errno of a failed start, told through the pipe that a successful exec closes.
-int startFailure(const UniqueFd& failure) {
+int startFailure(const FileDescriptor& failure) {
   int errorNumber = 0;
   ssize_t count = 0;
   do {
@@ -196,7 +198,7 @@ Expected<ToolResult, ToolStartError> runTool(const ToolCommand& command, const C
   std::optional<Pipe> output = makePipe();
   std::optional<Pipe> errors = makePipe();
   std::optional<Pipe> failure = makePipe();
-  const UniqueFd input = openNull();
+  const FileDescriptor input = openNull();
   if (!output || !errors || !failure || !input) return ToolStartError{command.executable, errno};
 
   const std::vector<char*> argv = argumentPointers(command);
@@ -218,7 +220,7 @@ Expected<ToolResult, ToolStartError> runTool(const ToolCommand& command, const C
   output->writeEnd.reset();
   errors->writeEnd.reset();
   failure->writeEnd.reset();
-  UniqueFd pidFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0U)));
+  FileDescriptor pidFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0U)));
   const int noPidFd = pidFd ? 0 : errno;
   const int notStarted = startFailure(failure->readEnd);
   if (notStarted != 0 || noPidFd != 0) {

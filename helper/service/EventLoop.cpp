@@ -55,7 +55,7 @@ Token makeSource(std::function<void()> call, const Add& add) {
 Expected<std::unique_ptr<EventLoop>, int> EventLoop::make() {
   sd_event* event = nullptr;
   if (const int error = sd_event_new(&event); error < 0) return -error;
-  UniqueFd wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  FileDescriptor wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   if (!wake) {
     sd_event_unref(event);
     return errno;
@@ -63,7 +63,7 @@ Expected<std::unique_ptr<EventLoop>, int> EventLoop::make() {
   return std::unique_ptr<EventLoop>(new EventLoop(event, std::move(wake)));
 }
 
-EventLoop::EventLoop(sd_event* event, UniqueFd wake) : _event(event), _wake(std::move(wake)) {
+EventLoop::EventLoop(sd_event* event, FileDescriptor wake) : _event(event), _wake(std::move(wake)) {
   _wakeWatch = watch(_wake.get(), EPOLLIN, [this] { drain(); });
 }
 

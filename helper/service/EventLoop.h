@@ -9,8 +9,8 @@
 
 #include "base/DispatchQueue.h"
 #include "base/Expected.h"
-#include "helper/process/UniqueFd.h"
 #include "helper/service/model/LoopClock.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 
@@ -44,11 +44,11 @@ class EventLoop final : public LoopClock, public DispatchQueue {
   sd_event* handle() const { return _event; }
 
  private:
-  EventLoop(sd_event* event, UniqueFd wake);
+  EventLoop(sd_event* event, FileDescriptor wake);
   void drain();
 
   sd_event* _event;
-  UniqueFd _wake;
+  FileDescriptor _wake;
   std::mutex _mutex;
   std::vector<std::function<void()>> _queue;
   Token _wakeWatch;

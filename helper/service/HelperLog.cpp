@@ -29,7 +29,7 @@ HelperLog::HelperLog(std::string path, std::size_t full) : _path(std::move(path)
 }
 
 void HelperLog::open() {
-  _file = UniqueFd(::open(_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600));
+  _file = FileDescriptor(::open(_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600));
   struct stat status {};
   _size = _file && fstat(_file.get(), &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
 }

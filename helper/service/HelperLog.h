@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/Log.h"
-#include "helper/process/UniqueFd.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 
@@ -31,7 +31,7 @@ class HelperLog final : public Log {
   const std::string _path;
   const std::size_t _full;
   std::mutex _mutex;
-  UniqueFd _file;
+  FileDescriptor _file;
   std::size_t _size = 0;
 };
 

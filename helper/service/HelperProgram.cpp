@@ -117,7 +117,7 @@ class Helper {
   ScannedDisks _disks;
   EngineArchives _archives;
   FolderWatcher _folders;
-  UniqueFd _mounts;
+  FileDescriptor _mounts;
   BusHandle _bus;
   BusService::Kind _kind;
   WorkerThread _worker;

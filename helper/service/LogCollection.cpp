@@ -8,7 +8,6 @@
 #include <optional>
 
 #include "base/Value.h"
-#include "helper/process/UniqueFd.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileManager_posix.h"
 
@@ -36,7 +35,8 @@ std::string copyInto(int folder, const std::string& log, uid_t user, gid_t group
   const auto content = PosixFileManager().contentsOfFile(log, kLongestLog);
   if (!content) return log + ": " + content.error().reason;
   const std::string name = log.substr(log.rfind('/') + 1);
-  const UniqueFd copy(openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  const FileDescriptor copy(
+      openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!copy) return because(name);
   // Only root can give a file away; anybody else's is the user's already.
   const bool owned = geteuid() != 0 || fchown(copy.get(), user, group) == 0;
@@ -50,7 +50,7 @@ std::string copyInto(int folder, const std::string& log, uid_t user, gid_t group
 
 std::string collectLogs(const std::vector<std::string>& logs, const std::string& folder, uid_t user) {
   if (folder.empty() || folder.front() != '/') return "the folder is not a full path";
-  const UniqueFd opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  const FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!opened) return because("the folder cannot be opened");
   struct stat status {};
   if (fstat(opened.get(), &status) != 0) return because("the folder cannot be looked at");

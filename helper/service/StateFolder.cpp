@@ -19,7 +19,7 @@ Expected<StateFolder, std::string> StateFolder::open(const std::string& path) {
   if (!error && mkdir(full.c_str(), 0700) != 0 && errno != EEXIST) error.assign(errno, std::generic_category());
   if (error) return "the folder " + path + " cannot be made: " + error.message();
   const std::string lockPath = (full / "helper.lock").string();
-  UniqueFd lock(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  FileDescriptor lock(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!lock) return lockPath + " cannot be opened: " + systemReason(errno);
   if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return "another helper uses the folder " + path;
   return StateFolder(full.string(), std::move(lock));

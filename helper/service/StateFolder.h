@@ -3,7 +3,7 @@
 #include <string>
 
 #include "base/Expected.h"
-#include "helper/process/UniqueFd.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 
@@ -20,10 +20,10 @@ class StateFolder {
   std::string fileAt(const std::string& name) const { return _path + "/" + name; }
 
  private:
-  StateFolder(std::string path, UniqueFd lock) : _path(std::move(path)), _lock(std::move(lock)) {}
+  StateFolder(std::string path, FileDescriptor lock) : _path(std::move(path)), _lock(std::move(lock)) {}
 
   std::string _path;
-  UniqueFd _lock;
+  FileDescriptor _lock;
 };
 
 }  // namespace zpk

@@ -35,7 +35,7 @@ Expected<std::uint64_t, std::string> sizeOf(int fd, const struct stat& status) {
 }  // namespace
 
 Expected<DiskReader, std::string> DiskReader::open(const std::string& path, std::optional<FileIdentity> expected) {
-  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!fd) return errno == ELOOP ? std::string("it is a link") : errorText(errno);
   struct stat status = {};
   if (::fstat(fd.get(), &status) != 0) return errorText(errno);

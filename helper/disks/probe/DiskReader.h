@@ -7,7 +7,7 @@
 #include <string>
 
 #include "base/Expected.h"
-#include "helper/process/UniqueFd.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
 
@@ -34,10 +34,10 @@ class DiskReader {
   bool isBlockDevice() const { return _isBlockDevice; }
 
  private:
-  DiskReader(UniqueFd fd, std::uint64_t size, bool isBlockDevice)
+  DiskReader(FileDescriptor fd, std::uint64_t size, bool isBlockDevice)
       : _fd(std::move(fd)), _size(size), _isBlockDevice(isBlockDevice) {}
 
-  UniqueFd _fd;
+  FileDescriptor _fd;
   std::uint64_t _size;
   bool _isBlockDevice;
 };

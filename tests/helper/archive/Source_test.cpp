@@ -118,7 +118,7 @@ TEST(DiskLayout, OverlapsAndWhatLiesOutsideAreRefused) {
 
 TEST(DiskSource, AReadErrorNamesTheDiskThePlaceAndTheReason) {
   // The memory of a process reads as an error where nothing is mapped.
-  const OpenFile memory{UniqueFd(::open("/proc/self/mem", O_RDONLY | O_CLOEXEC)), "/dev/sda"};
+  const OpenFile memory{FileDescriptor(::open("/proc/self/mem", O_RDONLY | O_CLOEXEC)), "/dev/sda"};
   ByteBuffer bytes(4096);
   const ArchiveResult<Done> read = readAt(memory, 4096, bytes);
   ASSERT_FALSE(read.hasValue());
