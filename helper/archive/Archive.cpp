@@ -109,7 +109,7 @@ ArchiveResult<Archive> Archive::create(const std::string& path, const Identity& 
   archive._index = {randomId(),     identity.sourceDisk,   identity.sourceName,
                     randomNumber(), identity.creationTime, {}};
   const CancelFlag never;
-  ArchiveResult<Done> step = syncFile(*parent, never);
+  ArchiveResult<Done> step = syncFolder(*parent, never);
   if (step) step = saveAtomically(archive._package, indexName, textOf(archive._index));
   if (!step) return step.error();
   return archive;
@@ -212,7 +212,7 @@ ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index) {
   const CancelFlag never;
   index.id = point._id;
   ArchiveResult<Done> step = saveAtomically(point.folder(), pointIndexName, textOf(index));
-  if (step) step = syncFile(_package, never);
+  if (step) step = syncFolder(_package, never);
   if (!step) return step;
   ArchiveIndex next = _index;
   next.points.push_back(point._name);

@@ -74,7 +74,7 @@ class FullBackup {
     if (step) step = map.finish(_cancel);
     if (step) step = renameIn(folder, plan.description.image + unfinishedSuffix, plan.description.image);
     if (step) step = renameIn(folder, plan.description.map + unfinishedSuffix, plan.description.map);
-    if (step) step = syncFile(folder, _cancel);
+    if (step) step = syncFolder(folder, _cancel);
     _doneBefore += plan.layout.usedBytes();
     return step;
   }

@@ -109,6 +109,11 @@ ArchiveResult<Done> syncFile(const OpenFile& file, const CancelFlag& cancel) {
   return Done{};
 }
 
+ArchiveResult<Done> syncFolder(const OpenFile& folder, const CancelFlag& cancel) {
+  const ArchiveResult<Done> synced = syncFile(folder, cancel);
+  return synced || synced.error().errorNumber != EINVAL ? synced : Done{};
+}
+
 ArchiveResult<OpenFile> createIn(const OpenFile& folder, const std::string& name) {
   return openRelative(folder, name, O_RDWR | O_CREAT | O_EXCL, "A new file could not be made");
 }

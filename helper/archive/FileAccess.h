@@ -30,6 +30,8 @@ ArchiveResult<Done> startWriteback(const OpenFile& file, std::uint64_t offset, s
 // Makes the file durable. The sync runs on a thread of its own and a descriptor of its own: a raised `cancel` is
 // answered at once even when the device is not, and the sync then ends unheard.
 ArchiveResult<Done> syncFile(const OpenFile& file, const CancelFlag& cancel);
+// The same for a folder's entries, of which some file systems have nothing to sync and say so.
+ArchiveResult<Done> syncFolder(const OpenFile& folder, const CancelFlag& cancel);
 
 // A new file that did not exist before, in an open folder. The folders of an archive keep others out, not its
 // files.

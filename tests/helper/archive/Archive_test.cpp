@@ -201,55 +201,6 @@ TEST_F(ArchiveFolder, AnIndexThatPointsOutOfTheArchiveIsDamage) {
   }
 }
 
-// Run as a process of its own by the test below, which gives the archive's path as the last argument.
-TEST(ArchiveChild, DISABLED_AddsAPoint) {
-  ArchiveResult<Archive> archive = Archive::openForWriting(testing::internal::GetArgvs().back());
-  ASSERT_TRUE(archive.hasValue()) << archive.error().text();
-  ArchiveResult<PendingPoint> point = archive->beginPoint();
-  ASSERT_TRUE(point.hasValue());
-  PointIndex index;
-  index.label = "two";
-  const ArchiveResult<Done> done = archive->commitPoint(std::move(*point), index);
-  ASSERT_TRUE(done.hasValue()) << done.error().text();
-}
-
-TEST_F(ArchiveFolder, AFailedSyncNeverLeavesAnIndexThatNamesAMissingPoint) {
-  // The last sync of a commit fails when the new index is in place already; removing the point's folder then, as
-  // after any other failure, made the archive name a point that was gone.
-  unsigned failures = 0;
-  const std::string program = fs::read_symlink("/proc/self/exe");
-  for (int nth = 1; nth <= 6; ++nth) {
-    fs::remove_all(path());
-    {
-      Archive archive = create();
-      addPoint(archive, "one");
-    }
-    ToolCommand command{"/usr/bin/strace",
-                        {"-f", "-qq", "-o", "/dev/null", "-e", "trace=fsync", "-e",
-                         "inject=fsync:error=EIO:when=" + std::to_string(nth), program,
-                         "--gtest_also_run_disabled_tests", "--gtest_filter=ArchiveChild.*", path()},
-                        {},
-                        ToolAccess::ReadsAndWrites,
-                        {}};
-    command.limits.memoryBytes = std::uint64_t{4} << 30U;
-    const CancelFlag never;
-    const auto result = runTool(command, never);
-    ASSERT_TRUE(result.hasValue()) << result.error().text();
-    if (!result->succeeded()) {
-      EXPECT_THAT(result->output, testing::HasSubstr("Input/output error"));
-      ++failures;
-    }
-    const ArchiveResult<Archive> archive = Archive::openForWriting(path());
-    ASSERT_TRUE(archive.hasValue()) << archive.error().text();
-    ASSERT_GE(archive->index().points.size(), 1U);
-    for (std::size_t i = 0; i < archive->index().points.size(); ++i) {
-      EXPECT_TRUE(archive->readPoint(i).hasValue()) << "sync " << nth << ", point " << i;
-    }
-    EXPECT_EQ(archive->index().points.size(), result->succeeded() ? 2U : 1U) << "sync " << nth;
-  }
-  EXPECT_GE(failures, 3U) << "the fault was not there";
-}
-
 PointIndex richPoint() {
   PointIndex index;
   index.id = "0123456789abcdef0123456789abcdef";

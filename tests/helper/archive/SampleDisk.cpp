@@ -120,7 +120,7 @@ void SampleDisk::markDirty() const {
   }
 }
 
-BackupRequest SampleDisk::request() const {
+BackupRequest SampleDisk::requestFor(const std::string& path) {
   StoredDisk disk;
   disk.size = diskSize;
   disk.name = "Sample";
@@ -139,7 +139,7 @@ BackupRequest SampleDisk::request() const {
   add(2, 8 * mib, 16 * mib, PartitionContent::NotStored);
   add(3, reservedStart, reservedSize, PartitionContent::Whole);
   add(4, volumeStart, volumeSize, PartitionContent::Whole);
-  return {{{_path, disk}}, "first", 1'700'000'000};
+  return {{{path, disk}}, "first", 1'700'000'000};
 }
 
 std::string SampleDisk::expectedContent() const {

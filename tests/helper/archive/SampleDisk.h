@@ -30,7 +30,9 @@ class SampleDisk {
 
   const std::string& path() const { return _path; }
   // The Windows side: Microsoft Reserved and the volume. The EFI and the macOS partition are not stored.
-  BackupRequest request() const;
+  BackupRequest request() const { return requestFor(_path); }
+  // The same for a disk of another process.
+  static BackupRequest requestFor(const std::string& path);
   // What a point has to hold: the source where it is in use, zeros elsewhere. Found out without the code under
   // test.
   std::string expectedContent() const;
