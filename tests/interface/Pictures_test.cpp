@@ -18,6 +18,7 @@ class Pictures : public testing::TestWithParam<bool> {
   void SetUp() override {
     QApplication::setPalette(GetParam() ? darkPalette() : QApplication::style()->standardPalette());
     world.files.spaces["/backups"] = {4096, 180'000'000};
+    world.dates.calendar = true;
   }
   void TearDown() override { QApplication::setPalette(QApplication::style()->standardPalette()); }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -71,11 +72,19 @@ struct SpaceTable final : FileManager {
   static FileError no(std::string_view path) { return {std::string(path), "there are no files here"}; }
 };
 
-// "day 19675" for any time of that day.
+// "day 19675" for any time of that day; with `calendar` the day as people write it.
 struct DayFormatter final : DateFormatter {
   std::string stringFromDate(const Date& date) const override {
-    return "day " + std::to_string(static_cast<std::int64_t>(date.secondsSince1970 / 86'400));
+    const auto day = static_cast<std::int32_t>(date.secondsSince1970 / 86'400);
+    if (!calendar) return "day " + std::to_string(day);
+    static constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const std::chrono::year_month_day written{std::chrono::sys_days{std::chrono::days{day}}};
+    return std::to_string(static_cast<unsigned>(written.day())) + " " +
+           kMonths[static_cast<unsigned>(written.month()) - 1] + " " +
+           std::to_string(static_cast<int>(written.year()));
   }
+  bool calendar = false;
 };
 
 // English, but for the texts it was given a translation of.
