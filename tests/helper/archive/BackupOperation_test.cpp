@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <regex>
 
 #include "helper/archive/ChunkMap.h"
 #include "helper/archive/Qcow2Reader.h"
@@ -70,6 +71,29 @@ TEST_F(Backup, AFullPointHoldsExactlyWhatIsInUseAndZerosElsewhere) {
       << "the source has no leftovers to leave out";
   EXPECT_TRUE(content == disk.expectedContent());
   EXPECT_TRUE(content.find(SampleDisk::deletedText) == std::string::npos);
+}
+
+TEST_F(Backup, ItsIndexFilesAreAsTheSchemaSays) {
+  Archive archive = create();
+  ASSERT_TRUE(run(archive).hasValue());
+  const auto check = [&] {
+    const CancelFlag never;
+    const auto result = runTool(
+        {ZPK_CHECK_SCHEMA,
+         {ZPK_ARCHIVE_SCHEMA, "archive=" + archive.path() + "/archive.json", "point=" + archive.pointIndexPath(0)},
+         {},
+         ToolAccess::ReadsOnly,
+         {}},
+        never);
+    return result ? result->output + result->errors : result.error().text();
+  };
+  EXPECT_EQ(check(), "");
+  // And the check finds what is wrong: a key without a description, a value outside of its range.
+  const std::string sound = test::readAll(archive.pointIndexPath(0));
+  test::writeAll(archive.pointIndexPath(0), "{\"colour\": 1, " + sound.substr(1));
+  EXPECT_THAT(check(), testing::HasSubstr("colour"));
+  test::writeAll(archive.pointIndexPath(0), std::regex_replace(sound, std::regex("\"full\""), "\"whole\""));
+  EXPECT_THAT(check(), testing::HasSubstr("'whole' is not one of"));
 }
 
 TEST_F(Backup, EveryChunkOfTheImageHasItsHashInTheMap) {
