@@ -11,6 +11,12 @@ namespace zpk {
 namespace {
 
 ArchiveError noDevice(const DiskSource& disk, int errorNumber) {
+  if (errorNumber == EACCES || errorNumber == EPERM) {
+    return {ArchiveFault::ToolFailed,
+            "The backup service may not set up loop devices, through which the file-system tools look at a "
+            "partition; start it as root and try again",
+            disk.path(), 0, errorNumber};
+  }
   return {ArchiveFault::ToolFailed, "The partition could not be made visible to the file-system tools", disk.path(),
           0, errorNumber};
 }

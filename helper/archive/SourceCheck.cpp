@@ -89,12 +89,10 @@ std::string SourceFinding::sentence() const {
       return {};
     case SourceState::Hibernated:
       return "Windows is hibernated or was shut down with fast startup; start Windows, shut it down completely and "
-             "try "
-             "again";
+             "try again";
     case SourceState::Dirty:
       return "The Windows volume was not closed cleanly; start Windows, let it check the volume, shut it down and "
-             "try "
-             "again";
+             "try again";
     case SourceState::Inconsistent:
       return "The Windows volume is damaged; run \"chkdsk /f\" in Windows and try again";
     case SourceState::Encrypted:

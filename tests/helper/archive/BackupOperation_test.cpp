@@ -11,6 +11,7 @@
 #include <regex>
 
 #include "helper/archive/ChunkMap.h"
+#include "helper/archive/PartitionDevice.h"
 #include "helper/archive/Qcow2Reader.h"
 #include "helper/archive/SampleDisk.h"
 
@@ -266,6 +267,21 @@ TEST_F(Backup, ADiskWithoutAPartitionTableIsRefused) {
   disk.overwrite(512, std::string(512, '\0'));
   Archive archive = create();
   EXPECT_THAT(refusalOf(run(archive)).text(), testing::HasSubstr("no GPT partition table"));
+}
+
+TEST_F(Backup, WithoutTheRightToSetUpDevicesItSaysWhatToDo) {
+  ASSERT_EQ(::geteuid(), 0U) << "only root can give its rights away";
+  const ArchiveResult<DiskSource> source = DiskSource::open(disk.path());
+  ASSERT_TRUE(source.hasValue());
+  const pid_t child = ::fork();
+  if (child == 0) {
+    if (::setuid(65534) != 0) ::_exit(2);
+    const auto device = PartitionDevice::attach(*source, {SampleDisk::volumeStart, SampleDisk::diskSize}, 512);
+    ::_exit(!device && device.error().text().find("start it as root") != std::string::npos ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
 }
 
 TEST_F(Backup, TheSourceIsNeverWritten) {

@@ -80,6 +80,11 @@ class HelperProgram : public testing::Test {
     const SampleDisk disk(scratch);
     std::filesystem::copy_file(disk.path(), folder.path("disks/sample.img"));
   }
+  void addDiskThatWasNotClosed() {
+    const SampleDisk disk(scratch);
+    disk.markDirty();
+    std::filesystem::copy_file(disk.path(), folder.path("disks/sample.img"));
+  }
   // Has the helper look where a disk is of which so much is to be read that a test can step in between.
   void useLargeDisk() { diskFolder = largeDisk(); }
   std::string onlyDisk() {
@@ -152,9 +157,7 @@ TEST_F(HelperProgram, ASecondBackupIsAFurtherPoint) {
 }
 
 TEST_F(HelperProgram, AVolumeThatWasNotClosedIsRefusedWithWhatToDo) {
-  const SampleDisk disk(scratch);
-  disk.markDirty();
-  std::filesystem::copy_file(disk.path(), folder.path("disks/sample.img"));
+  addDiskThatWasNotClosed();
   start();
   configure();
   frontEnd.checkIn(0);
@@ -169,9 +172,7 @@ TEST_F(HelperProgram, AVolumeThatWasNotClosedIsRefusedWithWhatToDo) {
 }
 
 TEST_F(HelperProgram, AVolumeThatWasNotClosedIsBackedUpWithoutTheCheck) {
-  const SampleDisk disk(scratch);
-  disk.markDirty();
-  std::filesystem::copy_file(disk.path(), folder.path("disks/sample.img"));
+  addDiskThatWasNotClosed();
   start();
   configure();
   ASSERT_EQ(frontEnd.call(DaemonMember::setCheckFS, 0), code(ResultCode::success));
