@@ -7,7 +7,7 @@
 #                                                          `asan` also part of the sanitizer run (target asan_tests)
 #
 # A library sees the headers of its DEPENDS only through `src/` and `helper/`, which are the project's include
-# roots; what it may include from there is held by tools/check-layers.
+# roots; what it may include from there is held by tools/checks/layers.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
