@@ -35,7 +35,7 @@ Compressor makeCompressor() {
 
 // More workers than processors, so that the disk has requests waiting while others compress.
 unsigned workerCount() {
-  return std::min(mostWorkers, std::max(1U, std::thread::hardware_concurrency()) + 2);
+  return std::min(mostWorkers, std::max(1U, std::thread::hardware_concurrency()) + 6);
 }
 
 class Pipeline {
