@@ -61,11 +61,14 @@ def measure(command):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("--program", nargs="+", required=True)
-    parser.add_argument("--bare", required=True)
+    parser.add_argument("--bare", required=True, help="the bare window's program")
     parser.add_argument("--runs", type=int, default=21)
-    parser.add_argument("--idle-seconds", type=int, default=60)
+    parser.add_argument("--idle-seconds", type=int, default=60, help="0 for no idling")
+    parser.add_argument("program", nargs=argparse.REMAINDER, help="zpk and its options, behind a --")
     options = parser.parse_args()
+    options.program = options.program[options.program[:1] == ["--"]:]
+    if not options.program:
+        parser.error("no program")
 
     ours, bare = [], []
     for _ in range(options.runs):
