@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "helper/process/ToolRunner.h"
+#include "helper/service/HelperRun.h"
 #include "support/TemporaryFolder.h"
 
 namespace zpk::test {
@@ -20,43 +20,34 @@ struct BadCommandLine {
 };
 
 TEST(HelperCommandLine, AMistakeNamesTheOptionAndWhatIsAllowed) {
-  const CancelFlag never;
   for (const BadCommandLine& bad :
        {BadCommandLine{{"--sesion"}, "'--sesion'"}, BadCommandLine{{"--disks"}, "'--disks' needs a folder"},
         BadCommandLine{{"--disks", "--session"}, "'--disks' needs a folder"},
         BadCommandLine{{"--state="}, "'--state' needs a folder"},
         BadCommandLine{{"--session=yes"}, "'--session' takes no value"}, BadCommandLine{{"stray"}, "'stray'"}}) {
-    const auto result = runTool({ZPKHELPER, bad.arguments, {}, ToolAccess::ReadsOnly, {}}, never);
-    ASSERT_TRUE(result.hasValue());
-    EXPECT_EQ(result->status, 2) << bad.named;
-    EXPECT_THAT(result->errors, HasSubstr(bad.named));
+    const ToolResult result = runHelper(bad.arguments);
+    EXPECT_EQ(result.status, 2) << bad.named;
+    EXPECT_THAT(result.errors, HasSubstr(bad.named));
   }
-  const auto unknown = runTool({ZPKHELPER, {"--what"}, {}, ToolAccess::ReadsOnly, {}}, never);
-  EXPECT_THAT(unknown->errors, HasSubstr("allowed: --session, --disks DIR, --devices, --state DIR, --icons DIR"));
+  const ToolResult unknown = runHelper({"--what"});
+  EXPECT_THAT(unknown.errors, HasSubstr("allowed: --session, --disks DIR, --devices, --state DIR, --icons DIR"));
 }
 
 TEST(HelperCommandLine, HelpAndVersionNeedNoBus) {
-  const CancelFlag never;
-  const auto help = runTool({ZPKHELPER, {"--help"}, {}, ToolAccess::ReadsOnly, {}}, never);
-  EXPECT_TRUE(help->succeeded());
-  EXPECT_THAT(help->output, HasSubstr("--disks DIR"));
-  const auto version = runTool({ZPKHELPER, {"--version"}, {}, ToolAccess::ReadsOnly, {}}, never);
-  EXPECT_TRUE(version->succeeded());
-  EXPECT_THAT(version->output, HasSubstr("zpkhelper "));
+  const ToolResult help = runHelper({"--help"});
+  EXPECT_TRUE(help.succeeded());
+  EXPECT_THAT(help.output, HasSubstr("--disks DIR"));
+  const ToolResult version = runHelper({"--version"});
+  EXPECT_TRUE(version.succeeded());
+  EXPECT_THAT(version.output, HasSubstr("zpkhelper "));
 }
 
 TEST(HelperCommandLine, WithoutABusItEndsWithALine) {
   const TemporaryFolder folder;
-  const CancelFlag never;
-  const auto result = runTool({"/usr/bin/env",
-                               {"DBUS_SESSION_BUS_ADDRESS=unix:path=" + folder.path("none"), ZPKHELPER, "--session",
-                                "--state", folder.path("state")},
-                               {},
-                               ToolAccess::ReadsAndWrites,
-                               {}},
-                              never);
-  EXPECT_EQ(result->status, 1);
-  EXPECT_THAT(result->errors, HasSubstr("zpkhelper: "));
+  const ToolResult result =
+      runHelper({"--session", "--state", folder.path("state")}, "unix:path=" + folder.path("none"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errors, HasSubstr("zpkhelper: "));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "helper/archive/SampleDisk.h"
+#include "helper/service/HelperRun.h"
 #include "helper/service/TestBus.h"
 #include "helperlink/ResultCode.h"
 #include "helperlink/StatusRecord.h"
@@ -328,21 +329,15 @@ TEST_F(HelperProgram, RefusesArgumentsOfOtherTypes) {
 
 TEST_F(HelperProgram, ASecondOneIsRefused) {
   start();
-  const CancelFlag never;
   const auto run = [&](const std::string& state) {
-    return runTool({"/usr/bin/env",
-                    {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), ZPKHELPER, "--session", "--state", state},
-                    {},
-                    ToolAccess::ReadsAndWrites,
-                    {}},
-                   never);
+    return runHelper({"--session", "--state", state}, bus.address());
   };
-  const auto sameFolder = run(folder.path("state"));
-  EXPECT_EQ(sameFolder->status, 1);
-  EXPECT_THAT(sameFolder->errors, HasSubstr("another helper uses the folder"));
-  const auto sameBus = run(folder.path("other"));
-  EXPECT_EQ(sameBus->status, 1);
-  EXPECT_THAT(sameBus->errors, HasSubstr("another helper serves on this bus"));
+  const ToolResult sameFolder = run(folder.path("state"));
+  EXPECT_EQ(sameFolder.status, 1);
+  EXPECT_THAT(sameFolder.errors, HasSubstr("another helper uses the folder"));
+  const ToolResult sameBus = run(folder.path("other"));
+  EXPECT_EQ(sameBus.status, 1);
+  EXPECT_THAT(sameBus.errors, HasSubstr("another helper serves on this bus"));
 }
 
 }  // namespace
