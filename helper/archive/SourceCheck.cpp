@@ -74,7 +74,7 @@ SourceFinding runResize(const std::string& device, const CancelFlag& cancel) {
                       {}};
   // It walks every file of the volume.
   command.limits.wallClock = std::chrono::minutes(30);
-  command.limits.cpuSeconds = 30 * 60;
+  command.limits.cpuSeconds = std::uint64_t{30} * 60;
   command.limits.memoryBytes = std::uint64_t{2} << 30U;
   const auto result = runTool(command, cancel);
   return result ? resizeState(*result) : SourceFinding{SourceState::Unreadable, result.error().text()};

@@ -13,7 +13,7 @@ namespace zpk {
 // its writer closes it; hidden files never count. A folder that is not there is watched for in the folder above it.
 class FolderWatcher {
  public:
-  explicit FolderWatcher(std::vector<std::string> folders);
+  explicit FolderWatcher(const std::vector<std::string>& folders);
 
   // -1 where the system has no watch left to give; then only a reload finds what has changed.
   int fd() const { return _fd.get(); }

@@ -160,7 +160,7 @@ class RunningTool {
   bool _forced = false;
   bool _ended = false;
   ToolResult _result;
-  std::array<char, 64 * 1024> _buffer{};
+  std::array<char, std::size_t{64} * 1024> _buffer{};
 };
 
 std::vector<char*> argumentPointers(const ToolCommand& command) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -40,7 +41,7 @@ std::string sentence(const ArchiveError& error) {
 
 // "1 h 02 min", "2 min 05 s", "7 s"
 std::string duration(double seconds) {
-  const auto whole = static_cast<unsigned long>(seconds + 0.5);
+  const auto whole = static_cast<unsigned long>(std::llround(seconds));
   char text[48];
   if (whole >= 3600) {
     std::snprintf(text, sizeof text, "%lu h %02lu min", whole / 3600, whole / 60 % 60);

@@ -16,6 +16,8 @@ namespace {
 using Source = std::function<void()>;
 
 int fire(const std::shared_ptr<Source>& kept) {
+  // A copy on purpose: the callback may end its own token.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::shared_ptr<Source> running = kept;
   (*running)();
   return 0;
