@@ -86,7 +86,7 @@ void copyBytes(benchmark::State& state) {
     Bytes copy = bytes;
     benchmark::DoNotOptimize(copy.data());
   }
-  state.counters["bytes"] = static_cast<double>(bytes.size());
+  state.SetLabel(std::to_string(bytes.size()) + " bytes");
 }
 
 QVariant variant(const Value& value);
