@@ -121,8 +121,9 @@ void DisksListSheet::bindButtons() {
   _bindings.bind(*_chooser, "actionTitle",
                  [this] { _ui->actionButton->setText(QString::fromStdString(_chooser->actionTitle())); });
   _bindings.bind(*_chooser, "actionEnabled", [this] { _ui->actionButton->setEnabled(_chooser->actionEnabled()); });
-  // Held by the closure: the action takes the sheet down.
   connect(_ui->actionButton, &QPushButton::clicked, this, [chosen = _chooser] {
+    // Held on the stack: the action takes the sheet down, and this closure with it.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const auto kept = chosen;
     kept->performOk();
   });
