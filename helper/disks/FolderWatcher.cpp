@@ -26,7 +26,8 @@ std::string plainPath(const std::string& folder) {
 
 }  // namespace
 
-FolderWatcher::FolderWatcher(const std::vector<std::string>& folders) : _fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+FolderWatcher::FolderWatcher(const std::vector<std::string>& folders)
+    : _fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   for (const std::string& folder : folders) {
     _watches.push_back({plainPath(folder), -1, -1});
     arm(_watches.back());
