@@ -1,5 +1,6 @@
 #include "interface/DisplayText.h"
 
+#include <QGuiApplication>
 #include <algorithm>
 #include <utility>
 
@@ -12,6 +13,8 @@ constexpr char16_t kSymbolForOther = u'\u2426';
 constexpr char16_t kZeroWidthSpace = u'\u200B';
 constexpr int kLongestWord = 32;
 constexpr char16_t kEllipsis = u'\u2026';
+constexpr char16_t kFirstStrongIsolate = u'\u2068';
+constexpr char16_t kPopDirectionalIsolate = u'\u2069';
 
 // The longest text in UTF-8 that can still matter: a character takes at most four bytes.
 std::string_view enough(std::string_view text, qsizetype limit) {
@@ -33,6 +36,15 @@ char16_t shown(char16_t c) {
 
 enum class LineEnds { symbols, kept };
 
+bool readsFromRightToLeft(QChar c) {
+  return c.direction() == QChar::DirR || c.direction() == QChar::DirAL;
+}
+
+bool directionsMeet(const QString& text) {
+  return QGuiApplication::layoutDirection() == Qt::RightToLeft ||
+         std::any_of(text.begin(), text.end(), readsFromRightToLeft);
+}
+
 QString shownText(std::string_view utf8, qsizetype limit, LineEnds lineEnds) {
   const std::string_view part = enough(utf8, limit);
   QString text = QString::fromUtf8(part.data(), static_cast<qsizetype>(part.size()));
@@ -52,12 +64,38 @@ QString shownText(std::string_view utf8, qsizetype limit, LineEnds lineEnds) {
 
 }  // namespace
 
-QString displayText(std::string_view text, qsizetype limit) {
-  return shownText(text, limit, LineEnds::symbols);
+QString isolated(const QString& text) {
+  if (text.isEmpty() || !directionsMeet(text)) return text;
+  return QChar(kFirstStrongIsolate) + text + QChar(kPopDirectionalIsolate);
 }
 
+QString displayText(std::string_view text, qsizetype limit) {
+  return isolated(shownText(text, limit, LineEnds::symbols));
+}
+
+// A line end ends every isolate, so each line is one of its own.
 QString displayParagraph(std::string_view text, qsizetype limit) {
-  return shownText(text, limit, LineEnds::kept);
+  QStringList lines = shownText(text, limit, LineEnds::kept).split(u'\n');
+  for (QString& line : lines) line = isolated(line);
+  return lines.join(u'\n');
+}
+
+QString filledText(const QString& sentence, std::initializer_list<Filling> fillings) {
+  QString filled;
+  qsizetype done = 0;
+  while (done < sentence.size()) {
+    const auto rest = QStringView(sentence).mid(done);
+    const auto* next = std::find_if(fillings.begin(), fillings.end(), [rest](const Filling& filling) {
+      return rest.startsWith(QLatin1String(filling.placeholder));
+    });
+    if (next == fillings.end()) {
+      filled += sentence.at(done++);
+    } else {
+      filled += next->text;
+      done += static_cast<qsizetype>(qstrlen(next->placeholder));
+    }
+  }
+  return filled;
 }
 
 QString withBreaks(const QString& text) {

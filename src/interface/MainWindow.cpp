@@ -52,7 +52,9 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
       _ui(std::make_unique<Ui::MainWindow>()),
       _points(std::make_unique<BackupPointsModel>(surroundings.localization, surroundings.dates)),
       _log(std::make_unique<LogModel>()),
-      _sheets(std::make_unique<SheetHost>(*this, *_controller, surroundings.localization, surroundings.images)) {
+      _sheets(std::make_unique<SheetHost>(
+          *this, *_controller,
+          SheetHost::Surroundings{surroundings.localization, surroundings.dates, surroundings.images})) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, _localization);
   setUpLooks();

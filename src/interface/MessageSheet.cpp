@@ -6,42 +6,50 @@
 #include <QVBoxLayout>
 
 #include "interface/PrimaryButton.h"
+#include "interface/ScrolledText.h"
 
 namespace zpk {
 namespace {
 
 constexpr int kSymbolSide = 44;
-constexpr int kTextWidth = 360;
+constexpr int kTextWidth = 380;
 constexpr double kTitleScale = 1.1;
 
 QLabel* plainLabel(const QString& text) {
   auto* label = new QLabel(text);
   label->setTextFormat(Qt::PlainText);
   label->setWordWrap(true);
-  label->setMinimumWidth(kTextWidth);
+  label->setFixedWidth(kTextWidth);
+  label->setTextInteractionFlags(Qt::TextSelectableByMouse);
   return label;
+}
+
+void setBold(QLabel& title) {
+  QFont bold = title.font();
+  bold.setPointSizeF(bold.pointSizeF() * kTitleScale);
+  bold.setWeight(QFont::DemiBold);
+  title.setFont(bold);
 }
 
 }  // namespace
 
 MessageSheet::MessageSheet(QWidget& window, const Message& message)
-    : Sheet(window), _text(plainLabel(message.text)), _contents(new QVBoxLayout) {
+    : Sheet(window), _text(new ScrolledText(kTextWidth)), _advice(plainLabel({})), _contents(new QVBoxLayout) {
   setWindowTitle(message.title);
   setAccessibleName(message.title);
-  setAccessibleDescription(message.text);
 
   auto* symbol = new QLabel;
   symbol->setPixmap(symbolIcon(message.symbol).pixmap(QSize(kSymbolSide, kSymbolSide), devicePixelRatioF()));
   QLabel* title = plainLabel(message.title);
-  QFont bold = title->font();
-  bold.setPointSizeF(bold.pointSizeF() * kTitleScale);
-  bold.setWeight(QFont::DemiBold);
-  title->setFont(bold);
-  _text->setObjectName(QStringLiteral("messageText"));
-  _text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  setBold(*title);
+  _text->label().setObjectName(QStringLiteral("messageText"));
+  _advice->setObjectName(QStringLiteral("messageAdvice"));
+  setText(message.text);
+  setAdvice({});
   _contents->setSpacing(8);
   _contents->addWidget(title);
   _contents->addWidget(_text);
+  _contents->addWidget(_advice);
 
   auto* row = new QHBoxLayout;
   row->setSpacing(16);
@@ -57,7 +65,18 @@ MessageSheet::MessageSheet(QWidget& window, const Message& message)
 
 void MessageSheet::setText(const QString& text) {
   _text->setText(text);
-  setAccessibleDescription(text);
+  describe();
+}
+
+void MessageSheet::setAdvice(const QString& advice) {
+  _advice->setText(advice);
+  _advice->setVisible(!advice.isEmpty());
+  describe();
+}
+
+void MessageSheet::describe() {
+  const QString& text = _text->label().text();
+  setAccessibleDescription(_advice->text().isEmpty() ? text : text + u'\n' + _advice->text());
 }
 
 void MessageSheet::addAnswers(QVBoxLayout& whole, const Message& message) {
@@ -71,12 +90,14 @@ void MessageSheet::addAnswers(QVBoxLayout& whole, const Message& message) {
     cancel->setDefault(!message.accept);
     connect(cancel, &QPushButton::clicked, this, [this] { reject(); });
     setCancelAction(message.cancel->action);
+    cancel->setFocus();
     buttons->addWidget(cancel);
   }
   if (message.accept) {
     auto* accept = new PrimaryButton(message.accept->title, this);
     accept->setObjectName(QStringLiteral("actionButton"));
     accept->setDefault(true);
+    accept->setFocus();
     // The closure's own copy of the action: the sheet may be gone before it returns.
     connect(accept, &QPushButton::clicked, this, [action = message.accept->action] {
       const auto kept = action;

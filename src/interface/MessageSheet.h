@@ -12,8 +12,10 @@ class QVBoxLayout;
 
 namespace zpk {
 
+class ScrolledText;
+
 // A sheet that says one thing and offers at most two answers: the error, the confirmations, the helper's being
-// busy.
+// busy. Its words can be marked and copied, by mouse and by keyboard.
 class MessageSheet : public Sheet {
  public:
   struct Answer {
@@ -23,7 +25,7 @@ class MessageSheet : public Sheet {
   struct Message {
     Symbol symbol = Symbol::warning;
     QString title;  // one short sentence
-    QString text;   // plain; several lines when need be
+    QString text;   // plain; several lines when need be, scrolled when it is very long
     std::optional<Answer> accept;
     std::optional<Answer> cancel;  // also Esc
   };
@@ -31,6 +33,8 @@ class MessageSheet : public Sheet {
   MessageSheet(QWidget& window, const Message& message);
 
   void setText(const QString& text);
+  // A second paragraph: what to do about it. Not there when empty.
+  void setAdvice(const QString& advice);
 
  protected:
   // Where a subclass puts controls of its own: below the text.
@@ -38,8 +42,10 @@ class MessageSheet : public Sheet {
 
  private:
   void addAnswers(QVBoxLayout& whole, const Message& message);
+  void describe();
 
-  QLabel* _text;
+  ScrolledText* _text;
+  QLabel* _advice;
   QVBoxLayout* _contents;
 };
 

@@ -28,11 +28,32 @@ class BusySheet final : public MessageSheet {
   }
 };
 
+// "Before the update" (14 Nov 2023), or the date alone of a point without a label.
+QString pointText(const RLDArchiveItem& point, const DateFormatter& dates) {
+  const QString name = displayText(point.name().value_or(""));
+  const QString date = point.creationDate() ? displayText(dates.stringFromDate(*point.creationDate())) : QString();
+  if (name.isEmpty()) return date;
+  return date.isEmpty() ? u'“' + name + u'”' : u'“' + name + QStringLiteral("” (") + date + u')';
+}
+
+QString foreignArchiveText(const ZPKUIDaemonController& controller, const Localization& localization) {
+  const QString archive = displayText(controller.destinationInfo()["name"].textOr(""));
+  const QString text = localizedText(
+      localization,
+      "“NAME” holds backup points of another disk. Backing up adds a backup point of the disk that you have chosen "
+      "to it. The backup points of the other disk stay as they are.\n\nTo keep the two apart, cancel and choose "
+      "another location.");
+  return withBreaks(filledText(text, {{"NAME", archive}}));
+}
+
 }  // namespace
 
-SheetHost::SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Localization& localization,
-                     const ImageLoader& images)
-    : _window(window), _controller(controller), _localization(localization), _images(images) {}
+SheetHost::SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Surroundings& surroundings)
+    : _window(window),
+      _controller(controller),
+      _localization(surroundings.localization),
+      _dates(surroundings.dates),
+      _images(surroundings.images) {}
 
 SheetHost::~SheetHost() = default;
 
@@ -105,33 +126,45 @@ QDialog* SheetHost::makeErrorDescription() {
   _bindings.bind(_controller, "errorDescription", [this, sheet] {
     sheet->setText(withBreaks(displayParagraph(_controller.errorDescription(), kErrorTextLimit)));
   });
+  _bindings.bind(_controller, "errorAdvice",
+                 [this, sheet] { sheet->setAdvice(QString::fromStdString(_controller.errorAdvice())); });
   return sheet;
 }
 
 QDialog* SheetHost::makeArcNotFromSource() {
-  return new MessageSheet(
-      _window, {.symbol = Symbol::warning,
-                .title = localizedText(_localization, "This archive was made from another disk"),
-                .text = localizedText(
-                    _localization,
-                    "Backing up adds a backup point of the chosen disk to it. The backup points of the other "
-                    "disk stay as they are."),
-                .accept = MessageSheet::Answer{localizedText(_localization, "&Back Up Anyway"),
-                                               [this] { _controller.backupOntoForeignArchive(); }},
-                .cancel = MessageSheet::Answer{localizedText(_localization, "&Cancel"),
-                                               [this] { _controller.sheetCancelAction(); }}});
+  return new MessageSheet(_window,
+                          {.symbol = Symbol::warning,
+                           .title = localizedText(_localization, "This archive was made from another disk"),
+                           .text = foreignArchiveText(_controller, _localization),
+                           .accept = MessageSheet::Answer{localizedText(_localization, "&Back Up Anyway"),
+                                                          [this] { _controller.backupOntoForeignArchive(); }},
+                           .cancel = MessageSheet::Answer{localizedText(_localization, "&Cancel"),
+                                                          [this] { _controller.sheetCancelAction(); }}});
+}
+
+// Which points, when the selection still says it.
+QString SheetHost::mergeText() const {
+  const auto& points = _controller.arcItems();
+  const auto selected = firstIndex(_controller.selectedArcItemsIndexes());
+  if (!points || !selected || *selected == 0 || *selected >= points->size()) {
+    return localizedText(_localization, "The older of the two can then no longer be restored on its own.");
+  }
+  const QString text = localizedText(_localization,
+                                     "Both become one backup point, which holds what the newer one holds:\n"
+                                     "NEWER\n\nThe older one can then no longer be restored on its own:\nOLDER");
+  return withBreaks(filledText(text, {{"NEWER", pointText(*(*points)[*selected], _dates)},
+                                      {"OLDER", pointText(*(*points)[*selected - 1], _dates)}}));
 }
 
 QDialog* SheetHost::makeMergeConfirmation() {
-  return new MessageSheet(
-      _window,
-      {.symbol = Symbol::warning,
-       .title = localizedText(_localization, "Merge this backup point into the one before it?"),
-       .text = localizedText(_localization, "The older of the two can then no longer be restored on its own."),
-       .accept =
-           MessageSheet::Answer{localizedText(_localization, "&Merge"), [this] { _controller.sheetOKAction(); }},
-       .cancel = MessageSheet::Answer{localizedText(_localization, "&Cancel"),
-                                      [this] { _controller.sheetCancelAction(); }}});
+  return new MessageSheet(_window,
+                          {.symbol = Symbol::warning,
+                           .title = localizedText(_localization, "Merge this backup point into the one before it?"),
+                           .text = mergeText(),
+                           .accept = MessageSheet::Answer{localizedText(_localization, "&Merge"),
+                                                          [this] { _controller.sheetOKAction(); }},
+                           .cancel = MessageSheet::Answer{localizedText(_localization, "&Cancel"),
+                                                          [this] { _controller.sheetCancelAction(); }}});
 }
 
 }  // namespace zpk

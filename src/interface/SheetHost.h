@@ -4,6 +4,7 @@
 #include <QWidget>
 #include <memory>
 
+#include "base/DateFormatter.h"
 #include "base/Image.h"
 #include "base/Localization.h"
 #include "interface/Binding.h"
@@ -17,8 +18,14 @@ namespace zpk {
 // Makes the sheets and puts them over the main window. A sheet is made when it is begun and gone when it is ended.
 class SheetHost final : public SheetPresenter {
  public:
-  SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Localization& localization,
-            const ImageLoader& images);
+  // What the sheets need beside their controller. All of it outlives the host.
+  struct Surroundings {
+    const Localization& localization;
+    const DateFormatter& dates;
+    const ImageLoader& images;
+  };
+
+  SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Surroundings& surroundings);
   ~SheetHost() override;
 
   void beginSheet(const SheetWindow& window) override;
@@ -34,10 +41,12 @@ class SheetHost final : public SheetPresenter {
   QDialog* makeErrorDescription();
   QDialog* makeArcNotFromSource();
   QDialog* makeMergeConfirmation();
+  QString mergeText() const;
 
   QWidget& _window;
   ZPKUIDaemonController& _controller;
   const Localization& _localization;
+  const DateFormatter& _dates;
   const ImageLoader& _images;
   QPointer<QDialog> _sheet;
   Bindings _bindings;

@@ -13,7 +13,7 @@ namespace {
 const QString kGap = QStringLiteral("     ");
 
 QString sizeText(std::uint64_t bytes) {
-  return QString::fromStdString(byteSizeString(bytes));
+  return isolated(QString::fromStdString(byteSizeString(bytes)));
 }
 
 QString labelled(const Localization& localization, const char* label, const QString& text) {
@@ -45,9 +45,9 @@ std::optional<UsageBar::Usage> sourceUsage(const Dictionary& sourceInfo) {
 QString sourceUsageText(const Dictionary& sourceInfo, const Localization& localization) {
   const auto usage = sourceUsage(sourceInfo);
   if (!usage) return {};
-  QString text = localizedText(localization, "USED used, FREE free");
-  text.replace(QStringLiteral("USED"), sizeText(usage->size - std::min(usage->size, usage->free)));
-  return text.replace(QStringLiteral("FREE"), sizeText(usage->free));
+  return filledText(localizedText(localization, "USED used, FREE free"),
+                    {{"USED", sizeText(usage->size - std::min(usage->size, usage->free))},
+                     {"FREE", sizeText(usage->free)}});
 }
 
 bool isWaitingForHelper(const ZPKUIDaemonController& controller) {

@@ -83,6 +83,8 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   const IndexSet& selectedArcItemsIndexes() const { return _selectedArcItemsIndexes; }
   void setSelectedArcItemsIndexes(IndexSet indexes);
   const std::string& errorDescription() const { return _errorDescription; }
+  // What to do about it. Empty for an error of an operation, whose own text says so. Key "errorAdvice".
+  const std::string& errorAdvice() const { return _errorAdvice; }
   const std::optional<std::string>& lastBackupError() const { return _lastBackupError; }
   const std::string& incrementLabel() const { return _incrementLabel; }
   void setIncrementLabel(std::string label);
@@ -162,6 +164,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   void scrollLogToEnd();
 
   void performDaemonAction(const DaemonAction& action);
+  void setError(std::string description, std::string advice);
   void sendBackup();
   void sendRestore();
   void sendBackupSource();
@@ -198,6 +201,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   std::shared_ptr<const ArcItems> _arcItems;
   IndexSet _selectedArcItemsIndexes;
   std::string _errorDescription;
+  std::string _errorAdvice;
   std::optional<std::string> _lastBackupError;
   std::string _incrementLabel;
   bool _checkFS = false;

@@ -136,9 +136,14 @@ void ZPKUIDaemonController::performDaemonAction(const DaemonAction& action) {
   if (!daemon()) return;
   const std::uint32_t code = resultCodeOf(action());
   if (code == 0) return;
-  assign("errorDescription", _errorDescription, resultCodeMessage(code, _environment.localization));
+  setError(resultCodeMessage(code, _environment.localization), resultCodeAdvice(code, _environment.localization));
   _environment.log.line("ZPKUI::Daemon action::error: " + resultCodeMessage(code, _environment.localization));
   setModalSession(modalsession::kError);
+}
+
+void ZPKUIDaemonController::setError(std::string description, std::string advice) {
+  assign("errorDescription", _errorDescription, std::move(description));
+  assign("errorAdvice", _errorAdvice, std::move(advice));
 }
 
 }  // namespace zpk

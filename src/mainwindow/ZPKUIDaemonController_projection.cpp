@@ -66,7 +66,7 @@ void ZPKUIDaemonController::project(const Dictionary& status) {
 
 void ZPKUIDaemonController::decideSheet(const Dictionary& status, HelperState state) {
   if (const auto error = statuskey::opError.read(status)) {
-    assign("errorDescription", _errorDescription, *error);
+    setError(*error, {});
     setModalSession(modalsession::kError);
   } else if (state != HelperState::busy) {
     setModalSession(modalsession::kNone);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 namespace zpk {
 namespace {
 
@@ -30,6 +32,26 @@ TEST(ResultCode, MessagesAreTranslatedWithTheEnglishTextAsKey) {
   };
   EXPECT_EQ(resultCodeMessage(1, Shouting()), "<Disk not found>");
   EXPECT_EQ(resultCodeMessage(99, Shouting()), "<No description>");
+  EXPECT_EQ(resultCodeAdvice(3, Shouting()), "<First choose the Windows disk that is to be protected.>");
+}
+
+TEST(ResultCode, EveryCodeSaysWhatToDo) {
+  const EnglishLocalization english;
+  std::set<std::string> told;
+  for (const ResultCodeRow& row : kResultCodes) {
+    const std::string advice = resultCodeAdvice(static_cast<std::uint32_t>(row.code), english);
+    EXPECT_GT(advice.size(), 20u) << row.message;
+    EXPECT_TRUE(advice.ends_with('.')) << row.message;
+    EXPECT_TRUE(told.insert(advice).second) << row.message << " says the same as another";
+  }
+  const std::string unknown = resultCodeAdvice(8, english);
+  EXPECT_TRUE(told.insert(unknown).second);
+  EXPECT_EQ(resultCodeAdvice(0xffffffff, english), unknown);
+}
+
+TEST(ResultCode, RowsStandAtTheirNumbers) {
+  for (std::size_t i = 0; i < kResultCodes.size(); ++i)
+    EXPECT_EQ(static_cast<std::size_t>(kResultCodes[i].code), i);
 }
 
 TEST(ResultCode, AMissingResultReadsAsSuccess) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QGuiApplication>
+
 namespace zpk {
 namespace {
 
@@ -36,6 +38,23 @@ TEST(DisplayText, TurnsBytesThatAreNoTextIntoReplacementCharacters) {
 
 TEST(DisplayText, ParagraphsKeepTheirLineEnds) {
   EXPECT_EQ(displayParagraph("a\nb\rc", 100).toStdString(), "a\nb\u240Dc");
+}
+
+TEST(DisplayText, TextOfBothDirectionsKeepsItsOwnOrder) {
+  EXPECT_EQ(shown("/backups"), "/backups");
+  EXPECT_EQ(shown("דיסק 1"), "\u2068דיסק 1\u2069");
+  QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+  EXPECT_EQ(shown("/backups"), "\u2068/backups\u2069");
+  EXPECT_EQ(shown(""), "");
+  EXPECT_EQ(isolated("47 GB").toStdString(), "\u206847 GB\u2069");
+  EXPECT_EQ(displayParagraph("a\n\nb", 100).toStdString(), "\u2068a\u2069\n\n\u2068b\u2069");
+  QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+}
+
+TEST(DisplayText, PlaceholdersAreFilledOnceWhateverTheTextsSay) {
+  EXPECT_EQ(filledText("OLD and NEW", {{"NEW", "OLD"}, {"OLD", "NEW"}}), "NEW and OLD");
+  EXPECT_EQ(filledText("NAME, NAME", {{"NAME", "x"}}), "x, x");
+  EXPECT_EQ(filledText("", {{"NAME", "x"}}), "");
 }
 
 TEST(DisplayText, LongWordsGetPlacesToBreakAndShortOnesNone) {

@@ -65,6 +65,20 @@ TEST_F(Commands, ErrorMessageIsTranslatedUnknownCodesHaveNone) {
   EXPECT_EQ(ui().errorDescription(), "No description");
 }
 
+TEST_F(Commands, RefusedCommandSaysWhatToDoAndAnOperationsErrorSpeaksForItself) {
+  helper().answerOnce("backup", 3);
+  ui().backup();
+  EXPECT_EQ(ui().errorAdvice(), "First choose the Windows disk that is to be protected.");
+  ui().sheetCancelAction();
+  std::string shown = "unset";
+  const Token token = ui().observe("errorAdvice", [&] { shown = ui().errorAdvice(); });
+  Dictionary status = readyStatus();
+  statuskey::opError.set(status, "The disk is full. Free 12 GB on it.");
+  world.push(status);
+  EXPECT_EQ(ui().errorDescription(), "The disk is full. Free 12 GB on it.");
+  EXPECT_EQ(shown, "");
+}
+
 TEST_F(Commands, UnreachableHelperShowsNoErrorSheet) {
   ready();
   world.transport.helperDies();
