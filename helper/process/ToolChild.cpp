@@ -63,21 +63,28 @@ void forbidWriting() {
   ::syscall(SYS_landlock_restrict_self, ruleset, 0);
 }
 
+// The tool's streams are in place and all else ends with exec, so that its number is free.
+bool handOver(int descriptor) {
+  if (descriptor == ToolChildPlan::handedNumber) return ::fcntl(descriptor, F_SETFD, 0) == 0;
+  return ::dup2(descriptor, ToolChildPlan::handedNumber) >= 0;
+}
+
 }  // namespace
 
 void becomeTool(const ToolChildPlan& plan) {
   ::setpgid(0, 0);
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  ::prctl(PR_SET_PDEATHSIG, plan.deathSignal);
   if (::getppid() != plan.parent) ::_exit(127);
   defaultSignals();
   ::umask(077);
   if (::chdir("/") != 0) fail(plan, errno);
   if (::dup2(plan.input, 0) < 0 || ::dup2(plan.output, 1) < 0 || ::dup2(plan.errors, 2) < 0) fail(plan, errno);
   if (::syscall(SYS_close_range, 3U, ~0U, 4U /* CLOSE_RANGE_CLOEXEC */) != 0) fail(plan, errno);
+  if (plan.handed >= 0 && !handOver(plan.handed)) fail(plan, errno);
   if (!limit(RLIMIT_AS, plan.memoryBytes) || !limit(RLIMIT_CPU, plan.cpuSeconds) || !limit(RLIMIT_CORE, 0)) {
     fail(plan, errno);
   }
-  if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) fail(plan, errno);
+  if (plan.access != ToolAccess::Mounts && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) fail(plan, errno);
   if (plan.access == ToolAccess::ReadsOnly) {
     keepReadCapabilityAlone();
     forbidWriting();

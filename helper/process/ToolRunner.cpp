@@ -3,18 +3,15 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
-#include "helper/process/ToolChild.h"
-#include "platform/posix/FileDescriptor.h"
+#include "helper/process/ToolStart.h"
 
 namespace zpk {
 namespace {
@@ -22,39 +19,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds lookInterval{50};
 
-struct Pipe {
-  FileDescriptor readEnd;
-  FileDescriptor writeEnd;
-};
-
-std::optional<Pipe> makePipe() {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-  // A descriptor below 3 would be overwritten when the child puts its standard streams in place.
-  Pipe pipe{FileDescriptor(::fcntl(ends[0], F_DUPFD_CLOEXEC, 3)),
-            FileDescriptor(::fcntl(ends[1], F_DUPFD_CLOEXEC, 3))};
-  ::close(ends[0]);
-  ::close(ends[1]);
-  if (!pipe.readEnd || !pipe.writeEnd) return std::nullopt;
-  return pipe;
-}
-
-FileDescriptor openNull() {
-  const FileDescriptor fd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-  return FileDescriptor(fd ? ::fcntl(fd.get(), F_DUPFD_CLOEXEC, 3) : -1);
-}
-
 // One started tool: collects its streams until it ends or has to be ended. Destroyed only after `finish()`.
 class RunningTool {
  public:
-  RunningTool(const ToolCommand& command, pid_t pid, FileDescriptor pidFd, FileDescriptor output,
-              FileDescriptor errors)
-      : _command(command),
-        _pid(pid),
-        _pidFd(std::move(pidFd)),
-        _output(std::move(output)),
-        _errors(std::move(errors)),
-        _deadline(Clock::now() + command.limits.wallClock) {}
+  RunningTool(const ToolCommand& command, StartedTool tool)
+      : _command(command), _tool(std::move(tool)), _deadline(Clock::now() + command.limits.wallClock) {}
 
   ToolResult run(const CancelFlag& cancel) {
     while (!_forced && !_ended) look(cancel);
@@ -64,8 +33,8 @@ class RunningTool {
 
  private:
   void look(const CancelFlag& cancel) {
-    std::array<pollfd, 3> waits = {pollfd{_output.get(), POLLIN, 0}, pollfd{_errors.get(), POLLIN, 0},
-                                   pollfd{_pidFd.get(), POLLIN, 0}};
+    std::array<pollfd, 3> waits = {pollfd{_tool.output.get(), POLLIN, 0}, pollfd{_tool.errors.get(), POLLIN, 0},
+                                   pollfd{_tool.pidFd.get(), POLLIN, 0}};
     ::poll(waits.data(), waits.size(), waitTime());
     if (waits[0].revents != 0) takeOutput();
     if (waits[1].revents != 0) takeErrors();
@@ -88,11 +57,11 @@ class RunningTool {
   }
 
   void drain() {
-    setNonBlocking(_output);
-    setNonBlocking(_errors);
-    while (!_forced && _output && takeOutput()) {
+    setNonBlocking(_tool.output);
+    setNonBlocking(_tool.errors);
+    while (!_forced && _tool.output && takeOutput()) {
     }
-    while (_errors && takeErrors()) {
+    while (_tool.errors && takeErrors()) {
     }
   }
 
@@ -109,7 +78,7 @@ class RunningTool {
   }
 
   bool takeOutput() {
-    const std::string_view piece = readSome(_output);
+    const std::string_view piece = readSome(_tool.output);
     if (piece.empty() || _forced) return false;
     _outputBytes += piece.size();
     if (_outputBytes > _command.limits.outputBytes) {
@@ -123,7 +92,7 @@ class RunningTool {
   }
 
   bool takeErrors() {
-    const std::string_view piece = readSome(_errors);
+    const std::string_view piece = readSome(_tool.errors);
     const std::size_t room =
         _command.limits.errorBytes - std::min(_command.limits.errorBytes, _result.errors.size());
     _result.errors.append(piece.substr(0, room));
@@ -137,24 +106,15 @@ class RunningTool {
   }
 
   void finish() {
-    // The group is killed while its leader is not yet waited for, so the number cannot belong to another one.
-    ::kill(-_pid, SIGKILL);
-    int status = 0;
-    pid_t reaped = 0;
-    do {
-      reaped = ::waitpid(_pid, &status, 0);
-    } while (reaped < 0 && errno == EINTR);
+    const std::optional<int> status = endTool(_tool.pid);
     if (_forced) return;
-    const bool exited = reaped == _pid && WIFEXITED(status);
+    const bool exited = status && WIFEXITED(*status);
     _result.end = exited ? ToolEnd::Exited : ToolEnd::Signalled;
-    _result.status = exited ? WEXITSTATUS(status) : (reaped == _pid ? WTERMSIG(status) : SIGKILL);
+    _result.status = exited ? WEXITSTATUS(*status) : (status ? WTERMSIG(*status) : SIGKILL);
   }
 
   const ToolCommand& _command;
-  pid_t _pid;
-  FileDescriptor _pidFd;
-  FileDescriptor _output;
-  FileDescriptor _errors;
+  StartedTool _tool;
   Clock::time_point _deadline;
   std::size_t _outputBytes = 0;
   bool _forced = false;
@@ -163,73 +123,13 @@ class RunningTool {
   std::array<char, std::size_t{64} * 1024> _buffer{};
 };
 
-std::vector<char*> argumentPointers(const ToolCommand& command) {
-  std::vector<char*> pointers;
-  pointers.reserve(command.arguments.size() + 2);
-  // execve takes them as not const for historical reasons and does not change them.
-  pointers.push_back(const_cast<char*>(command.executable.c_str()));
-  for (const std::string& argument : command.arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
-// The errno of a failed start, told through the pipe that a successful exec closes.
-int startFailure(const FileDescriptor& failure) {
-  int errorNumber = 0;
-  ssize_t count = 0;
-  do {
-    count = ::read(failure.get(), &errorNumber, sizeof errorNumber);
-  } while (count < 0 && errno == EINTR);
-  return count == static_cast<ssize_t>(sizeof errorNumber) ? errorNumber : 0;
-}
-
 }  // namespace
 
-std::string ToolStartError::text() const {
-  return executable + " could not be started: " + std::strerror(errorNumber);
-}
-
 Expected<ToolResult, ToolStartError> runTool(const ToolCommand& command, const CancelFlag& cancel) {
-  if (command.executable.empty() || command.executable.front() != '/') {
-    return ToolStartError{command.executable, EINVAL};
-  }
   if (cancel.isRequested()) return ToolResult{ToolEnd::Cancelled, 0, {}, {}};
-
-  std::optional<Pipe> output = makePipe();
-  std::optional<Pipe> errors = makePipe();
-  std::optional<Pipe> failure = makePipe();
-  const FileDescriptor input = openNull();
-  if (!output || !errors || !failure || !input) return ToolStartError{command.executable, errno};
-
-  const std::vector<char*> argv = argumentPointers(command);
-  ToolChildPlan plan{command.executable.c_str(),
-                     argv.data(),
-                     input.get(),
-                     output->writeEnd.get(),
-                     errors->writeEnd.get(),
-                     failure->writeEnd.get(),
-                     ::getpid(),
-                     command.limits.memoryBytes,
-                     command.limits.cpuSeconds,
-                     command.access};
-  const pid_t pid = ::fork();
-  if (pid < 0) return ToolStartError{command.executable, errno};
-  if (pid == 0) becomeTool(plan);
-
-  ::setpgid(pid, pid);
-  output->writeEnd.reset();
-  errors->writeEnd.reset();
-  failure->writeEnd.reset();
-  FileDescriptor pidFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0U)));
-  const int noPidFd = pidFd ? 0 : errno;
-  const int notStarted = startFailure(failure->readEnd);
-  if (notStarted != 0 || noPidFd != 0) {
-    ::kill(-pid, SIGKILL);
-    ::waitpid(pid, nullptr, 0);
-    return ToolStartError{command.executable, notStarted != 0 ? notStarted : noPidFd};
-  }
-  return RunningTool(command, pid, std::move(pidFd), std::move(output->readEnd), std::move(errors->readEnd))
-      .run(cancel);
+  Expected<StartedTool, ToolStartError> tool = startTool(command, SIGKILL);
+  if (!tool) return tool.error();
+  return RunningTool(command, std::move(*tool)).run(cancel);
 }
 
 }  // namespace zpk

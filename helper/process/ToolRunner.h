@@ -14,8 +14,10 @@
 namespace zpk {
 
 // What a tool may do to files. A tool that only looks at a disk never gets more than `ReadsOnly`: no capability but
-// the one to read, and, where the kernel has Landlock, no way to open anything but `/dev/null` for writing.
-enum class ToolAccess { ReadsOnly, ReadsAndWrites };
+// the one to read, and, where the kernel has Landlock, no way to open anything but `/dev/null` for writing. Only
+// one that `Mounts` may get rights by starting a program, which is how a user without rights of his own gets a FUSE
+// mount.
+enum class ToolAccess { ReadsOnly, ReadsAndWrites, Mounts };
 
 // Bounds of one run. File systems that come from a disk are hostile input to the tools that parse them.
 struct ToolLimits {
@@ -34,7 +36,8 @@ struct ToolCommand {
   std::vector<std::string> arguments;  // Without the name of the tool itself.
   ToolLimits limits;
   ToolAccess access = ToolAccess::ReadsOnly;
-  ToolOutputSink sink;  // When set, `ToolResult::output` stays empty.
+  ToolOutputSink sink{};  // When set, `ToolResult::output` stays empty.
+  int handed = -1;        // A descriptor that the tool gets as its number 3; it stays the caller's.
 };
 
 enum class ToolEnd {
