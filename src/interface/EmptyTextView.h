@@ -8,7 +8,7 @@ namespace zpk {
 
 // A list or table that says in its middle why it is empty, or what to do first, instead of showing nothing.
 template <class View>
-class EmptyTextView final : public View {
+class EmptyTextView : public View {
  public:
   using View::View;
 
@@ -17,9 +17,6 @@ class EmptyTextView final : public View {
     this->setAccessibleDescription(text);
     this->viewport()->update();
   }
-
-  // Brings the scroll bars up to date with the model now rather than in the next turn of the event loop.
-  void layOutNow() { this->executeDelayedItemsLayout(); }
 
  protected:
   void paintEvent(QPaintEvent* event) override {

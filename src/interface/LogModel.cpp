@@ -74,8 +74,15 @@ int LogModel::rowCount(const QModelIndex& parent) const {
 
 QVariant LogModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= _count || role != Qt::DisplayRole) return {};
-  const std::string* text = (*_lines)[_first + static_cast<std::size_t>(index.row())].text();
-  return text ? displayText(*text, kLogLineLimit) : QString();
+  const std::string* line = text(index.row());
+  return line ? displayText(*line, kLogLineLimit) : QString();
+}
+
+int LogModel::columns(int row) const {
+  // A line that is cut may consist of characters two columns wide.
+  constexpr std::size_t kMost = 2 * kLogLineLimit;
+  const std::string* line = text(row);
+  return line ? static_cast<int>(std::min(line->size(), kMost)) : 0;
 }
 
 }  // namespace zpk

@@ -20,12 +20,18 @@ class LogModel final : public QAbstractListModel {
   // Null is an empty log. Costs what the change costs, not what the log is long.
   void setLines(Lines lines);
 
+  // How many columns of a fixed-width font a line takes at most: its bytes, since no character of UTF-8 takes more
+  // columns than bytes. Known without looking at the text.
+  int columns(int row) const;
+
   int rowCount(const QModelIndex& parent = {}) const override;
   QVariant data(const QModelIndex& index, int role) const override;
 
  private:
   void drop(int count);
   void append(Lines lines);
+  // The text of a row that is there; null for what is no text.
+  const std::string* text(int row) const { return (*_lines)[_first + static_cast<std::size_t>(row)].text(); }
 
   Lines _lines;
   std::size_t _first = 0;  // of `_lines` that is still shown

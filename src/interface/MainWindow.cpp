@@ -1,17 +1,14 @@
 #include "interface/MainWindow.h"
 
 #include <QEvent>
-#include <QFontDatabase>
 #include <QHeaderView>
 #include <QItemSelectionModel>
-#include <QScrollBar>
 #include <QSignalBlocker>
 #include <algorithm>
 
 #include "interface/BackupPointsModel.h"
 #include "interface/DisplayText.h"
 #include "interface/Icons.h"
-#include "interface/LogModel.h"
 #include "interface/Pictures.h"
 #include "interface/PrimaryButton.h"
 #include "interface/RowSpace.h"
@@ -51,7 +48,6 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
       _localization(surroundings.localization),
       _ui(std::make_unique<Ui::MainWindow>()),
       _points(std::make_unique<BackupPointsModel>(surroundings.localization, surroundings.dates)),
-      _log(std::make_unique<LogModel>()),
       _sheets(std::make_unique<SheetHost>(
           *this, *_controller,
           SheetHost::Surroundings{surroundings.localization, surroundings.dates, surroundings.images})) {
@@ -65,7 +61,7 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
   bindHistory();
   bindLink();
   _controller->setMainWindow(_sheets.get());
-  _controller->setLogScrollView(this);
+  _controller->setLogScrollView(_ui->logView);
 }
 
 MainWindow::~MainWindow() {
@@ -87,9 +83,7 @@ void MainWindow::setUpLooks() {
   _ui->destinationCard->chooseButton()->setText(localizedText(_localization, "Choose L&ocation…"));
   _ui->destinationCard->chooseButton()->setObjectName(QStringLiteral("selectBackupPathButton"));
 
-  _ui->logView->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  _ui->logView->setModel(_log.get());
-  _ui->logView->setEmptyText(localizedText(_localization, "The log of a backup is shown here while it runs."));
+  _ui->logView->localize(_localization);
   _ui->arcItemsTable->setModel(_points.get());
   _ui->arcItemsTable->setItemDelegate(new RowSpace(_ui->arcItemsTable));
   _ui->arcItemsTable->header()->setSectionResizeMode(BackupPointsModel::label, QHeaderView::Stretch);
@@ -209,11 +203,7 @@ void MainWindow::showProgress() {
 
 void MainWindow::bindHistory() {
   _bindings.bind(*_controller, "arcItems", [this] { _points->setPoints(_controller->arcItems()); });
-  _bindings.bind(*_controller, "log", [this] {
-    _log->setLines(_controller->log());
-    // The controller scrolls to the end next, which must be where the new lines end.
-    if (_ui->logView->isVisible()) _ui->logView->layOutNow();
-  });
+  _bindings.bind(*_controller, "log", [this] { _ui->logView->setLines(_controller->log()); });
 }
 
 void MainWindow::bindLink() {
@@ -222,19 +212,6 @@ void MainWindow::bindLink() {
     _ui->linkBannerText->setText(trouble);
     _ui->linkBanner->setVisible(!trouble.isEmpty());
   });
-}
-
-double MainWindow::documentViewFrameHeight() const {
-  const QScrollBar& bar = *_ui->logView->verticalScrollBar();
-  return bar.maximum() + bar.pageStep();
-}
-
-double MainWindow::contentViewBoundsHeight() const {
-  return _ui->logView->verticalScrollBar()->pageStep();
-}
-
-void MainWindow::scrollDocumentViewToPoint(double /*x*/, double y) {
-  _ui->logView->verticalScrollBar()->setValue(static_cast<int>(y));
 }
 
 void MainWindow::changeEvent(QEvent* event) {

@@ -7,7 +7,6 @@
 #include "base/Image.h"
 #include "base/Localization.h"
 #include "interface/Binding.h"
-#include "mainwindow/LogScrollView.h"
 #include "mainwindow/ZPKUIDaemonController.h"
 
 namespace Ui {
@@ -17,7 +16,6 @@ class MainWindow;
 namespace zpk {
 
 class BackupPointsModel;
-class LogModel;
 class SheetHost;
 
 // The main window: what is protected, where to, since when, and what is happening now.
@@ -25,7 +23,7 @@ class SheetHost;
 // Holds no state: its controls are bound to keys of the controller and send their actions to it. Sets itself as the
 // controller's outlets for as long as it lives. The helper need not be there, and nothing is asked of it here, so
 // that the window can be painted before the program is launched any further.
-class MainWindow final : public QMainWindow, private LogScrollView {
+class MainWindow final : public QMainWindow {
  public:
   // What the window needs beside its controller. All of it outlives the window.
   struct Surroundings {
@@ -54,18 +52,10 @@ class MainWindow final : public QMainWindow, private LogScrollView {
   void showProgress();
   void sendSelection();
 
-  // The log view, in rows.
-  bool documentViewIsFlipped() const override { return true; }
-  double documentViewFrameY() const override { return 0; }
-  double documentViewFrameHeight() const override;
-  double contentViewBoundsHeight() const override;
-  void scrollDocumentViewToPoint(double x, double y) override;
-
   std::shared_ptr<ZPKUIDaemonController> _controller;
   const Localization& _localization;
   std::unique_ptr<Ui::MainWindow> _ui;
   std::unique_ptr<BackupPointsModel> _points;
-  std::unique_ptr<LogModel> _log;
   std::unique_ptr<SheetHost> _sheets;
   Bindings _bindings;
 };
