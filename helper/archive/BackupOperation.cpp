@@ -43,7 +43,7 @@ class FullBackup {
  private:
   ArchiveResult<Done> planAll() {
     for (const BackupDisk& disk : _request.disks) {
-      ArchiveResult<SourcePlan> plan = planSource(disk, _cancel);
+      ArchiveResult<SourcePlan> plan = planSource(disk, _request.exportFolder, _cancel);
       if (!plan) return plan.error();
       _total += plan->layout.usedBytes();
       _plans.push_back(std::move(*plan));
@@ -70,6 +70,7 @@ class FullBackup {
     ChunkMapWriter map(std::move(*mapFile), image.clusterSize(), seed);
     ArchiveResult<Done> step = imageDisk(
         {plan.disk, plan.layout, image, map, seed}, [this](std::uint64_t done) { report(done); }, _cancel);
+    if (step) step = plan.disk.checkUnchanged();
     if (step) step = image.finish(_cancel);
     if (step) step = map.finish(_cancel);
     if (step) step = renameIn(folder, plan.description.image + unfinishedSuffix, plan.description.image);

@@ -24,6 +24,9 @@ struct BackupRequest {
   std::vector<BackupDisk> disks;
   std::string label;
   std::int64_t creationTime = 0;  // Seconds since 1970, UTC.
+  // A folder of the helper's own, where partitions of image files are shown to the tools when there are no loop
+  // devices to be had (FuseExport.h). Empty: there is none.
+  std::string exportFolder{};
 };
 
 // Called on the calling thread, about once for every MiB; never goes back, and `done` reaches `total` only once the

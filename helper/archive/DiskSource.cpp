@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include "helper/archive/ImageFileUse.h"
+
 namespace zpk {
 namespace {
 
@@ -28,6 +30,13 @@ ArchiveResult<DiskSource> DiskSource::open(const std::string& path) {
     }
     return readError("The disk could not be opened", path, 0, errno);
   }
+  source._writtenAt = writeTime(source._file);
+  if (source.isImageFile() && isOpenForWriting(source._file.fd)) {
+    return ArchiveError{ArchiveFault::SourceUnfit,
+                        "Another program, such as a virtual machine, has the disk image open for writing; close it "
+                        "there and try again",
+                        path, 0, 0};
+  }
   const ArchiveResult<std::uint64_t> size = sizeOf(source._file);
   if (!size) return size.error();
   source._size = *size;
@@ -42,6 +51,19 @@ ArchiveResult<Done> DiskSource::read(std::uint64_t offset, std::span<std::byte> 
     if (read || read.error().errorNumber != EINVAL) return read;
   }
   return readAt(_file, offset, bytes);
+}
+
+std::optional<DiskSource::WriteTime> DiskSource::writeTime(const OpenFile& file) {
+  struct stat status = {};
+  if (::fstat(file.fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return WriteTime{status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
+ArchiveResult<Done> DiskSource::checkUnchanged() const {
+  if (!isImageFile() || writeTime(_file) == _writtenAt) return Done{};
+  return ArchiveError{ArchiveFault::SourceUnfit,
+                      "Another program changed the disk image while it was read; close it there and try again",
+                      path(), 0, 0};
 }
 
 }  // namespace zpk

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "helper/archive/FileAccess.h"
 
 namespace zpk {
 
-// A disk that is read: a block device or a raw image file. Opened for reading only, and a block device exclusively,
-// so that nobody mounts or writes it meanwhile.
+// A disk that is read: a block device or a raw image file. Opened for reading only. A block device is opened
+// exclusively, so that nobody mounts or writes it meanwhile. An image file that another program has open for
+// writing is refused; nobody can be kept from writing to it later, but `checkUnchanged` tells whether somebody did.
 //
 // Reads bypass the page cache where the file system allows it: a whole disk would push everything else out of it.
 // Several threads may read at once.
@@ -23,6 +24,9 @@ class DiskSource {
   const std::string& path() const { return _file.path; }
   std::uint64_t size() const { return _size; }
   const OpenFile& file() const { return _file; }
+  bool isImageFile() const { return _writtenAt.has_value(); }
+  // An image file that was written since it was opened is SourceUnfit.
+  ArchiveResult<Done> checkUnchanged() const;
 
   ArchiveResult<Done> read(std::uint64_t offset, std::span<std::byte> bytes) const;
 
@@ -32,6 +36,13 @@ class DiskSource {
   OpenFile _file;
   OpenFile _direct;  // Without a descriptor where reads cannot bypass the cache.
   std::uint64_t _size = 0;
+  struct WriteTime {
+    std::int64_t seconds = 0;
+    std::int64_t nanoseconds = 0;
+    bool operator==(const WriteTime&) const = default;
+  };
+  static std::optional<WriteTime> writeTime(const OpenFile& file);
+  std::optional<WriteTime> _writtenAt;  // Of an image file.
 };
 
 }  // namespace zpk

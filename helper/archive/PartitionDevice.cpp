@@ -1,16 +1,11 @@
 #include "helper/archive/PartitionDevice.h"
 
-#include <fcntl.h>
-#include <linux/loop.h>
-#include <sys/ioctl.h>
-
-#include <algorithm>
 #include <cerrno>
 
 namespace zpk {
 namespace {
 
-ArchiveError noDevice(const DiskSource& disk, int errorNumber) {
+ArchiveError noLoopDevice(const DiskSource& disk, int errorNumber) {
   if (errorNumber == EACCES || errorNumber == EPERM) {
     return {ArchiveFault::ToolFailed,
             "The backup service may not set up loop devices, through which the file-system tools look at a "
@@ -24,28 +19,26 @@ ArchiveError noDevice(const DiskSource& disk, int errorNumber) {
 }  // namespace
 
 ArchiveResult<PartitionDevice> PartitionDevice::attach(const DiskSource& disk, ByteRange range,
-                                                       std::uint32_t sectorSize) {
-  const FileDescriptor control(::open("/dev/loop-control", O_RDWR | O_CLOEXEC));
-  if (!control) return noDevice(disk, errno);
-  loop_config config = {};
-  config.fd = static_cast<std::uint32_t>(disk.file().fd.get());
-  config.block_size = sectorSize;
-  config.info.lo_offset = range.start;
-  config.info.lo_sizelimit = range.size();
-  // The kernel takes the device down with its last descriptor, so that a killed helper leaves nothing behind.
-  config.info.lo_flags = LO_FLAGS_READ_ONLY | LO_FLAGS_AUTOCLEAR;
-  constexpr int attempts = 64;
-  for (int i = 0; i < attempts; ++i) {
-    const int number = ::ioctl(control.get(), LOOP_CTL_GET_FREE);
-    if (number < 0) return noDevice(disk, errno);
-    const std::string path = "/dev/loop" + std::to_string(number);
-    FileDescriptor loop(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!loop) return noDevice(disk, errno);
-    if (::ioctl(loop.get(), LOOP_CONFIGURE, &config) == 0) return PartitionDevice(OpenFile{std::move(loop), path});
-    // Somebody else took the free device between the two calls.
-    if (errno != EBUSY) return noDevice(disk, errno);
-  }
-  return noDevice(disk, EBUSY);
+                                                       std::uint32_t sectorSize, const std::string& exportFolder,
+                                                       const CancelFlag& cancel) {
+  Expected<LoopDevice, int> loop = LoopDevice::attach(disk, range, sectorSize);
+  if (loop) return PartitionDevice(std::move(*loop));
+  if (!disk.isImageFile() || exportFolder.empty()) return noLoopDevice(disk, loop.error());
+  ArchiveResult<FuseExport> served = FuseExport::make(disk, range, exportFolder, cancel);
+  if (!served) return served.error();
+  return PartitionDevice(std::move(*served));
+}
+
+const std::string& PartitionDevice::path() const {
+  return std::visit([](const auto& way) -> const std::string& { return way.path(); }, _way);
+}
+
+std::optional<ArchiveError> PartitionDevice::loss() const {
+  const auto* served = std::get_if<FuseExport>(&_way);
+  if (served == nullptr || served->isServing()) return std::nullopt;
+  return ArchiveError{ArchiveFault::ToolFailed,
+                      "The program that shows the partition to the file-system tools ended unexpectedly; try again",
+                      "/usr/bin/qemu-storage-daemon", 0, 0};
 }
 
 }  // namespace zpk

@@ -11,8 +11,8 @@ namespace {
 
 class Planner {
  public:
-  Planner(SourcePlan& plan, bool acceptsUnclean, const CancelFlag& cancel)
-      : _plan(plan), _acceptsUnclean(acceptsUnclean), _cancel(cancel) {}
+  Planner(SourcePlan& plan, bool acceptsUnclean, std::string exportFolder, const CancelFlag& cancel)
+      : _plan(plan), _acceptsUnclean(acceptsUnclean), _exportFolder(std::move(exportFolder)), _cancel(cancel) {}
 
   ArchiveResult<Done> addTable() {
     const ArchiveResult<GptExtent> table = readGptExtent(_plan.disk, _plan.description.sectorSize);
@@ -47,17 +47,31 @@ class Planner {
 
  private:
   ArchiveResult<Done> addVolume(const StoredPartition& partition, ByteRange range, const NtfsGeometry& geometry) {
-    const ArchiveResult<PartitionDevice> device =
-        PartitionDevice::attach(_plan.disk, range, _plan.description.sectorSize);
-    if (!device) return device.error();
-    const SourceFinding finding = checkNtfsSource(device->path(), _cancel);
-    if (finding.state == SourceState::Cancelled) return cancelledError();
-    if (!isAccepted(finding.state)) return unfit(finding.sentence(), partition);
-    ArchiveResult<ClusterBitmap> used = readUsedClusters(device->path(), geometry, _cancel);
+    ArchiveResult<ClusterBitmap> used = examine(partition, range, geometry);
     if (!used) return used.error();
     ArchiveResult<Done> step = _plan.layout.addClusters(range.start, geometry.clusterSize, std::move(*used));
     if (step) step = addBootSectorCopies(range, geometry);
     return step;
+  }
+
+  // Whether the volume is fit, and what of it is in use.
+  ArchiveResult<ClusterBitmap> examine(const StoredPartition& partition, ByteRange range,
+                                       const NtfsGeometry& geometry) {
+    const auto device =
+        PartitionDevice::attach(_plan.disk, range, _plan.description.sectorSize, _exportFolder, _cancel);
+    if (!device) return device.error();
+    ArchiveResult<ClusterBitmap> used = askTheTools(device->path(), partition, geometry);
+    if (used || used.error().fault == ArchiveFault::Cancelled) return used;
+    if (const std::optional<ArchiveError> loss = device->loss()) return *loss;
+    return used;
+  }
+
+  ArchiveResult<ClusterBitmap> askTheTools(const std::string& device, const StoredPartition& partition,
+                                           const NtfsGeometry& geometry) {
+    const SourceFinding finding = checkNtfsSource(device, _cancel);
+    if (finding.state == SourceState::Cancelled) return cancelledError();
+    if (!isAccepted(finding.state)) return unfit(finding.sentence(), partition);
+    return readUsedClusters(device, geometry, _cancel);
   }
 
   bool isAccepted(SourceState state) const {
@@ -83,12 +97,14 @@ class Planner {
 
   SourcePlan& _plan;
   const bool _acceptsUnclean;
+  const std::string _exportFolder;
   const CancelFlag& _cancel;
 };
 
 }  // namespace
 
-ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const CancelFlag& cancel) {
+ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string& exportFolder,
+                                     const CancelFlag& cancel) {
   ArchiveResult<DiskSource> disk = DiskSource::open(source.path);
   if (!disk) return disk.error();
   if (disk->size() != source.description.size) {
@@ -96,7 +112,7 @@ ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const CancelFlag&
   }
   const std::uint64_t size = disk->size();
   SourcePlan plan{std::move(*disk), DiskLayout(size), source.description};
-  Planner planner(plan, source.acceptsUncleanVolumes, cancel);
+  Planner planner(plan, source.acceptsUncleanVolumes, exportFolder, cancel);
   ArchiveResult<Done> step = planner.addTable();
   for (StoredPartition& partition : plan.description.partitions) {
     if (step && cancel.isRequested()) step = cancelledError();

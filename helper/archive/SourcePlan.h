@@ -14,7 +14,9 @@ struct SourcePlan {
 };
 
 // Opens the disk, finds the partition table's places and looks into every partition that is to be stored. Anything
-// that speaks against reading it is an error whose message tells what to do.
-ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const CancelFlag& cancel);
+// that speaks against reading it is an error whose message tells what to do. `exportFolder` as PartitionDevice has
+// it.
+ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string& exportFolder,
+                                     const CancelFlag& cancel);
 
 }  // namespace zpk

@@ -10,6 +10,7 @@
 
 #include "app/presentation/ByteSizeString.h"
 #include "helper/archive/BackupOperation.h"
+#include "helper/archive/ExportFolder.h"
 #include "helper/service/ArchiveRecords.h"
 
 namespace zpk {
@@ -88,8 +89,12 @@ class Narrator {
 // One run of a backup: the archive that it writes to, and what becomes of it.
 class Run {
  public:
-  Run(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel)
-      : _order(order), _board(board), _cancel(cancel), _time(static_cast<std::int64_t>(std::time(nullptr))) {}
+  Run(const BackupOrder& order, const std::string& exportFolder, OperationBoard& board, const CancelFlag& cancel)
+      : _order(order),
+        _exportFolder(exportFolder),
+        _board(board),
+        _cancel(cancel),
+        _time(static_cast<std::int64_t>(std::time(nullptr))) {}
 
   BackupOutcome run() {
     const std::string name = _order.disk->name().value_or("the disk");
@@ -129,7 +134,7 @@ class Run {
     Narrator narrator(_board);
     const auto progress = [&](std::uint64_t done, std::uint64_t total) { narrator.progress(done, total); };
     const BackupDisk disk{_order.disk->filePath().value_or(""), storedDisk(*_order.disk), !_order.checkFileSystem};
-    const BackupRequest request{{disk}, "", _time};
+    const BackupRequest request{{disk}, "", _time, _exportFolder};
     ArchiveResult<PointIndex> point = makeFullBackup(archive, request, progress, _cancel);
     if (point) {
       _board.line("Backup point " + std::to_string(archive.index().points.size()) +
@@ -158,12 +163,17 @@ class Run {
   }
 
   const BackupOrder& _order;
+  const std::string& _exportFolder;
   OperationBoard& _board;
   const CancelFlag& _cancel;
   const std::int64_t _time;
 };
 
 }  // namespace
+
+EngineArchives::EngineArchives(std::string exportFolder) : _exportFolder(std::move(exportFolder)) {
+  clearExportFolder(_exportFolder);
+}
 
 ArchiveView EngineArchives::look(const std::string& archivePath) {
   std::error_code error;
@@ -180,7 +190,7 @@ ArchiveView EngineArchives::look(const std::string& archivePath) {
 }
 
 BackupOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
-  return Run(order, board, cancel).run();
+  return Run(order, _exportFolder, board, cancel).run();
 }
 
 }  // namespace zpk

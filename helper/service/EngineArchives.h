@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "helper/service/model/ArchiveKeeper.h"
 
 namespace zpk {
@@ -7,11 +9,17 @@ namespace zpk {
 // Archives as helper/archive reads and writes them.
 class EngineArchives final : public ArchiveKeeper {
  public:
+  // `exportFolder` is this helper's alone; what an earlier one left in it is taken away (ExportFolder.h).
+  explicit EngineArchives(std::string exportFolder);
+
   ArchiveView look(const std::string& archivePath) override;
 
   // A further point of an archive that belongs to another disk is added to it all the same: whoever asks for that
   // was warned. An archive that was made for this backup and got no point is taken away again.
   BackupOutcome backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) override;
+
+ private:
+  const std::string _exportFolder;
 };
 
 }  // namespace zpk

@@ -184,6 +184,20 @@ TEST_F(Backup, ASourceThatCannotBeReadAnyMoreVoidsThePoint) {
   EXPECT_EQ(contentOf(archive.path()), std::vector<std::string>{"archive.json"});
 }
 
+TEST_F(Backup, AnImageThatIsWrittenToMeanwhileVoidsThePoint) {
+  Archive archive = create();
+  bool written = false;
+  const auto result = run(archive, [&](std::uint64_t done, std::uint64_t) {
+    if (done > 0 && !written) disk.overwrite(SampleDisk::mib, "a virtual machine was started");
+    written = written || done > 0;
+  });
+  ASSERT_TRUE(written);
+  ASSERT_FALSE(result.hasValue());
+  EXPECT_EQ(result.error().fault, ArchiveFault::SourceUnfit);
+  EXPECT_THAT(result.error().message, testing::HasSubstr("changed the disk image while it was read"));
+  EXPECT_EQ(contentOf(archive.path()), std::vector<std::string>{"archive.json"});
+}
+
 TEST_F(Backup, AKilledBackupLeavesEveryEarlierPointAndNothingElse) {
   {
     Archive archive = create();
@@ -276,7 +290,8 @@ TEST_F(Backup, WithoutTheRightToSetUpDevicesItSaysWhatToDo) {
   const pid_t child = ::fork();
   if (child == 0) {
     if (::setuid(65534) != 0) ::_exit(2);
-    const auto device = PartitionDevice::attach(*source, {SampleDisk::volumeStart, SampleDisk::diskSize}, 512);
+    const auto device =
+        PartitionDevice::attach(*source, {SampleDisk::volumeStart, SampleDisk::diskSize}, 512, "", cancel);
     ::_exit(!device && device.error().text().find("start it as root") != std::string::npos ? 0 : 1);
   }
   int status = 0;
