@@ -1,0 +1,76 @@
+#include "mainwindow/OperationWatch.h"
+
+#include <utility>
+
+namespace zpk {
+namespace {
+
+// Every status brings the whole log; only other lines are news.
+bool isSameLog(const std::shared_ptr<const Array>& a, const std::shared_ptr<const Array>& b) {
+  return a == b || (a && b && *a == *b);
+}
+
+}  // namespace
+
+OperationWatch::OperationWatch(std::shared_ptr<ZPKUIDaemonController> controller, RunLoop& runLoop,
+                               CalendarClock calendar)
+    : _controller(std::move(controller)), _runLoop(runLoop), _calendar(std::move(calendar)) {
+  _operation = _controller->observe("inProgress", [this] { followOperation(); });
+  _percents = _controller->observe("progressPercents", [this] { followProgress(); });
+  _log = _controller->observe("log", [this] { followProgress(); });
+  _presence = _controller->observe("helperReachable", [this] {
+    if (!_controller->isHelperReachable()) setStopping(false);
+  });
+  followOperation();
+}
+
+void OperationWatch::stop() {
+  if (!_running || _stopping) return;
+  // Before it is sent: the record that ends the operation may come before the reply does.
+  setStopping(true);
+  _controller->breakProgress();
+}
+
+void OperationWatch::followOperation() {
+  if (_running == _controller->inProgress()) return;
+  _running = _controller->inProgress();
+  setStopping(false);
+  if (_running) return moved();
+  _standstill.reset();
+  _lastLog = nullptr;
+  setNoProgressSince(std::nullopt);
+}
+
+void OperationWatch::followProgress() {
+  if (!_running) return;
+  const bool same = _lastPercents == _controller->progressPercents() && isSameLog(_lastLog, _controller->log());
+  if (!same) moved();
+}
+
+void OperationWatch::moved() {
+  _lastPercents = _controller->progressPercents();
+  _lastLog = _controller->log();
+  _lastMove = _calendar();
+  // Counted from here again; ends itself, since a standstill is said once.
+  _standstill = _runLoop.scheduledTimer(kLongestStandstill, [this] {
+    setNoProgressSince(_lastMove);
+    _standstill.reset();
+  });
+  setNoProgressSince(std::nullopt);
+}
+
+void OperationWatch::setStopping(bool stopping) {
+  if (_stopping == stopping) return;
+  willChangeValueForKey("stopping");
+  _stopping = stopping;
+  didChangeValueForKey("stopping");
+}
+
+void OperationWatch::setNoProgressSince(std::optional<Date> date) {
+  if (_noProgressSince == date) return;
+  willChangeValueForKey("noProgressSince");
+  _noProgressSince = date;
+  didChangeValueForKey("noProgressSince");
+}
+
+}  // namespace zpk
