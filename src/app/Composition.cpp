@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QLocale>
+#include <chrono>
 
 #include "helperlink/ZPKDaemon.h"
 #include "records/RecordClasses.h"
@@ -11,6 +12,11 @@ namespace {
 
 // A window that is never painted (minimised from the start) does not keep the program from launching.
 constexpr Seconds kLongestWaitForPaint{1.0};
+
+Date timeOfDay() {
+  const std::chrono::duration<double> sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+  return Date{sinceEpoch.count()};
+}
 
 }  // namespace
 
@@ -37,6 +43,7 @@ Composition::Composition(const BusEndpoint& bus)
     : _log("zpk"),
       _localization(QStringLiteral(":/translations"), QLocale::system().uiLanguages(), _log),
       _backupDates(DateStyle::medium, DateStyle::brief),
+      _times(DateStyle::none, DateStyle::brief),
       _images(_fileManager),
       _transport({.loop = _runLoop, .watcher = _runLoop, .log = _log, .classes = recordClasses(), .bus = bus}) {
   ZPKDaemon::setSharedEnvironment(daemonEnvironment());
@@ -44,8 +51,9 @@ Composition::Composition(const BusEndpoint& bus)
       ZPKDaemonControllerEnvironment{_transport, _notificationCenter, _runLoop},
       ZPKUIDaemonControllerEnvironment{_localization, _fileManager, _workspace, _images, _backupDates, _log});
   _controller->awakeFromNib();
-  _window =
-      std::make_unique<MainWindow>(_controller, MainWindow::Surroundings{_localization, _backupDates, _images});
+  _watch = std::make_unique<OperationWatch>(_controller, _runLoop, timeOfDay);
+  _window = std::make_unique<MainWindow>(
+      _controller, MainWindow::Surroundings{_localization, _backupDates, _times, _images, *_watch});
 }
 
 Composition::~Composition() = default;

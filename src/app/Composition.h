@@ -5,6 +5,7 @@
 
 #include "base/NotificationCenter.h"
 #include "interface/MainWindow.h"
+#include "mainwindow/OperationWatch.h"
 #include "mainwindow/ZPKUIDaemonController.h"
 #include "platform/linux/link/DBusLinkTransport.h"
 #include "platform/posix/FileManager_posix.h"
@@ -50,11 +51,13 @@ class Composition {
   NotificationCenter _notificationCenter;
   QtLocalization _localization;
   QtDateFormatter _backupDates;
+  QtDateFormatter _times;
   QtWorkspace _workspace;
   QtImageLoader _images;
   DBusLinkTransport _transport;
   // The one daemon of the process refers to what is above for good; nothing calls it once this is gone.
   std::shared_ptr<ZPKUIDaemonController> _controller;
+  std::unique_ptr<OperationWatch> _watch;
   std::unique_ptr<MainWindow> _window;
   std::unique_ptr<FirstPaint> _firstPaint;
   bool _launched = false;

@@ -2,9 +2,11 @@
 
 #include <QIcon>
 #include <algorithm>
+#include <optional>
 
 #include "app/presentation/ByteSizeString.h"
 #include "interface/DisplayText.h"
+#include "interface/StaticTexts.h"
 
 namespace zpk {
 namespace {
@@ -44,6 +46,50 @@ QString diskNames(const RLDArchiveItem& point) {
   return displayText(names);
 }
 
+// Whether two states of one point read the same in the table.
+bool looksAlike(const RLDArchiveItem& a, const RLDArchiveItem& b) {
+  return a.isPinned() == b.isPinned() && a.name() == b.name() && storedBytes(a) == storedBytes(b) &&
+         diskNames(a) == diskNames(b);
+}
+
+// A record does not say what kind its point is, but an archive is one chain: its first point stands by itself, and
+// every later one holds what changed since the one before it.
+bool isFullPoint(std::size_t row) {
+  return row == 0;
+}
+
+QVariant columnTitle(int column, const Localization& localization) {
+  switch (column) {
+    case BackupPointsModel::pinned:
+      return localizedText(localization, "Pinned");
+    case BackupPointsModel::date:
+      return localizedText(localization, "Date");
+    case BackupPointsModel::label:
+      return localizedText(localization, "Label");
+    case BackupPointsModel::kind:
+      return localizedText(localization, "Kind");
+    case BackupPointsModel::disks:
+      return localizedText(localization, "Disks");
+    case BackupPointsModel::size:
+      return localizedText(localization, "Size");
+    default:
+      return {};
+  }
+}
+
+QVariant columnExplanation(int column, const Localization& localization) {
+  switch (column) {
+    case BackupPointsModel::pinned:
+      return localizedText(localization, "A pinned backup point is never merged away.");
+    case BackupPointsModel::kind:
+      return localizedText(localization, "A full backup point holds everything, an increment what has changed.");
+    case BackupPointsModel::size:
+      return localizedText(localization, "Used space of the disks when the backup point was made");
+    default:
+      return {};
+  }
+}
+
 }  // namespace
 
 BackupPointsModel::BackupPointsModel(const Localization& localization, const DateFormatter& dates)
@@ -56,13 +102,31 @@ void BackupPointsModel::setPoints(Points points) {
     endResetModel();
     return;
   }
+  const Points last = _points;
   const int before = rowCount();
   const int after = static_cast<int>(countOf(points));
   if (after > before) beginInsertRows({}, before, after - 1);
   _points = std::move(points);
   if (after > before) endInsertRows();
-  // Labels and pins may have changed.
-  if (before > 0) emit dataChanged(index(0, 0), index(before - 1, columnCount_ - 1));
+  tellChangedRows(last);
+}
+
+// Of the rows that were there before: labels and pins may have changed.
+void BackupPointsModel::tellChangedRows(const Points& before) {
+  std::optional<int> first;
+  int last = 0;
+  for (std::size_t row = 0; row < countOf(before); ++row) {
+    if (looksAlike(*(*before)[row], *(*_points)[row])) continue;
+    last = static_cast<int>(row);
+    if (!first) first = last;
+  }
+  if (first) emit dataChanged(index(*first, 0), index(last, columnCount_ - 1));
+}
+
+void BackupPointsModel::setPinningObstacle(const QString& why) {
+  if (why == _pinningObstacle) return;
+  _pinningObstacle = why;
+  if (rowCount() > 0) emit dataChanged(index(0, pinned), index(rowCount() - 1, pinned));
 }
 
 int BackupPointsModel::rowCount(const QModelIndex& parent) const {
@@ -75,19 +139,52 @@ int BackupPointsModel::columnCount(const QModelIndex& parent) const {
 
 QVariant BackupPointsModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
-  const RLDArchiveItem& point = *(*_points)[static_cast<std::size_t>(index.row())];
-  if (role == Qt::DisplayRole) return text(point, index.column());
-  if (role == Qt::TextAlignmentRole && index.column() == size)
+  const auto row = static_cast<std::size_t>(index.row());
+  if (index.column() == pinned) return pinData(*(*_points)[row], role);
+  if (role == Qt::DisplayRole) return text(row, index.column());
+  if (role == Qt::TextAlignmentRole && index.column() == size) {
     return QVariant(Qt::AlignTrailing | Qt::AlignVCenter);
+  }
   return {};
 }
 
-QString BackupPointsModel::text(const RLDArchiveItem& point, int column) const {
+QVariant BackupPointsModel::pinData(const RLDArchiveItem& point, int role) const {
+  switch (role) {
+    case Qt::CheckStateRole:
+      return point.isPinned() ? Qt::Checked : Qt::Unchecked;
+    case Qt::AccessibleTextRole:
+      return point.isPinned() ? localizedText(_localization, "Pinned") : localizedText(_localization, "Not pinned");
+    case Qt::ToolTipRole:
+      if (!isPinningAllowed()) return _pinningObstacle;
+      return localizedText(_localization, "A pinned backup point is never merged away.");
+    default:
+      return {};
+  }
+}
+
+bool BackupPointsModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+  const bool isPin = index.isValid() && index.column() == pinned && role == Qt::CheckStateRole;
+  if (!isPin || !isPinningAllowed() || index.row() >= rowCount()) return false;
+  // Kept here: the list may be another one before the request returns.
+  const auto point = (*_points)[static_cast<std::size_t>(index.row())];
+  point->setIsPinned(value.toInt() == Qt::Checked);
+  return false;
+}
+
+Qt::ItemFlags BackupPointsModel::flags(const QModelIndex& index) const {
+  const Qt::ItemFlags usual = QAbstractTableModel::flags(index) | Qt::ItemNeverHasChildren;
+  return index.column() == pinned ? usual | Qt::ItemIsUserCheckable : usual;
+}
+
+QString BackupPointsModel::text(std::size_t row, int column) const {
+  const RLDArchiveItem& point = *(*_points)[row];
   switch (column) {
     case label:
       return displayText(point.name().value_or(""));
     case date:
       return point.creationDate() ? displayText(_dates.stringFromDate(*point.creationDate())) : QString();
+    case kind:
+      return isFullPoint(row) ? localizedText(_localization, "Full") : localizedText(_localization, "Increment");
     case disks:
       return diskNames(point);
     case size:
@@ -102,10 +199,8 @@ QVariant BackupPointsModel::headerData(int section, Qt::Orientation orientation,
   if (role == Qt::TextAlignmentRole) {
     return QVariant((section == size ? Qt::AlignTrailing : Qt::AlignLeading) | Qt::AlignVCenter);
   }
-  if (role != Qt::DisplayRole) return {};
-  static constexpr const char* kTitles[columnCount_] = {"Date", "Label", "Disks", "Size"};
-  return section < columnCount_ ? QString::fromStdString(_localization.localizedString(kTitles[section]))
-                                : QVariant();
+  if (role == Qt::ToolTipRole) return columnExplanation(section, _localization);
+  return role == Qt::DisplayRole ? columnTitle(section, _localization) : QVariant();
 }
 
 }  // namespace zpk

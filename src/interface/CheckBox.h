@@ -4,8 +4,7 @@
 
 namespace zpk {
 
-// A check box whose square can be told from a dark window: the common style draws its edge darker than the window,
-// which is nothing to be seen when that is nearly black.
+// A check box whose square can be told from a dark window, see CheckBoxEdge.h.
 class CheckBox final : public QCheckBox {
  public:
   using QCheckBox::QCheckBox;

@@ -93,6 +93,33 @@ void drawArrow(QPainter& painter, const Colours& colours) {
   painter.drawPolyline(QPolygonF{QPointF(28, 12), QPointF(40, 24), QPointF(28, 36)});
 }
 
+QPen stroke(const Colours& colours) {
+  return {colours.line, 4.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin};
+}
+
+// Back in time: most of a circle, run through against the clock.
+void drawRestore(QPainter& painter, const Colours& colours) {
+  constexpr int kFullDegree = 16;
+  painter.setPen(stroke(colours));
+  painter.drawArc(QRectF(9, 10, 30, 30), 150 * kFullDegree, -(360 - 60) * kFullDegree);
+  painter.drawPolyline(QPolygonF{QPointF(9, 6), QPointF(10, 18), QPointF(22, 18)});
+  painter.drawPolyline(QPolygonF{QPointF(24, 17), QPointF(24, 26), QPointF(30, 30)});
+}
+
+// Two that become one.
+void drawMerge(QPainter& painter, const Colours& colours) {
+  painter.setPen(stroke(colours));
+  painter.drawPolyline(QPolygonF{QPointF(10, 8), QPointF(24, 24), QPointF(24, 40)});
+  painter.drawLine(QPointF(38, 8), QPointF(24, 24));
+  painter.drawPolyline(QPolygonF{QPointF(15, 32), QPointF(24, 41), QPointF(33, 32)});
+}
+
+void drawFolder(QPainter& painter, const Colours& colours) {
+  painter.setPen(stroke(colours));
+  painter.drawPolygon(QPolygonF{QPointF(6, 11), QPointF(18, 11), QPointF(23, 17), QPointF(42, 17), QPointF(42, 38),
+                                QPointF(6, 38)});
+}
+
 class SymbolEngine final : public QIconEngine {
  public:
   explicit SymbolEngine(Symbol symbol) : _symbol(symbol) {}
@@ -130,6 +157,12 @@ class SymbolEngine final : public QIconEngine {
         return drawSign(painter, disc(), kRed);
       case Symbol::arrow:
         return drawArrow(painter, colours);
+      case Symbol::restore:
+        return drawRestore(painter, colours);
+      case Symbol::merge:
+        return drawMerge(painter, colours);
+      case Symbol::open:
+        return drawFolder(painter, colours);
     }
   }
 

@@ -15,21 +15,28 @@ class MainWindow;
 
 namespace zpk {
 
-class BackupPointsModel;
+class BackupPointsPane;
+class OperationWatch;
+class ProgressPane;
+class SettingsPane;
 class SheetHost;
+class WindowActions;
 
 // The main window: what is protected, where to, since when, and what is happening now.
 //
-// Holds no state: its controls are bound to keys of the controller and send their actions to it. Sets itself as the
-// controller's outlets for as long as it lives. The helper need not be there, and nothing is asked of it here, so
-// that the window can be painted before the program is launched any further.
+// Puts the cards, the panes and the menus together. Holds no state: its controls are bound to keys of the
+// controller and send their actions to it. Sets itself as the controller's outlets for as long as it lives. The
+// helper need not be there, and nothing is asked of it here, so that the window can be painted before the program
+// is launched any further.
 class MainWindow final : public QMainWindow {
  public:
   // What the window needs beside its controller. All of it outlives the window.
   struct Surroundings {
     const Localization& localization;
-    const DateFormatter& dates;
+    const DateFormatter& dates;  // of backup points
+    const DateFormatter& times;  // of the day
     const ImageLoader& images;
+    OperationWatch& watch;
   };
 
   MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const Surroundings& surroundings);
@@ -39,23 +46,38 @@ class MainWindow final : public QMainWindow {
   void changeEvent(QEvent* event) override;
 
  private:
+  void makePanes(const Surroundings& surroundings);
   void setUpLooks();
   void setUpPictures();
-  void connectActions();
+  void setUpTabOrder();
+  void connectWindowActions();
   void bindPlaces();
   void bindOperation();
-  void bindHistory();
+  void bindLog();
   void bindLink();
   void showSource();
   void showDestination();
   void showReadiness();
-  void showProgress();
-  void sendSelection();
+  void showLastError();
+  void showRunning();
+  void showPage(QWidget* page);
+  void showPageActions();
+  void copySelection();
+  void selectAll();
+  void toggleZoom();
+  void toggleFullScreen();
+  void comeForward();
+  void showShortcuts();
+  void showAbout();
 
   std::shared_ptr<ZPKUIDaemonController> _controller;
   const Localization& _localization;
   std::unique_ptr<Ui::MainWindow> _ui;
-  std::unique_ptr<BackupPointsModel> _points;
+  std::unique_ptr<WindowActions> _actions;
+  // Belong to the window's layouts.
+  ProgressPane* _progress = nullptr;
+  BackupPointsPane* _points = nullptr;
+  SettingsPane* _settings = nullptr;
   std::unique_ptr<SheetHost> _sheets;
   Bindings _bindings;
 };

@@ -5,7 +5,7 @@
 namespace zpk {
 
 // The style's own rows with room above and below the text, so that a table can be read along its lines.
-class RowSpace final : public QStyledItemDelegate {
+class RowSpace : public QStyledItemDelegate {
  public:
   using QStyledItemDelegate::QStyledItemDelegate;
 

@@ -16,6 +16,7 @@ QString sizeText(std::uint64_t bytes) {
   return isolated(QString::fromStdString(byteSizeString(bytes)));
 }
 
+// The label is translated at the calls of labelled.
 QString labelled(const Localization& localization, const char* label, const QString& text) {
   return localizedText(localization, label) + u' ' + text;
 }
@@ -45,9 +46,9 @@ std::optional<UsageBar::Usage> sourceUsage(const Dictionary& sourceInfo) {
 QString sourceUsageText(const Dictionary& sourceInfo, const Localization& localization) {
   const auto usage = sourceUsage(sourceInfo);
   if (!usage) return {};
-  return filledText(localizedText(localization, "USED used, FREE free"),
-                    {{"USED", sizeText(usage->size - std::min(usage->size, usage->free))},
-                     {"FREE", sizeText(usage->free)}});
+  return filledText(
+      localizedText(localization, "USED used, FREE free"),
+      {{"USED", sizeText(usage->size - std::min(usage->size, usage->free))}, {"FREE", sizeText(usage->free)}});
 }
 
 bool isWaitingForHelper(const ZPKUIDaemonController& controller) {
@@ -75,11 +76,26 @@ QString historyText(const ZPKUIDaemonController& controller, const Localization&
   return parts.join(kGap);
 }
 
-QString routeText(const ZPKUIDaemonController& controller) {
-  const std::string* from = controller.sourceInfo()["name"].text();
-  const std::string* to = controller.destinationInfo()["name"].text();
-  if (!from || !to) return {};
-  return displayText(*from) + QStringLiteral(" → ") + displayText(*to);
+QString routeText(const ZPKUIDaemonController& controller, const Localization& localization) {
+  const QString from = displayText(controller.sourceInfo()["name"].textOr(""));
+  const QString to = displayText(controller.destinationInfo()["name"].textOr(""));
+  const bool known = !from.isEmpty() && !to.isEmpty();
+  const auto filled = [&](const QString& text) { return filledText(text, {{"SOURCE", from}, {"TARGET", to}}); };
+  const auto status = controller.currentStatus();
+  switch (status ? statuskey::progressType.read(*status) : ProgressType::unknown) {
+    case ProgressType::backup:
+      if (!known) return localizedText(localization, "Backing up");
+      return filled(localizedText(localization, "Backing up SOURCE → TARGET"));
+    case ProgressType::restore:
+      if (!known) return localizedText(localization, "Restoring");
+      return filled(localizedText(localization, "Restoring SOURCE → TARGET"));
+    case ProgressType::merge:
+      if (!known) return localizedText(localization, "Merging backup points");
+      return filled(localizedText(localization, "Merging SOURCE → TARGET"));
+    case ProgressType::unknown:
+      return localizedText(localization, "An operation is running");
+  }
+  return {};
 }
 
 QString timesText(const ZPKUIDaemonController& controller, const Localization& localization) {
@@ -88,6 +104,65 @@ QString timesText(const ZPKUIDaemonController& controller, const Localization& l
   if (controller.remainingTime())
     parts += labelled(localization, "Remaining", displayText(*controller.remainingTime()));
   return parts.join(kGap);
+}
+
+int progressSteps(const Value& percents) {
+  constexpr double kStepsPerPercent = 10;
+  const double percent = percents.doubleValue();
+  return percent >= 0 ? static_cast<int>(std::min(percent, 100.0) * kStepsPerPercent) : 0;
+}
+
+QString standstillText(const Date& since, const DateFormatter& times, const Localization& localization) {
+  return filledText(localizedText(localization, "No progress since TIME"),
+                    {{"TIME", displayText(times.stringFromDate(since))}});
+}
+
+QString emptyPointsText(const ZPKUIDaemonController& controller, const Localization& localization) {
+  if (isWaitingForHelper(controller)) return localizedText(localization, "Waiting for the helper…");
+  if (!controller.sourceFound() && !controller.inProgress()) {
+    return localizedText(
+        localization, "No backup points yet. Choose the Windows disk to protect, then where to keep the backups.");
+  }
+  if (!controller.arcSet()) {
+    return localizedText(localization, "No backup points yet. Choose where to keep the backups.");
+  }
+  if (!controller.backupEnabled()) {
+    return localizedText(localization,
+                         "The backup points cannot be read now. Connect the disk on which they are kept.");
+  }
+  return localizedText(localization, "No backup points yet. The first backup makes the first one.");
+}
+
+QString obstacleText(Obstacle obstacle, const Localization& localization) {
+  switch (obstacle) {
+    case Obstacle::helperNotHeard:
+      return localizedText(localization, "The helper has not answered yet.");
+    case Obstacle::helperAway:
+      return localizedText(localization, "The backup helper is not running.");
+    case Obstacle::operationRuns:
+      return localizedText(localization, "An operation is running. Wait for its end, or stop it.");
+    case Obstacle::nothingRuns:
+      return localizedText(localization, "No operation is running.");
+    case Obstacle::stopping:
+      return localizedText(localization, "The operation is being stopped.");
+    case Obstacle::noSource:
+      return localizedText(localization, "Choose the Windows disk to protect first.");
+    case Obstacle::noLocation:
+      return localizedText(localization, "Choose where to keep the backups first.");
+    case Obstacle::archiveUnreachable:
+      return localizedText(localization, "The place where the backups are kept cannot be reached now.");
+    case Obstacle::nothingSelected:
+      return localizedText(localization, "Select a backup point first.");
+    case Obstacle::severalSelected:
+      return localizedText(localization, "Select one backup point only.");
+    case Obstacle::firstPoint:
+      return localizedText(localization, "The first backup point has none before it to be merged into.");
+    case Obstacle::parentPinned:
+      return localizedText(localization, "The backup point before it is pinned, and nothing is merged into that.");
+    case Obstacle::notOffered:
+      return localizedText(localization, "This version of ZPK cannot open backup points.");
+  }
+  return {};
 }
 
 QString linkTroubleText(const ZPKUIDaemonController& controller, const Localization& localization) {

@@ -3,8 +3,10 @@
 #include <QString>
 #include <optional>
 
+#include "base/DateFormatter.h"
 #include "base/Localization.h"
 #include "interface/UsageBar.h"
+#include "mainwindow/ActionObstacles.h"
 #include "mainwindow/ZPKUIDaemonController.h"
 
 namespace zpk {
@@ -24,10 +26,21 @@ QString readinessText(const ZPKUIDaemonController& controller, const Localizatio
 // Since when the disk is protected: "Last backup: …   First backup: …"; empty when nothing is known.
 QString historyText(const ZPKUIDaemonController& controller, const Localization& localization);
 
-// "Office PC → Backups"; empty when either end is unknown.
-QString routeText(const ZPKUIDaemonController& controller);
+// "Backing up Office PC → Backups"; without the route when either end is unknown.
+QString routeText(const ZPKUIDaemonController& controller, const Localization& localization);
 // "Elapsed 00:01:05   Remaining 00:03:10".
 QString timesText(const ZPKUIDaemonController& controller, const Localization& localization);
+
+// How far the operation is in thousandths, whatever number the helper sends.
+int progressSteps(const Value& percents);
+// "No progress since 14:02".
+QString standstillText(const Date& since, const DateFormatter& times, const Localization& localization);
+
+// Why there are no backup points in the table, and what to do about it.
+QString emptyPointsText(const ZPKUIDaemonController& controller, const Localization& localization);
+
+// Why an action cannot be used.
+QString obstacleText(Obstacle obstacle, const Localization& localization);
 
 // What is wrong with the link to the helper; empty when nothing is.
 QString linkTroubleText(const ZPKUIDaemonController& controller, const Localization& localization);

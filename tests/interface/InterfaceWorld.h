@@ -9,16 +9,27 @@
 
 #include "interface/MainWindow.h"
 #include "mainwindow/ControllerWorld.h"
+#include "mainwindow/OperationWatch.h"
 
 namespace zpk {
 
 // The real window on the controller, with a scripted helper at the other end.
 struct InterfaceWorld : ControllerWorld {
+  // "at 12" for the twelfth second.
+  struct SecondFormatter final : DateFormatter {
+    std::string stringFromDate(const Date& date) const override {
+      return "at " + std::to_string(static_cast<std::int64_t>(date.secondsSince1970));
+    }
+  };
+  SecondFormatter times;
+  OperationWatch watch{controller, loop, [this] { return Date{loop.now().count()}; }};
   std::unique_ptr<MainWindow> window;
+
+  MainWindow::Surroundings surroundings() { return {texts, dates, times, images, watch}; }
 
   // `show` last: everything else is there by then.
   void openWindow() {
-    window = std::make_unique<MainWindow>(controller, MainWindow::Surroundings{texts, dates, images});
+    window = std::make_unique<MainWindow>(controller, surroundings());
     window->show();
     launch();
     settle();

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QWidget>
+
+#include "base/Localization.h"
+#include "interface/Binding.h"
+#include "mainwindow/ZPKUIDaemonController.h"
+
+namespace zpk {
+
+class CheckBox;
+class IncrementCountField;
+
+// The helper's settings: how many increments are kept, and whether the file system is checked before a backup. Both
+// show what the helper says; what it refuses goes back with its next record.
+class SettingsPane final : public QWidget {
+ public:
+  SettingsPane(ZPKUIDaemonController& controller, const Localization& localization, QWidget* parent = nullptr);
+
+  IncrementCountField* countField() const { return _count; }
+  CheckBox* checkBox() const { return _check; }
+
+ private:
+  void layOut();
+  void allow();
+
+  ZPKUIDaemonController& _controller;
+  const Localization& _localization;
+  IncrementCountField* _count;
+  CheckBox* _check;
+  Bindings _bindings;
+};
+
+}  // namespace zpk
