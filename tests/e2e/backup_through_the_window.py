@@ -154,4 +154,5 @@ def source_disk(folder, raw):
     sys.exit(f"no disk has the stored identifier {stored}")
 
 
-main()
+if __name__ == "__main__":
+    main()
