@@ -45,7 +45,7 @@ class ServingToolTest : public testing::Test {
     return "trap 'echo asked >" + note + "; exit' TERM; echo ready; while :; do sleep 0.05; done";
   }
 
-  const CancelFlag never;
+  const CancelFlag never{};
   const std::string note = testing::TempDir() + "serving-tool-note-" + std::to_string(::getpid());
 };
 
