@@ -116,16 +116,18 @@ ZPKDisksListWindow::Accessory ZPKDisksListWindow::checkRestoreTarget(const ZPKDi
 }
 
 void ZPKDisksListWindow::refuse(std::uint64_t need, std::uint64_t have) {
+  willChangeValueForKey("errorDescription");
   _errorDescription = _localization.localizedString("Not enough free space. Need: NEED, have: HAVE.");
   replaceWord(_errorDescription, "HAVE", byteSizeString(have));
   replaceWord(_errorDescription, "NEED", byteSizeString(need));
-  setNoFreeSpace(true);
   didChangeValueForKey("errorDescription");
+  setNoFreeSpace(true);
 }
 
 void ZPKDisksListWindow::offerSizes(std::uint64_t need, std::uint64_t have) {
-  _sliderMaximum = static_cast<double>(have);
-  _sliderMinimum = static_cast<double>(need);
+  willChangeValueForKey("sliderRange");
+  _sliderMaximum = have;
+  _sliderMinimum = need;
   didChangeValueForKey("sliderRange");
   setSliderValue(have);
 }

@@ -20,8 +20,8 @@ namespace zpk {
 //
 // Made and filled by the main window controller, which reads the choice back; the sheet's widgets bind to its keys:
 // "type", "disksList", "selectedDisksIndexes", "minRestoreSize", "backupPartsCount", "sliderValue", "noFreeSpace",
-// "accessory" and the computed "actionTitle", "actionEnabled", "restoreSizeText". Sizes are bytes. Main thread
-// only.
+// "sliderRange", "accessory", "errorDescription" and the computed "actionTitle", "actionEnabled",
+// "restoreSizeText". Sizes are bytes. Main thread only.
 class ZPKDisksListWindow : public Observable {
  public:
   using Disks = std::vector<std::shared_ptr<const ZPKDisk>>;
@@ -55,9 +55,9 @@ class ZPKDisksListWindow : public Observable {
   std::optional<std::uint64_t> sliderValue() const { return _sliderValue; }
   void setSliderValue(std::optional<std::uint64_t> size);
   std::optional<std::uint64_t> restoreSize() const { return _sliderValue; }
-  // Ends of the slider, set whenever the slider is shown.
-  double sliderMinimum() const { return _sliderMinimum; }
-  double sliderMaximum() const { return _sliderMaximum; }
+  // Ends of the slider, set whenever the slider is shown. Key "sliderRange".
+  std::uint64_t sliderMinimum() const { return _sliderMinimum; }
+  std::uint64_t sliderMaximum() const { return _sliderMaximum; }
 
   // The chosen restore target is too small. Page 1 of the accessory (the error text) is shown then, page 0 (slider
   // and size) otherwise.
@@ -100,8 +100,8 @@ class ZPKDisksListWindow : public Observable {
   std::uint64_t _minRestoreSize = 0;
   std::uint64_t _backupPartsCount = 0;
   std::optional<std::uint64_t> _sliderValue;
-  double _sliderMinimum = 0;
-  double _sliderMaximum = 0;
+  std::uint64_t _sliderMinimum = 0;
+  std::uint64_t _sliderMaximum = 0;
   bool _noFreeSpace = false;
   bool _accessoryPresent = false;
   std::string _errorDescription;

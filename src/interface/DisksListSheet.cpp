@@ -1,23 +1,19 @@
 #include "interface/DisksListSheet.h"
 
 #include <QItemSelectionModel>
+#include <QScopedValueRollback>
 #include <QSignalBlocker>
-#include <algorithm>
-#include <cmath>
 
-#include "app/presentation/ByteSizeString.h"
-#include "interface/DisplayText.h"
-#include "interface/Pictures.h"
+#include "choosers/SizeSteps.h"
 #include "interface/StaticTexts.h"
 #include "ui_DisksListSheet.h"
 
 namespace zpk {
 namespace {
 
-constexpr std::size_t kMostDisks = 10'000;
-
-QString described(const ZPKDisk& disk) {
-  return displayText(disk.name().value_or("")) + u'\n' + QString::fromStdString(byteSizeString(disk.diskSize()));
+// Disks are larger than a slider's numbers: it has steps, not bytes.
+SizeSteps stepsOf(const ZPKDisksListWindow& chooser) {
+  return {chooser.sliderMinimum(), chooser.sliderMaximum()};
 }
 
 }  // namespace
@@ -27,10 +23,11 @@ DisksListSheet::DisksListSheet(QWidget& window, std::shared_ptr<ZPKDisksListWind
     : Sheet(window),
       _chooser(std::move(chooser)),
       _localization(localization),
-      _images(images),
+      _disks(localization, images),
       _ui(std::make_unique<Ui::DisksListSheet>()) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, localization);
+  _accessory = std::make_unique<Unfolding>(*_ui->accessoryTabView);
   setCancelAction([chosen = _chooser] { chosen->performCancel(); });
   bindList();
   bindAccessory();
@@ -40,37 +37,36 @@ DisksListSheet::DisksListSheet(QWidget& window, std::shared_ptr<ZPKDisksListWind
 DisksListSheet::~DisksListSheet() = default;
 
 void DisksListSheet::bindList() {
-  _ui->disksListContentView->setModel(&_disks);
-  _bindings.bind(*_chooser, "type", [this] {
-    const bool select = _chooser->type() == ZPKDisksListWindow::kSelectType;
-    const char* title =
-        select ? "Choose the disk whose Windows side is to be backed up" : "Choose the disk to restore Windows to";
-    _ui->titleLabel->setText(localizedText(_localization, title));
-    setWindowTitle(_ui->titleLabel->text());
-    _ui->disksListContentView->setEmptyText(
-        localizedText(_localization,
-                      select ? "No disk with a Windows installation was found." : "No disk can take this backup."));
-  });
+  QListView& list = *_ui->disksListContentView;
+  list.setItemDelegate(new DiskRows(&list));
+  list.setModel(&_disks);
+  _bindings.bind(*_chooser, "type", [this] { showType(); });
   _bindings.bind(*_chooser, "disksList", [this] { showDisks(); });
   _bindings.bind(*_chooser, "selectedDisksIndexes", [this] { showSelection(); });
-  connect(_ui->disksListContentView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-          [this] { sendSelection(); });
-  connect(_ui->disksListContentView, &QListView::doubleClicked, _ui->actionButton,
-          [this] { _ui->actionButton->click(); });
+  connect(list.selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { sendSelection(); });
+  connect(&list, &QListView::doubleClicked, _ui->actionButton, [this] { _ui->actionButton->click(); });
+}
+
+void DisksListSheet::showType() {
+  const bool select = _chooser->type() == ZPKDisksListWindow::kSelectType;
+  const QString title = select
+                            ? localizedText(_localization, "Choose the disk whose Windows side is to be backed up")
+                            : localizedText(_localization, "Choose the disk to restore Windows to");
+  _ui->titleLabel->setText(title);
+  setWindowTitle(title);
+  _ui->disksListContentView->setEmptyText(
+      select ? localizedText(_localization, "No disk with a Windows installation was found.")
+             : localizedText(_localization, "No disk can take this backup."));
 }
 
 void DisksListSheet::showDisks() {
-  const QSignalBlocker quiet(_ui->disksListContentView->selectionModel());
-  _disks.clear();
-  const auto& disks = _chooser->disksList();
-  for (std::size_t i = 0; i < std::min(disks.size(), kMostDisks); ++i) {
-    auto* row = new QStandardItem(iconOf(disks[i]->icon(_images), Symbol::disk), described(*disks[i]));
-    _disks.appendRow(row);
-  }
+  const QScopedValueRollback showing(_showing, true);
+  _disks.setDisks(_chooser->disksList());
   showSelection();
 }
 
 void DisksListSheet::showSelection() {
+  const QScopedValueRollback showing(_showing, true);
   const auto index = firstIndex(_chooser->selectedDisksIndexes());
   if (!index || *index >= static_cast<std::uint64_t>(_disks.rowCount())) {
     return _ui->disksListContentView->clearSelection();
@@ -81,6 +77,7 @@ void DisksListSheet::showSelection() {
 
 // The row that is marked, and not the one with the focus: a row can be unmarked, and then nothing is chosen.
 void DisksListSheet::sendSelection() {
+  if (_showing) return;
   IndexSet rows;
   for (const QModelIndex& row : _ui->disksListContentView->selectionModel()->selectedRows()) {
     rows.insert(static_cast<std::uint64_t>(row.row()));
@@ -89,32 +86,30 @@ void DisksListSheet::sendSelection() {
 }
 
 void DisksListSheet::bindAccessory() {
-  _bindings.bind(*_chooser, "accessory",
-                 [this] { _ui->accessoryTabView->setVisible(_chooser->accessoryPresent()); });
   _bindings.bind(*_chooser, "noFreeSpace",
                  [this] { _ui->accessoryTabView->setCurrentIndex(_chooser->noFreeSpace() ? 1 : 0); });
   _bindings.bind(*_chooser, "errorDescription", [this] {
     _ui->errorDescriptionLabel->setText(QString::fromStdString(_chooser->errorDescription()));
   });
   _bindings.bind(*_chooser, {"sliderValue", "sliderRange"}, [this] { showSlider(); });
+  _bindings.bind(*_chooser, "accessory", [this] { _accessory->setUnfolded(_chooser->accessoryPresent()); });
   connect(_ui->slider, &QSlider::valueChanged, this, [this](int step) { sliderMoved(step); });
 }
 
-// The slider has steps, not bytes: disks are larger than its numbers.
 void DisksListSheet::showSlider() {
-  _ui->restoreSizeLabel->setText(QString::fromStdString(_chooser->restoreSizeText()));
-  const double range = _chooser->sliderMaximum() - _chooser->sliderMinimum();
-  const double size = static_cast<double>(_chooser->sliderValue().value_or(0));
-  const double share = range > 0 ? (size - _chooser->sliderMinimum()) / range : 1;
+  const SizeSteps steps = stepsOf(*_chooser);
+  const QString size = QString::fromStdString(_chooser->restoreSizeText());
+  _ui->restoreSizeLabel->setText(size);
+  // A step's number says nothing to someone who cannot see where it is.
+  _ui->slider->setAccessibleDescription(size);
   const QSignalBlocker quiet(_ui->slider);
-  _ui->slider->setValue(static_cast<int>(std::lround(std::clamp(share, 0.0, 1.0) * _ui->slider->maximum())));
+  _ui->slider->setRange(0, steps.last());
+  _ui->slider->setPageStep(steps.page());
+  _ui->slider->setValue(steps.stepNearest(_chooser->sliderValue().value_or(0)));
 }
 
 void DisksListSheet::sliderMoved(int step) {
-  const double share = static_cast<double>(step) / _ui->slider->maximum();
-  const double size = _chooser->sliderMinimum() + share * (_chooser->sliderMaximum() - _chooser->sliderMinimum());
-  const QSignalBlocker quiet(_ui->slider);
-  _chooser->setSliderValue(static_cast<std::uint64_t>(size));
+  _chooser->setSliderValue(stepsOf(*_chooser).sizeAt(step));
 }
 
 void DisksListSheet::bindButtons() {

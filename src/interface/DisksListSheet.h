@@ -1,13 +1,14 @@
 #pragma once
 
-#include <QStandardItemModel>
 #include <memory>
 
 #include "base/Image.h"
 #include "base/Localization.h"
 #include "choosers/ZPKDisksListWindow.h"
 #include "interface/Binding.h"
+#include "interface/DisksModel.h"
 #include "interface/Sheet.h"
+#include "interface/Unfolding.h"
 
 namespace Ui {
 class DisksListSheet;
@@ -15,7 +16,8 @@ class DisksListSheet;
 
 namespace zpk {
 
-// The widgets of the disk chooser, bound to its logic.
+// The widgets of the disk chooser, bound to its logic. The accessory below the list (size of the restored side, or
+// why the disk will not do) unfolds when there is something to say.
 class DisksListSheet final : public Sheet {
  public:
   DisksListSheet(QWidget& window, std::shared_ptr<ZPKDisksListWindow> chooser, const Localization& localization,
@@ -25,6 +27,7 @@ class DisksListSheet final : public Sheet {
   void shown() override { _chooser->orderWindow(ZPKDisksListWindow::Ordering::in); }
 
  private:
+  void showType();
   void bindList();
   void bindAccessory();
   void bindButtons();
@@ -36,9 +39,11 @@ class DisksListSheet final : public Sheet {
 
   std::shared_ptr<ZPKDisksListWindow> _chooser;
   const Localization& _localization;
-  const ImageLoader& _images;
-  QStandardItemModel _disks;
+  DisksModel _disks;
   std::unique_ptr<Ui::DisksListSheet> _ui;
+  std::unique_ptr<Unfolding> _accessory;
+  // The list is being told what is selected; it has nothing to say about it.
+  bool _showing = false;
   Bindings _bindings;
 };
 

@@ -68,8 +68,8 @@ TEST_F(DisksListWindow, MacDiskOffersSizesFromTheLeastToAllItCanGive) {
   show(ZPKDisksListWindow::kRestoreType, {mac}, 50 * kGB);
   EXPECT_TRUE(window.accessoryPresent());
   EXPECT_FALSE(window.noFreeSpace());
-  EXPECT_EQ(window.sliderMinimum(), 50e9);
-  EXPECT_EQ(window.sliderMaximum(), 200e9);
+  EXPECT_EQ(window.sliderMinimum(), 50 * kGB);
+  EXPECT_EQ(window.sliderMaximum(), 200 * kGB);
   EXPECT_EQ(window.restoreSize(), 200 * kGB);
   EXPECT_EQ(window.restoreSizeText(), "Size: 200 GB");
 }

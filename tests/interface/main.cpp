@@ -3,10 +3,26 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QProxyStyle>
+
+namespace {
+
+// Without animations: what a test looks at is where they end.
+class StillStyle final : public QProxyStyle {
+ public:
+  using QProxyStyle::QProxyStyle;
+
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* data) const override {
+    return hint == SH_Widget_Animation_Duration ? 0 : QProxyStyle::styleHint(hint, option, widget, data);
+  }
+};
+
+}  // namespace
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  QApplication::setStyle(QStringLiteral("Fusion"));
+  QApplication::setStyle(new StillStyle(QStringLiteral("Fusion")));
   QApplication application(argc, argv);
   QApplication::setEffectEnabled(Qt::UI_AnimateMenu, false);
   QApplication::setEffectEnabled(Qt::UI_AnimateCombo, false);
