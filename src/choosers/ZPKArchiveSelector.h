@@ -34,6 +34,7 @@ class ZPKArchiveSelector {
   void setCancelActionSelector(Action action) { _cancelActionSelector = std::move(action); }
   // The panel whose own buttons stand in for a missing action; not owned, null for none.
   void setSavePanel(SavePanel* panel) { _savePanel = panel; }
+  SavePanel* savePanel() const { return _savePanel; }
 
   // What the panel's buttons call.
   void ok();
