@@ -21,6 +21,17 @@ MessageSheet::Message messageOf(ZPKUIDaemonController& controller, const Localiz
                                          [&controller] { controller.sheetCancelAction(); }}};
 }
 
+// What was typed or pasted as the one line that a label is. The field's limit counts halves of a character, and may
+// have cut the last one in two.
+std::string labelOf(QString text) {
+  if (!text.isEmpty() && text.back().isHighSurrogate()) text.chop(1);
+  for (QChar& c : text) {
+    if (c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+      c = u' ';
+  }
+  return text.toStdString();
+}
+
 }  // namespace
 
 LabelSheet::LabelSheet(QWidget& window, ZPKUIDaemonController& controller, const Localization& localization)
@@ -32,7 +43,7 @@ LabelSheet::LabelSheet(QWidget& window, ZPKUIDaemonController& controller, const
   label->setMaxLength(kLongestLabel);
   contents().addWidget(label);
   connect(label, &QLineEdit::textEdited, this,
-          [this](const QString& text) { _controller.setIncrementLabel(text.toStdString()); });
+          [this](const QString& text) { _controller.setIncrementLabel(labelOf(text)); });
   _bindings.bind(_controller, "incrementLabel", [this, label] {
     const QString text = QString::fromStdString(_controller.incrementLabel());
     if (text != label->text()) label->setText(text);
