@@ -1,10 +1,10 @@
 #include "app/Composition.h"
 
 #include <QEvent>
-#include <QLocale>
 #include <chrono>
 
 #include "helperlink/ZPKDaemon.h"
+#include "interface/Translations.h"
 #include "records/RecordClasses.h"
 
 namespace zpk {
@@ -39,13 +39,14 @@ class Composition::FirstPaint final : public QObject {
   std::function<void()> _painted;
 };
 
-Composition::Composition(const BusEndpoint& bus)
+Composition::Composition(const BusEndpoint& bus, const QStringList& languages)
     : _log("zpk"),
-      _localization(QStringLiteral(":/translations"), QLocale::system().uiLanguages(), _log),
+      _localization(translationsFolder(), languages, _log),
       _backupDates(DateStyle::medium, DateStyle::brief),
       _times(DateStyle::none, DateStyle::brief),
       _images(_fileManager),
       _transport({.loop = _runLoop, .watcher = _runLoop, .log = _log, .classes = recordClasses(), .bus = bus}) {
+  setToolkitLanguage(_localization.language());
   ZPKDaemon::setSharedEnvironment(daemonEnvironment());
   _controller = std::make_shared<ZPKUIDaemonController>(
       ZPKDaemonControllerEnvironment{_transport, _notificationCenter, _runLoop},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QLocale>
+#include <QStringList>
 #include <functional>
 #include <memory>
 
@@ -22,7 +24,8 @@ namespace zpk {
 // main thread, after the application object; the helper is not contacted before launch().
 class Composition {
  public:
-  explicit Composition(const BusEndpoint& bus);
+  // Its texts are in the first of `languages` that it speaks, else in English.
+  explicit Composition(const BusEndpoint& bus, const QStringList& languages = QLocale::system().uiLanguages());
   ~Composition();
   Composition(const Composition&) = delete;
   Composition& operator=(const Composition&) = delete;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -10,7 +11,8 @@ namespace zpk {
 // What the program was asked to do on its command line. Decided before a display is opened, so that help and
 // mistakes can be told anywhere.
 struct RunWindow {
-  bool sessionBus = false;  // the helper is looked for on the session bus; the system bus otherwise
+  bool sessionBus = false;              // the helper is looked for on the session bus; the system bus otherwise
+  std::optional<std::string> language;  // "de", "pt_BR"; the desktop's otherwise
 };
 struct ShowHelp {};
 struct ShowVersion {};

@@ -1,6 +1,7 @@
 // The program's entry point.
 
 #include <QApplication>
+#include <QLocale>
 #include <cstdio>
 #include <string>
 #include <variant>
@@ -17,8 +18,11 @@ int runWindow(const zpk::RunWindow& options, int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("ZPK"));
   QApplication::setApplicationVersion(QStringLiteral(ZPK_VERSION));
+  // Dates are in the user's own way of writing unless a language was asked for.
+  if (options.language) QLocale::setDefault(QLocale(QString::fromStdString(*options.language)));
   zpk::Composition program(
-      {.which = options.sessionBus ? zpk::WhichBus::session : zpk::WhichBus::system, .address = {}});
+      {.which = options.sessionBus ? zpk::WhichBus::session : zpk::WhichBus::system, .address = {}},
+      options.language ? QStringList(QString::fromStdString(*options.language)) : QLocale::system().uiLanguages());
   program.show();
   program.run();
   return 0;

@@ -5,7 +5,7 @@
 namespace zpk {
 namespace {
 
-// Null for a code without a row.
+// The texts are marked as translated where the table is. Null for a code without a row.
 const ResultCodeRow* rowOf(std::uint32_t code) {
   const auto hasCode = [code](const ResultCodeRow& row) { return static_cast<std::uint32_t>(row.code) == code; };
   const auto* row = std::find_if(kResultCodes.begin(), kResultCodes.end(), hasCode);

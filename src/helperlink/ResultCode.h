@@ -38,10 +38,8 @@ inline constexpr std::array kResultCodes{
     ResultCodeRow{ResultCode::noArchiveTargetDirectory, "No archive target directory",
                   "The folder for the backups is not there or cannot be written to. Connect its disk, or choose "
                   "another location."},
-    ResultCodeRow{ResultCode::sourceDiskNotSet, "Source disk not set",
-                  "First choose the Windows disk that is to be protected."},
-    ResultCodeRow{ResultCode::archivePathNotSet, "Archive path not set",
-                  "First choose where the backups are to be kept."},
+    ResultCodeRow{ResultCode::sourceDiskNotSet, "Source disk not set", "Choose the Windows disk to protect first."},
+    ResultCodeRow{ResultCode::archivePathNotSet, "Archive path not set", "Choose where to keep the backups first."},
     ResultCodeRow{
         ResultCode::badTargetDisk, "Bad target disk",
         "This disk cannot take the backup: it is too small, or it is divided in a way that leaves no place "

@@ -10,6 +10,7 @@ namespace {
 constexpr const char* kTextProperties[] = {
     "text", "title", "windowTitle", "toolTip", "placeholderText", "accessibleName", "accessibleDescription"};
 
+// What is looked up here is translated from the interface files and from the calls of localizedText.
 QString localized(const Localization& localization, const QString& key) {
   return QString::fromStdString(localization.localizedString(key.toStdString()));
 }

@@ -7,6 +7,7 @@ namespace zpk {
 
 namespace {
 
+// translated: names that are the same everywhere too, so that a look-up never misses.
 constexpr std::array<std::string_view, 13> kFileSystemTypeNames = {
     "Unformatted",  // 0
     "HFS+",         // 1
@@ -22,6 +23,7 @@ constexpr std::array<std::string_view, 13> kFileSystemTypeNames = {
     "ReFS",         // 11
     "XFS",          // 12
 };
+// end of translated
 
 }  // namespace
 

@@ -10,6 +10,17 @@ TEST(ProgramOptions, RunsOnTheSystemBusUnlessToldOtherwise) {
   EXPECT_TRUE(std::get<RunWindow>(programOptions({"--session"})).sessionBus);
 }
 
+TEST(ProgramOptions, TakesTheLastLanguageAndNothingThatIsNone) {
+  EXPECT_EQ(std::get<RunWindow>(programOptions({"--session"})).language, std::nullopt);
+  EXPECT_EQ(std::get<RunWindow>(programOptions({"--language=de", "--session", "--language=pt_BR"})).language,
+            "pt_BR");
+  for (const std::string_view wrong :
+       {"--language", "--language=", "--language=../x", "--language=12", "--language=aVeryLongLanguageName"}) {
+    EXPECT_TRUE(std::holds_alternative<UsageMistake>(programOptions({wrong}))) << wrong;
+  }
+  EXPECT_TRUE(std::holds_alternative<UsageMistake>(programOptions({"--language=LANGUAGE1"})));
+}
+
 TEST(ProgramOptions, AnswersHelpAndVersion) {
   EXPECT_TRUE(std::holds_alternative<ShowHelp>(programOptions({"--version", "--help"})));
   EXPECT_TRUE(std::holds_alternative<ShowVersion>(programOptions({"--session", "--version"})));
@@ -19,7 +30,7 @@ TEST(ProgramOptions, MistakeNamesTheOptionAndWhatIsAllowed) {
   for (const std::string_view wrong : {"--sesion", "-h", "file", "", "--session=1"}) {
     const auto mistake = std::get<UsageMistake>(programOptions({"--help", wrong}));
     EXPECT_NE(mistake.message.find("'" + std::string(wrong) + "'"), std::string::npos);
-    EXPECT_NE(mistake.message.find("--session, --help, --version"), std::string::npos);
+    EXPECT_NE(mistake.message.find("--session, --language=LANGUAGE, --help, --version"), std::string::npos);
   }
 }
 

@@ -32,7 +32,7 @@ TEST(ResultCode, MessagesAreTranslatedWithTheEnglishTextAsKey) {
   };
   EXPECT_EQ(resultCodeMessage(1, Shouting()), "<Disk not found>");
   EXPECT_EQ(resultCodeMessage(99, Shouting()), "<No description>");
-  EXPECT_EQ(resultCodeAdvice(3, Shouting()), "<First choose the Windows disk that is to be protected.>");
+  EXPECT_EQ(resultCodeAdvice(3, Shouting()), "<Choose the Windows disk to protect first.>");
 }
 
 TEST(ResultCode, EveryCodeSaysWhatToDo) {

@@ -68,7 +68,7 @@ TEST_F(Commands, ErrorMessageIsTranslatedUnknownCodesHaveNone) {
 TEST_F(Commands, RefusedCommandSaysWhatToDoAndAnOperationsErrorSpeaksForItself) {
   helper().answerOnce("backup", 3);
   ui().backup();
-  EXPECT_EQ(ui().errorAdvice(), "First choose the Windows disk that is to be protected.");
+  EXPECT_EQ(ui().errorAdvice(), "Choose the Windows disk to protect first.");
   ui().sheetCancelAction();
   std::string shown = "unset";
   const Token token = ui().observe("errorAdvice", [&] { shown = ui().errorAdvice(); });

@@ -49,6 +49,7 @@ QtLocalization::QtLocalization(const QString& folder, const QStringList& languag
     }
     if (error.isEmpty()) {
       _texts = std::move(texts);
+      _language = language;
       return;
     }
     log.line("ZPKUI::Translation " + plainText(file.fileName()) + ": " + plainText(error));

@@ -23,12 +23,16 @@ class QtLocalization final : public Localization {
 
   std::string localizedString(std::string_view key) const override;
 
+  // The language of the texts, "de" or "pt_BR"; "en" without a file.
+  const QString& language() const { return _language; }
+
  private:
   using Texts = std::map<std::string, std::string, std::less<>>;
 
   static Texts read(QIODevice& file, QString& error);
 
   Texts _texts;
+  QString _language = QStringLiteral("en");
 };
 
 }  // namespace zpk

@@ -63,6 +63,16 @@ TEST_F(QtLocalizationTest, TakesTheFirstOfTheUsersLanguagesThatThereIs) {
   EXPECT_EQ(text({"de-AT", "de"}, "Stop"), "Stopp");
 }
 
+TEST_F(QtLocalizationTest, TellsTheLanguageOfItsTextsAndNotThatOfTheUser) {
+  folder.put("zpk_de.ts", kGerman);
+  const auto language = [this](const QStringList& wanted) {
+    return QtLocalization(qtText(folder.path()), wanted, log).language().toStdString();
+  };
+  EXPECT_EQ(language({"he-IL", "he", "de-DE", "de"}), "de");
+  EXPECT_EQ(language({"he-IL", "he"}), "en");
+  EXPECT_EQ(language({"en", "de"}), "en");
+}
+
 TEST_F(QtLocalizationTest, WhoPrefersEnglishGetsEnglish) {
   folder.put("zpk_de.ts", kGerman);
   for (const char* english : {"en", "en-GB", "en_US", "C"}) EXPECT_EQ(text({english, "de"}, "Stop"), "Stop");
