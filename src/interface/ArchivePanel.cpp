@@ -82,6 +82,8 @@ void ArchivePanel::nameButtons() {
   connect(nameField(), &QLineEdit::textChanged, this,
           [this, choose] { setLabelText(QFileDialog::Accept, choose); });
   setLabelText(QFileDialog::Reject, localizedText(_localization, "Cancel"));
+  setLabelText(QFileDialog::LookIn, localizedText(_localization, "Look in:"));
+  setLabelText(QFileDialog::FileType, localizedText(_localization, "Files of type:"));
 }
 
 // A line across the foot of the panel that is there only while there is something to say.

@@ -94,10 +94,12 @@ void DiskRows::paint(QPainter* painter, const QStyleOptionViewItem& option, cons
   const QStyle& style = *(row.widget ? row.widget->style() : QApplication::style());
   const QRect text = style.subElementRect(QStyle::SE_ItemViewItemText, &row, row.widget)
                          .adjusted(4, kRowSpace / 2, -4, -kRowSpace / 2);
+  const bool marked = row.state.testFlag(QStyle::State_Selected);
   row.text.clear();
+  // A marked row needs no frame of the focus within it.
+  if (marked) row.state.setFlag(QStyle::State_HasFocus, false);
   style.drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
 
-  const bool marked = row.state.testFlag(QStyle::State_Selected);
   const auto group = row.state.testFlag(QStyle::State_Active) ? QPalette::Normal : QPalette::Inactive;
   QColor colour = row.palette.color(group, marked ? QPalette::HighlightedText : QPalette::Text);
   painter->save();

@@ -11,11 +11,15 @@
 #include <QTemporaryDir>
 #include <QtTest/QTest>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace zpk {
 namespace {
 
-class Panel : public testing::Test {
+// In both of the panel's views.
+class Panel : public testing::TestWithParam<const char*> {
  protected:
   Panel() {
     selector->setAllowedFileTypes({"rldbackup"});
@@ -31,6 +35,7 @@ class Panel : public testing::Test {
   ArchivePanel& open() {
     panel = std::make_unique<ArchivePanel>(window, selector, english);
     panel->setDirectory(folder.path());
+    panel->setViewMode(std::string_view(GetParam()) == "listView" ? QFileDialog::List : QFileDialog::Detail);
     panel->open();
     EXPECT_TRUE(QTest::qWaitForWindowActive(panel.get()));
     return *panel;
@@ -47,7 +52,7 @@ class Panel : public testing::Test {
 
   // The row of the folder's list that shows `file`; the list fills itself in its own time.
   QModelIndex row(const QString& file) {
-    auto* list = panel->findChild<QAbstractItemView*>("listView");
+    auto* list = panel->findChild<QAbstractItemView*>(GetParam());
     const auto found = [&] {
       const QAbstractItemModel& model = *list->model();
       for (int i = 0; i < model.rowCount(list->rootIndex()); ++i) {
@@ -60,7 +65,7 @@ class Panel : public testing::Test {
     return found();
   }
   void doubleClick(const QString& file) {
-    auto* list = panel->findChild<QAbstractItemView*>("listView");
+    auto* list = panel->findChild<QAbstractItemView*>(GetParam());
     const QModelIndex index = row(file);
     list->scrollTo(index);
     const QPoint centre = list->visualRect(index).center();
@@ -80,20 +85,20 @@ class Panel : public testing::Test {
 
 using Chosen = std::vector<std::string>;
 
-TEST_F(Panel, NameWithoutTheExtensionGetsIt) {
+TEST_P(Panel, NameWithoutTheExtensionGetsIt) {
   open();
   type("Mine");
   EXPECT_EQ(chosen, Chosen{in("Mine.rldbackup")});
 }
 
-TEST_F(Panel, NameThatIsNoKindOfFileGetsTheExtensionToo) {
+TEST_P(Panel, NameThatIsNoKindOfFileGetsTheExtensionToo) {
   open();
   type("Backup 2.5");
   type("Backup of v1.office pc");
   EXPECT_EQ(chosen, (Chosen{in("Backup 2.5.rldbackup"), in("Backup of v1.office pc.rldbackup")}));
 }
 
-TEST_F(Panel, RedirectedButtonsLeaveItOpen) {
+TEST_P(Panel, RedirectedButtonsLeaveItOpen) {
   open();
   type("Mine");
   QTest::keyClick(panel.get(), Qt::Key_Escape);
@@ -102,7 +107,7 @@ TEST_F(Panel, RedirectedButtonsLeaveItOpen) {
   EXPECT_TRUE(panel->isVisible());
 }
 
-TEST_F(Panel, WithoutATargetItIsAnOrdinaryPanel) {
+TEST_P(Panel, WithoutATargetItIsAnOrdinaryPanel) {
   target.reset();
   open();
   type("Mine");
@@ -117,7 +122,7 @@ TEST_F(Panel, WithoutATargetItIsAnOrdinaryPanel) {
   EXPECT_EQ(cancelled, 0);
 }
 
-TEST_F(Panel, TargetThatLacksTheOkActionGetsCancelAlone) {
+TEST_P(Panel, TargetThatLacksTheOkActionGetsCancelAlone) {
   selector->setOkActionSelector({});
   open();
   QTest::keyClick(panel.get(), Qt::Key_Escape);
@@ -128,16 +133,16 @@ TEST_F(Panel, TargetThatLacksTheOkActionGetsCancelAlone) {
   EXPECT_EQ(panel->result(), QDialog::Accepted);
 }
 
-TEST_F(Panel, ArchiveThatIsAFolderIsChosenByDoubleClickAndNotEntered) {
+TEST_P(Panel, ArchiveThatIsAFolderIsChosenByDoubleClickAndNotEntered) {
   open();
   doubleClick("Old.rldbackup");
   EXPECT_EQ(panel->directory().path(), folder.path());
   EXPECT_EQ(chosen, Chosen{in("Old.rldbackup")});
 }
 
-TEST_F(Panel, ArchiveThatIsAFolderIsChosenByReturnInTheList) {
+TEST_P(Panel, ArchiveThatIsAFolderIsChosenByReturnInTheList) {
   open();
-  auto* list = panel->findChild<QAbstractItemView*>("listView");
+  auto* list = panel->findChild<QAbstractItemView*>(GetParam());
   list->setFocus();
   list->setCurrentIndex(row("Old.rldbackup"));
   EXPECT_EQ(name().text(), "Old.rldbackup");
@@ -145,13 +150,13 @@ TEST_F(Panel, ArchiveThatIsAFolderIsChosenByReturnInTheList) {
   EXPECT_EQ(chosen, Chosen{in("Old.rldbackup")});
 }
 
-TEST_F(Panel, ArchiveThatIsAFileIsChosenByDoubleClick) {
+TEST_P(Panel, ArchiveThatIsAFileIsChosenByDoubleClick) {
   open();
   doubleClick("Older.rldbackup");
   EXPECT_EQ(chosen, Chosen{in("Older.rldbackup")});
 }
 
-TEST_F(Panel, OtherFoldersAreEntered) {
+TEST_P(Panel, OtherFoldersAreEntered) {
   open();
   doubleClick("Documents");
   EXPECT_EQ(panel->directory().path(), folder.filePath("Documents"));
@@ -160,21 +165,21 @@ TEST_F(Panel, OtherFoldersAreEntered) {
   EXPECT_EQ(chosen, Chosen{in("Documents/Mine.rldbackup")});
 }
 
-TEST_F(Panel, FolderIsEnteredByItsName) {
+TEST_P(Panel, FolderIsEnteredByItsName) {
   open();
   type("Documents");
   EXPECT_EQ(panel->directory().path(), folder.filePath("Documents"));
   EXPECT_TRUE(chosen.empty());
 }
 
-TEST_F(Panel, ArchiveIsEnteredWherePackagesAreFolders) {
+TEST_P(Panel, ArchiveIsEnteredWherePackagesAreFolders) {
   selector->setTreatsFilePackagesAsDirectories(true);
   open();
   doubleClick("Old.rldbackup");
   EXPECT_EQ(panel->directory().path(), folder.filePath("Old.rldbackup"));
 }
 
-TEST_F(Panel, NameOfAnotherKindOfFileIsRefusedInThePanel) {
+TEST_P(Panel, NameOfAnotherKindOfFileIsRefusedInThePanel) {
   open();
   type("Mine.zip");
   EXPECT_TRUE(chosen.empty());
@@ -186,14 +191,14 @@ TEST_F(Panel, NameOfAnotherKindOfFileIsRefusedInThePanel) {
   EXPECT_EQ(chosen, Chosen{in("Mine.rldbackup")});
 }
 
-TEST_F(Panel, OtherKindsAreTakenWhereTheyAreAllowed) {
+TEST_P(Panel, OtherKindsAreTakenWhereTheyAreAllowed) {
   selector->setAllowsOtherFileTypes(true);
   open();
   type("Mine.zip");
   EXPECT_EQ(chosen, Chosen{in("Mine.zip")});
 }
 
-TEST_F(Panel, TypedPathsResolveAgainstTheFolderShown) {
+TEST_P(Panel, TypedPathsResolveAgainstTheFolderShown) {
   open();
   type("Documents/Mine");
   type("Documents/../Other");
@@ -203,7 +208,7 @@ TEST_F(Panel, TypedPathsResolveAgainstTheFolderShown) {
                             (QDir::homePath() + "/Mine.rldbackup").toStdString()}));
 }
 
-TEST_F(Panel, EmptyNameIsNoChoice) {
+TEST_P(Panel, EmptyNameIsNoChoice) {
   open();
   name().clear();
   QTest::keyClick(&name(), Qt::Key_Return);
@@ -211,12 +216,15 @@ TEST_F(Panel, EmptyNameIsNoChoice) {
   EXPECT_TRUE(panel->isVisible());
 }
 
-TEST_F(Panel, NamesThatOnlyLookDangerousAreNames) {
+TEST_P(Panel, NamesThatOnlyLookDangerousAreNames) {
   open();
   type("-rf $(x) <b>;");
   type(QString(5000, u'W'));
   EXPECT_EQ(chosen, (Chosen{in("-rf $(x) <b>;.rldbackup"), in(QString(5000, u'W') + ".rldbackup")}));
 }
+
+INSTANTIATE_TEST_SUITE_P(Views, Panel, testing::Values("listView", "treeView"),
+                         [](const auto& view) { return std::string(view.param); });
 
 }  // namespace
 }  // namespace zpk
