@@ -2,10 +2,6 @@
 
 #include <string_view>
 
-#include "helper/archive/Bytes.h"
-#include "helper/archive/DiskSource.h"
-#include "helper/archive/FileAccess.h"
-#include "helper/archive/NtfsBootSector.h"
 #include "helper/process/ToolRunner.h"
 
 namespace zpk {
@@ -48,16 +44,6 @@ SourceFinding resizeState(const ToolResult& result) {
     return {SourceState::Inconsistent, said};
   }
   return {SourceState::Unreadable, said};
-}
-
-SourceFinding bootSectorState(const std::string& device) {
-  const ArchiveResult<DiskSource> disk = DiskSource::open(device);
-  if (!disk) return {SourceState::Unreadable, disk.error().text()};
-  ByteBuffer bootSector(512);
-  const ArchiveResult<Done> read = disk->read(0, bootSector);
-  if (!read) return {SourceState::Unreadable, read.error().text()};
-  if (looksEncryptedByWindows(bootSector)) return {SourceState::Encrypted, {}};
-  return {looksLikeNtfs(bootSector) ? SourceState::Fit : SourceState::NotNtfs, {}};
 }
 
 SourceFinding runProbe(const std::string& device, const CancelFlag& cancel) {
@@ -106,8 +92,7 @@ std::string SourceFinding::sentence() const {
 }
 
 SourceFinding checkNtfsSource(const std::string& device, const CancelFlag& cancel) {
-  SourceFinding finding = bootSectorState(device);
-  if (finding.isFit()) finding = runProbe(device, cancel);
+  const SourceFinding finding = runProbe(device, cancel);
   return finding.isFit() ? runResize(device, cancel) : finding;
 }
 

@@ -29,7 +29,8 @@ struct SourceFinding {
 };
 
 // Asks the NTFS tools about the volume on `device`, which they only read. Two of them, because one sees a
-// hibernated volume but not a dirty one, and the other the reverse.
+// hibernated volume but not a dirty one, and the other the reverse. Encryption is for the caller to notice. Nothing
+// but the tools touches the device, so that one that does not answer can be given up.
 SourceFinding checkNtfsSource(const std::string& device, const CancelFlag& cancel);
 
 }  // namespace zpk

@@ -16,7 +16,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 constexpr milliseconds lookInterval{50};
-constexpr milliseconds patience{2000};
+constexpr milliseconds patience{500};
 
 int millisecondsUntil(Clock::time_point end, milliseconds atMost) {
   const auto left = std::chrono::duration_cast<milliseconds>(end - Clock::now());

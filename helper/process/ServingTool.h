@@ -9,8 +9,8 @@ namespace zpk {
 //
 // It says that it is ready by its first byte on standard output; what else it prints there is left unread, so it
 // has to be little. When this object goes, the tool is asked to end (SIGTERM), so that it can take down what it put
-// up, and killed with its group when it has not within two seconds. When the process or the thread that started it
-// dies, the tool is asked to end all the same.
+// up, and killed with its group when it has not within half a second. When the process or the thread that started
+// it dies, the tool is asked to end all the same.
 class ServingTool {
  public:
   // Comes back once the tool is ready. `command.limits.wallClock` bounds the wait and nothing after it; the sink is

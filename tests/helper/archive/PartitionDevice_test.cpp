@@ -186,6 +186,24 @@ TEST_F(PartitionDeviceTest, ADaemonThatDiesInTheMiddleEndsTheBackupWithThatReaso
   EXPECT_THAT(world.run([&] { return backup("a.rldbackup"); }), HasSubstr("ended unexpectedly"));
 }
 
+TEST_F(PartitionDeviceTest, AWishToStopIsHeardWhileTheDaemonHangs) {
+  std::filesystem::copy("/usr/bin/ntfscat", folder / "ntfscat");
+  const UserWorld world = UserWorld::withoutRights().with(
+      "/usr/bin/ntfscat", script("stopper", "/usr/bin/pkill -STOP -P $PPID -x qemu-storage-da && exec '" +
+                                                folder / "ntfscat" + "' \"$@\""));
+  const auto stopped = [&]() -> std::string {
+    bool waits = false;
+    std::thread wish([&] {
+      waits = eventually([] { return test::isAnyChildStopped(); });
+      cancel.request();
+    });
+    const std::string result = backup("a.rldbackup");
+    wish.join();
+    return waits ? result : "the daemon did not hang";
+  };
+  EXPECT_EQ(world.run(stopped), "The operation was stopped");
+}
+
 TEST_F(PartitionDeviceTest, IsTakenDownByItselfWhenTheHelperIsKilled) {
   const std::string note = folder / "path";
   const auto killed = [&]() -> std::string {

@@ -28,7 +28,7 @@ class UserWorld {
   std::function<bool()> _prepare = [] { return true; };
 };
 
-// Whether something is mounted there.
-bool isMounted(const std::string& path);
+// Whether a process that this one started was stopped by a signal.
+bool isAnyChildStopped();
 
 }  // namespace zpk::test
