@@ -29,7 +29,7 @@ constexpr std::array<LetterRow, 7> kLetters = {{
     {'o', TMBGPTType::WindowsRecovery, "winRecPartition"},
 }};
 
-constexpr std::array<DiskLayout, 5> kLayouts = {{
+constexpr std::array<LayoutRule, 5> kLayouts = {{
     {"eHromoWo", true, true},
     {"eCromoWo", true, true},
     {"eHromo", false, true},
@@ -89,9 +89,9 @@ Dictionary noPartIndexes() {
 
 // The indexes are not reset between layouts, on purpose: what one recorded before it failed stays unless a later
 // one records another.
-const DiskLayout* firstMatch(std::span<const DiskLayout> layouts, const Partitions& partitions,
+const LayoutRule* firstMatch(std::span<const LayoutRule> layouts, const Partitions& partitions,
                              Dictionary& partIndexes) {
-  for (const DiskLayout& layout : layouts) {
+  for (const LayoutRule& layout : layouts) {
     if (matches(layout.letters, partitions, partIndexes)) return &layout;
   }
   return nullptr;
@@ -115,11 +115,11 @@ std::optional<DiskAnalysis> analyseDisk(const RLDDisk& disk) {
   return analyseDiskByLayouts(disk, kLayouts);
 }
 
-std::optional<DiskAnalysis> analyseDiskByLayouts(const RLDDisk& disk, std::span<const DiskLayout> layouts) {
+std::optional<DiskAnalysis> analyseDiskByLayouts(const RLDDisk& disk, std::span<const LayoutRule> layouts) {
   DiskAnalysis analysis{.partIndexes = noPartIndexes()};
   const std::int64_t schemes = disk.partitioningSchemes();
   const bool isMatchable = (schemes & (kSchemeBit2 | kSchemeBit4)) != 0;
-  const DiskLayout* layout = isMatchable ? firstMatch(layouts, disk.partitions(), analysis.partIndexes) : nullptr;
+  const LayoutRule* layout = isMatchable ? firstMatch(layouts, disk.partitions(), analysis.partIndexes) : nullptr;
 
   if (layout != nullptr && (layout->isBootCamp || layout->isRestoreTarget)) {
     analysis.isBootCamp = layout->isBootCamp;

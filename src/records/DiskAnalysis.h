@@ -24,7 +24,7 @@ struct DiskAnalysis {
 };
 
 // A way in which a disk can be laid out, and what that says about it.
-struct DiskLayout {
+struct LayoutRule {
   // One letter a used partition, in their order: e EFI, h HFS+, c Core Storage, r Apple Boot, m Microsoft Reserved,
   // w Basic Data, o Windows Recovery; any other letter stands for a partition of an unknown type. Upper case is
   // required, lower case optional.
@@ -39,6 +39,6 @@ struct DiskLayout {
 std::optional<DiskAnalysis> analyseDisk(const RLDDisk& disk);
 
 // The same with `layouts` for the known ones. They are tried in their order; the first full match wins.
-std::optional<DiskAnalysis> analyseDiskByLayouts(const RLDDisk& disk, std::span<const DiskLayout> layouts);
+std::optional<DiskAnalysis> analyseDiskByLayouts(const RLDDisk& disk, std::span<const LayoutRule> layouts);
 
 }  // namespace zpk

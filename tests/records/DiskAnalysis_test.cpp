@@ -248,7 +248,7 @@ TEST(DiskAnalysis, AgreesWithTheSecondOpinionOnNearlyFullLayouts) {
 
 // What the known layouts do not make use of.
 TEST(DiskAnalysisByLayouts, AnyOtherLetterStandsForAnUnknownType) {
-  constexpr DiskLayout kLayout[] = {{"eXz", false, true}};
+  constexpr LayoutRule kLayout[] = {{"eXz", false, true}};
   const auto findingsBy = [&](std::string_view letters) {
     return findings(analyseDiskByLayouts(samples::disk(letters), kLayout));
   };
@@ -260,25 +260,25 @@ TEST(DiskAnalysisByLayouts, AnyOtherLetterStandsForAnUnknownType) {
 }
 
 TEST(DiskAnalysisByLayouts, ABootCampLayoutIsARestoreTargetWhetherItSaysSoOrNot) {
-  constexpr DiskLayout kLayout[] = {{"W", true, false}};
+  constexpr LayoutRule kLayout[] = {{"W", true, false}};
   EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("w"), kLayout)), "BR w0");
 }
 
 TEST(DiskAnalysisByLayouts, ALayoutThatSaysNothingKeepsItsDiskAndLeavesTheRestToEmptiness) {
-  constexpr DiskLayout kLayout[] = {{"eH", false, false}, {"eM", false, false}};
+  constexpr LayoutRule kLayout[] = {{"eH", false, false}, {"eM", false, false}};
   EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("eh"), kLayout)), " h1");
   EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("em"), kLayout)), "RE m1");
   EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("eh", 1), kLayout)), "refused");
 }
 
 TEST(DiskAnalysisByLayouts, TheFirstFullMatchWins) {
-  constexpr DiskLayout kLayout[] = {{"hM", true, true}, {"Hw", false, true}, {"HW", true, true}};
+  constexpr LayoutRule kLayout[] = {{"hM", true, true}, {"Hw", false, true}, {"HW", true, true}};
   EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("hw"), kLayout)), "R h0 w1");
 }
 
 TEST(DiskAnalysisByLayouts, ALaterLayoutOverwritesWhatAFailedOneRecorded) {
   // The first takes the first partition for Windows and fails on the second; the second layout takes the second.
-  constexpr DiskLayout kLayout[] = {{"WH", true, true}, {"zwzwO", false, true}, {"WwO", true, true}};
+  constexpr LayoutRule kLayout[] = {{"WH", true, true}, {"zwzwO", false, true}, {"WwO", true, true}};
   EXPECT_EQ(findings(analyseDiskByLayouts(samples::disk("wwo"), kLayout)), "R w1 o2");
 }
 
