@@ -82,7 +82,6 @@ void BackupPointsPane::setUpButtons(const WindowActions& actions) {
     button->setMinimumWidth(kButtonWidth);
     followAction(*button, *action);
     row->addWidget(button);
-    _buttons.push_back(button);
   };
   add(actions.restore, "restoreButton");
   add(actions.merge, "mergeButton");

@@ -2,15 +2,12 @@
 
 #include <QWidget>
 #include <memory>
-#include <vector>
 
 #include "base/DateFormatter.h"
 #include "base/Localization.h"
 #include "interface/Binding.h"
 #include "interface/EmptyTextView.h"
 #include "mainwindow/ZPKUIDaemonController.h"
-
-class QPushButton;
 
 namespace zpk {
 
@@ -28,8 +25,6 @@ class BackupPointsPane final : public QWidget {
   ~BackupPointsPane() override;
 
   EmptyTextTable& table() { return *_table; }
-  // In the order of the keyboard.
-  const std::vector<QPushButton*>& buttons() const { return _buttons; }
 
   // The selected points as lines of the table's texts with tabs between, as spreadsheets take them; empty for none.
   QString selectionText() const;
@@ -44,7 +39,6 @@ class BackupPointsPane final : public QWidget {
   const Localization& _localization;
   std::unique_ptr<BackupPointsModel> _points;
   EmptyTextTable* _table;
-  std::vector<QPushButton*> _buttons;
   Bindings _bindings;
 };
 

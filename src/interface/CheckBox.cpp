@@ -13,7 +13,7 @@ void CheckBox::paintEvent(QPaintEvent* event) {
   QStyleOptionButton option;
   initStyleOption(&option);
   QPainter painter(this);
-  paintCheckBoxEdge(painter, *style(), palette(),
+  paintCheckBoxEdge(painter, *style(), option,
                     style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this));
 }
 

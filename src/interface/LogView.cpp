@@ -1,6 +1,5 @@
 #include "interface/LogView.h"
 
-#include <QAction>
 #include <QClipboard>
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -52,17 +51,6 @@ LogView::LogView(QWidget* parent) : EmptyTextView(parent) {
 
 void LogView::localize(const Localization& localization) {
   setEmptyText(localizedText(localization, "The log of a backup is shown here while it runs."));
-  addMenuAction(localizedText(localization, "&Copy"), QKeySequence::Copy, &LogView::copy);
-  addMenuAction(localizedText(localization, "Select &All"), QKeySequence::SelectAll, &LogView::selectAll);
-  setContextMenuPolicy(Qt::ActionsContextMenu);
-}
-
-void LogView::addMenuAction(const QString& text, QKeySequence::StandardKey key, void (LogView::*act)()) {
-  auto* action = new QAction(text, this);
-  action->setShortcut(key);
-  action->setShortcutContext(Qt::WidgetShortcut);
-  connect(action, &QAction::triggered, this, act);
-  addAction(action);
 }
 
 void LogView::setLines(LogModel::Lines lines) {
@@ -114,6 +102,7 @@ QModelIndex LogView::moveCursor(CursorAction action, Qt::KeyboardModifiers modif
 }
 
 void LogView::keyPressEvent(QKeyEvent* event) {
+  if (event->matches(QKeySequence::Copy)) return copySelection();
   const bool across = event->key() == Qt::Key_Left || event->key() == Qt::Key_Right;
   if (!across || event->modifiers() != Qt::NoModifier) return EmptyTextView::keyPressEvent(event);
   horizontalScrollBar()->triggerAction(event->key() == Qt::Key_Left ? QAbstractSlider::SliderSingleStepSub

@@ -21,7 +21,7 @@ class LogView final : public EmptyTextView<QTableView>, public LogScrollView {
  public:
   explicit LogView(QWidget* parent = nullptr);
 
-  // The texts of the empty view and of its menu; once.
+  // The text of the empty view.
   void localize(const Localization& localization);
 
   // Null is an empty log.
@@ -46,8 +46,6 @@ class LogView final : public EmptyTextView<QTableView>, public LogScrollView {
   void changeEvent(QEvent* event) override;
 
  private:
-  void addMenuAction(const QString& text, QKeySequence::StandardKey key, void (LogView::*act)());
-  void copy() { copySelection(); }
   int lineHeight() const;
   void takeFont();
   void measureRows(int first, int last);

@@ -2,15 +2,12 @@
 
 #include <QEvent>
 #include <QMenuBar>
-#include <vector>
 
 #include "interface/ActionButton.h"
 #include "interface/BackupPointsPane.h"
-#include "interface/CheckBox.h"
 #include "interface/DisplayText.h"
 #include "interface/Headline.h"
 #include "interface/Icons.h"
-#include "interface/IncrementCountField.h"
 #include "interface/MainMenu.h"
 #include "interface/Pictures.h"
 #include "interface/PrimaryButton.h"
@@ -69,8 +66,7 @@ void MainWindow::makePanes(const Surroundings& surroundings) {
   _ui->operationPages->addWidget(_progress);
   _points = new BackupPointsPane(*_controller, *_actions, _localization, surroundings.dates, this);
   _ui->pointsLayout->addWidget(_points);
-  _settings = new SettingsPane(*_controller, _localization, this);
-  _ui->contentLayout->addWidget(_settings);
+  _ui->contentLayout->addWidget(new SettingsPane(*_controller, _localization, this));
 }
 
 void MainWindow::setUpLooks() {
@@ -78,6 +74,8 @@ void MainWindow::setUpLooks() {
   _ui->historyLabel->setRole(ElidedLabel::Role::secondary);
   _ui->linkBanner->setLook(Panel::Look::notice);
   _ui->logView->localize(_localization);
+  _ui->logView->addActions({_actions->copy, _actions->selectAll});
+  _ui->logView->setContextMenuPolicy(Qt::ActionsContextMenu);
   _ui->sourceCard->setCaption(localizedText(_localization, "Windows disk to protect"));
   _ui->sourceCard->chooseButton()->setObjectName(QStringLiteral("selectSourceButton"));
   _ui->destinationCard->setCaption(localizedText(_localization, "Where the backups are kept"));
@@ -87,19 +85,12 @@ void MainWindow::setUpLooks() {
   followAction(*_ui->backupButton, *_actions->backUpNow);
 }
 
-// As the window is read: from the top, along the lines.
+// As the window is read, from the top, along the lines: its controls are made in that order, but for those of the
+// running operation.
 void MainWindow::setUpTabOrder() {
-  std::vector<QWidget*> controls{_ui->sourceCard->chooseButton(),
-                                 _ui->destinationCard->chooseButton(),
-                                 _ui->backupButton,
-                                 _progress->stopButton(),
-                                 _progress->showLogButton(),
-                                 _ui->lastErrorLabel,
-                                 _ui->accessoryTabs,
-                                 &_points->table()};
-  controls.insert(controls.end(), _points->buttons().begin(), _points->buttons().end());
-  controls.insert(controls.end(), {_ui->logView, _settings->countField(), _settings->checkBox()});
-  for (std::size_t i = 1; i < controls.size(); ++i) setTabOrder(controls[i - 1], controls[i]);
+  setTabOrder(_ui->backupButton, _progress->stopButton());
+  setTabOrder(_progress->stopButton(), _progress->showLogButton());
+  setTabOrder(_progress->showLogButton(), _ui->lastErrorLabel);
 }
 
 // Drawn in the colours of the palette, so again when it changes.
@@ -138,6 +129,9 @@ void MainWindow::showDestination() {
 }
 
 void MainWindow::bindOperation() {
+  // A status is stored before anything follows from it: the one main control hands the focus to the other, though
+  // it loses it when it is disabled.
+  _bindings.bind(*_controller, "currentStatus", [this] { _mainControlFocused = isMainControlFocused(); });
   _bindings.bind(*_controller,
                  {"currentStatus", "sourceFound", "arcSet", "backupEnabled", "firstBackup", "lastBackup"},
                  [this] { showReadiness(); });
@@ -162,6 +156,10 @@ void MainWindow::showLastError() {
                                withBreaks(displayText(*error)));
 }
 
+bool MainWindow::isMainControlFocused() const {
+  return focusWidget() == _ui->backupButton || focusWidget() == _progress->stopButton();
+}
+
 // The log comes up with an operation, and goes with it, unless it is needed to see what went wrong.
 void MainWindow::showRunning() {
   const bool running = _controller->inProgress();
@@ -173,6 +171,9 @@ void MainWindow::showRunning() {
     _ui->operationPages->setCurrentWidget(_ui->idlePage);
     if (!failed) showPage(_ui->pointsPage);
   }
+  if (!_mainControlFocused) return;
+  QWidget* next = running ? _progress->stopButton() : static_cast<QWidget*>(_ui->backupButton);
+  next->setFocus();
 }
 
 void MainWindow::bindLog() {

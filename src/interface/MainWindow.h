@@ -18,7 +18,6 @@ namespace zpk {
 class BackupPointsPane;
 class OperationWatch;
 class ProgressPane;
-class SettingsPane;
 class SheetHost;
 class WindowActions;
 
@@ -60,6 +59,7 @@ class MainWindow final : public QMainWindow {
   void showReadiness();
   void showLastError();
   void showRunning();
+  bool isMainControlFocused() const;
   void showPage(QWidget* page);
   void showPageActions();
   void copySelection();
@@ -77,7 +77,7 @@ class MainWindow final : public QMainWindow {
   // Belong to the window's layouts.
   ProgressPane* _progress = nullptr;
   BackupPointsPane* _points = nullptr;
-  SettingsPane* _settings = nullptr;
+  bool _mainControlFocused = false;
   std::unique_ptr<SheetHost> _sheets;
   Bindings _bindings;
 };

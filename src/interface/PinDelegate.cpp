@@ -18,7 +18,7 @@ void PinDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, c
   QStyleOptionViewItem styled = option;
   initStyleOption(&styled, index);
   const QStyle& style = styled.widget ? *styled.widget->style() : *QApplication::style();
-  paintCheckBoxEdge(*painter, style, styled.palette,
+  paintCheckBoxEdge(*painter, style, styled,
                     style.subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &styled, styled.widget));
 }
 

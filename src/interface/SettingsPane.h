@@ -17,9 +17,6 @@ class SettingsPane final : public QWidget {
  public:
   SettingsPane(ZPKUIDaemonController& controller, const Localization& localization, QWidget* parent = nullptr);
 
-  IncrementCountField* countField() const { return _count; }
-  CheckBox* checkBox() const { return _check; }
-
  private:
   void layOut();
   void allow();

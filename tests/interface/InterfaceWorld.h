@@ -9,6 +9,7 @@
 
 #include "interface/MainWindow.h"
 #include "mainwindow/ControllerWorld.h"
+#include "mainwindow/ModalSession.h"
 #include "mainwindow/OperationWatch.h"
 
 namespace zpk {

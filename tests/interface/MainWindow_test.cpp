@@ -11,23 +11,11 @@
 #include <QStyle>
 #include <cmath>
 
-#include "interface/InterfaceWorld.h"
 #include "interface/PlaceCard.h"
+#include "interface/WindowFixture.h"
 
 namespace zpk {
 namespace {
-
-class Window : public testing::Test {
- protected:
-  Window() { world.openWindow(); }
-  FakeHelper& helper() { return world.helper(); }
-  bool isShown(const char* name) const { return world.find<QWidget>(name)->isVisible(); }
-  bool isEnabled(const char* name) const { return world.find<QWidget>(name)->isEnabled(); }
-  QString text(const char* name) const { return world.find<QLabel>(name)->text(); }
-  QString words(const char* card) const { return world.find<QWidget>(card)->accessibleDescription(); }
-
-  InterfaceWorld world;
-};
 
 TEST_F(Window, SaysWhatToDoFirst) {
   EXPECT_EQ(text("readinessLabel"), "Waiting for the helper…");
