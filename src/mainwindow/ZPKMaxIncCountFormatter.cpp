@@ -28,7 +28,9 @@ std::optional<std::string> ZPKMaxIncCountFormatter::stringForObjectValue(const V
 
 bool ZPKMaxIncCountFormatter::getObjectValue(Value* object, std::string_view forString,
                                              std::string* /*errorDescription*/) const {
-  if (object) *object = numberFrom(forString).value_or(Value(1));
+  if (!object) return true;
+  const std::optional<Value> number = numberFrom(forString);
+  *object = number ? *number : Value(1);
   return true;
 }
 
