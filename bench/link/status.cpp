@@ -3,7 +3,6 @@
 //
 // Arguments of each benchmark: disks, backup points, log lines.
 #include <benchmark/benchmark.h>
-#include <sys/socket.h>
 #include <systemd/sd-bus.h>
 
 #include <QByteArray>
@@ -11,17 +10,14 @@
 #include <QDateTime>
 #include <QIODevice>
 #include <QVariant>
-#include <cstdlib>
 #include <string>
 
 #include "base/KeyedArchive.h"
 #include "base/KeyedCoder.h"
 #include "base/Record.h"
 #include "bench/link/SampleStatus.h"
+#include "bench/link/StatusMessage.h"
 #include "bench/link/WireWalk.h"
-#include "platform/linux/wire/BusHandles.h"
-#include "platform/linux/wire/WireForm.h"
-#include "records/RecordClasses.h"
 
 namespace zpk::bench {
 namespace {
@@ -31,43 +27,14 @@ StatusSize sizeOf(const benchmark::State& state) {
           static_cast<std::size_t>(state.range(2))};
 }
 
-// A bus that is connected to nothing: enough to build messages on.
-sd_bus* looseBus() {
-  static const BusHandle bus = [] {
-    sd_bus* made = nullptr;
-    int pair[2];
-    if (sd_bus_new(&made) < 0 || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) < 0 ||
-        sd_bus_set_fd(made, pair[0], pair[0]) < 0 || sd_bus_start(made) < 0) {
-      std::abort();
-    }
-    return BusHandle(made);
-  }();
-  return bus.get();
-}
-
-BusMessageHandle message(const Dictionary& status) {
-  sd_bus_message* made = nullptr;
-  if (sd_bus_message_new_method_call(looseBus(), &made, "a.b", "/", "a.b", "c") < 0) std::abort();
-  BusMessageHandle owner(made);
-  if (!appendDictionary(made, status)) std::abort();
-  return owner;
-}
-
 void decode(benchmark::State& state) {
-  const BusMessageHandle sealed = message(sampleStatus(sizeOf(state)));
-  sd_bus_message_seal(sealed.get(), 1, 0);
-  for (auto _ : state) {
-    sd_bus_message_rewind(sealed.get(), 1);
-    auto status = readDictionary(sealed.get(), recordClasses());
-    if (!status) std::abort();
-    benchmark::DoNotOptimize(status);
-  }
+  const BusMessageHandle sealed = sealedMessage(sampleStatus(sizeOf(state)));
+  for (auto _ : state) benchmark::DoNotOptimize(decoded(sealed.get()));
 }
 
 // The floor of decoding: the same message read with sd-bus alone.
 void walk(benchmark::State& state) {
-  const BusMessageHandle sealed = message(sampleStatus(sizeOf(state)));
-  sd_bus_message_seal(sealed.get(), 1, 0);
+  const BusMessageHandle sealed = sealedMessage(sampleStatus(sizeOf(state)));
   for (auto _ : state) {
     sd_bus_message_rewind(sealed.get(), 1);
     walkDictionary(sealed.get());
