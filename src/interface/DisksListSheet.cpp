@@ -5,6 +5,7 @@
 #include <QSignalBlocker>
 
 #include "choosers/SizeSteps.h"
+#include "interface/DisplayText.h"
 #include "interface/StaticTexts.h"
 #include "ui_DisksListSheet.h"
 
@@ -88,9 +89,8 @@ void DisksListSheet::sendSelection() {
 void DisksListSheet::bindAccessory() {
   _bindings.bind(*_chooser, "noFreeSpace",
                  [this] { _ui->accessoryTabView->setCurrentIndex(_chooser->noFreeSpace() ? 1 : 0); });
-  _bindings.bind(*_chooser, "errorDescription", [this] {
-    _ui->errorDescriptionLabel->setText(QString::fromStdString(_chooser->errorDescription()));
-  });
+  _bindings.bind(*_chooser, "errorDescription",
+                 [this] { _ui->errorDescriptionLabel->setText(displayText(_chooser->errorDescription())); });
   _bindings.bind(*_chooser, {"sliderValue", "sliderRange"}, [this] { showSlider(); });
   _bindings.bind(*_chooser, "accessory", [this] { _accessory->setUnfolded(_chooser->accessoryPresent()); });
   connect(_ui->slider, &QSlider::valueChanged, this, [this](int step) { sliderMoved(step); });
@@ -98,7 +98,7 @@ void DisksListSheet::bindAccessory() {
 
 void DisksListSheet::showSlider() {
   const SizeSteps steps = stepsOf(*_chooser);
-  const QString size = QString::fromStdString(_chooser->restoreSizeText());
+  const QString size = displayText(_chooser->restoreSizeText());
   _ui->restoreSizeLabel->setText(size);
   // A step's number says nothing to someone who cannot see where it is.
   _ui->slider->setAccessibleDescription(size);

@@ -1,6 +1,7 @@
 #include "interface/DisplayText.h"
 
 #include <QGuiApplication>
+#include <QRegularExpression>
 #include <algorithm>
 #include <utility>
 
@@ -40,9 +41,18 @@ bool readsFromRightToLeft(QChar c) {
   return c.direction() == QChar::DirR || c.direction() == QChar::DirAL;
 }
 
-bool directionsMeet(const QString& text) {
-  return QGuiApplication::layoutDirection() == Qt::RightToLeft ||
-         std::any_of(text.begin(), text.end(), readsFromRightToLeft);
+bool hasLettersFromTheRight(const QString& text) {
+  return std::any_of(text.begin(), text.end(), readsFromRightToLeft);
+}
+
+QString enclosed(const QString& text) {
+  return QChar(kFirstStrongIsolate) + text + QChar(kPopDirectionalIsolate);
+}
+
+// "47 GB" among letters from the right would read "GB 47".
+QString withSizesEnclosed(QString text) {
+  static const QRegularExpression size(QStringLiteral("\\b(\\d+ [KMGTP]?B)\\b"));
+  return text.replace(size, enclosed(QStringLiteral("\\1")));
 }
 
 QString shownText(std::string_view utf8, qsizetype limit, LineEnds lineEnds) {
@@ -65,8 +75,9 @@ QString shownText(std::string_view utf8, qsizetype limit, LineEnds lineEnds) {
 }  // namespace
 
 QString isolated(const QString& text) {
-  if (text.isEmpty() || !directionsMeet(text)) return text;
-  return QChar(kFirstStrongIsolate) + text + QChar(kPopDirectionalIsolate);
+  if (text.isEmpty()) return text;
+  if (hasLettersFromTheRight(text)) return enclosed(withSizesEnclosed(text));
+  return QGuiApplication::layoutDirection() == Qt::RightToLeft ? enclosed(text) : text;
 }
 
 QString displayText(std::string_view text, qsizetype limit) {

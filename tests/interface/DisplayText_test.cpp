@@ -43,6 +43,7 @@ TEST(DisplayText, ParagraphsKeepTheirLineEnds) {
 TEST(DisplayText, TextOfBothDirectionsKeepsItsOwnOrder) {
   EXPECT_EQ(shown("/backups"), "/backups");
   EXPECT_EQ(shown("דיסק 1"), "\u2068דיסק 1\u2069");
+  EXPECT_EQ(shown("פנוי: 737 GB"), "\u2068פנוי: \u2068737 GB\u2069\u2069");
   QGuiApplication::setLayoutDirection(Qt::RightToLeft);
   EXPECT_EQ(shown("/backups"), "\u2068/backups\u2069");
   EXPECT_EQ(shown(""), "");

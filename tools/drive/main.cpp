@@ -93,7 +93,9 @@ void print(const Account& account, const QString& archive, const QStringList& pi
 }
 
 int run(const DriveOptions& options) {
-  Composition program({.which = options.systemBus ? WhichBus::system : WhichBus::session, .address = {}});
+  // In English whatever the desktop speaks: buttons are pressed by their titles.
+  Composition program({.which = options.systemBus ? WhichBus::system : WhichBus::session, .address = {}},
+                      {QStringLiteral("en")});
   try {
     WindowDriver driver(program, options.pictures);
     const Account account = drive(program, driver, options.archive);

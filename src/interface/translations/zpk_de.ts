@@ -69,7 +69,7 @@
     </message>
     <message>
         <source>&amp;Merge…</source>
-        <translation>&amp;Zusammenführen…</translation>
+        <translation>Zusa&amp;mmenführen…</translation>
     </message>
     <message>
         <source>&amp;Name of the archive:</source>
@@ -304,6 +304,10 @@ OLDER</translation>
         <translation>FAT32</translation>
     </message>
     <message>
+        <source>Files of type:</source>
+        <translation>Dateityp:</translation>
+    </message>
+    <message>
         <source>First backup:</source>
         <translation>Erste Sicherung:</translation>
     </message>
@@ -350,6 +354,10 @@ OLDER</translation>
     <message>
         <source>Log of the running operation</source>
         <translation>Protokoll des laufenden Vorgangs</translation>
+    </message>
+    <message>
+        <source>Look in:</source>
+        <translation>Suchen in:</translation>
     </message>
     <message>
         <source>Merge this backup point into the one before it?</source>
@@ -437,7 +445,7 @@ OLDER</translation>
     </message>
     <message>
         <source>Ope&amp;n</source>
-        <translation>Ö&amp;ffnen</translation>
+        <translation>&amp;Öffnen</translation>
     </message>
     <message>
         <source>Percent done</source>

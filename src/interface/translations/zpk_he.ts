@@ -49,7 +49,7 @@
     </message>
     <message>
         <source>&amp;Keep at most NUMBER increments</source>
-        <translation>&amp;שמירת NUMBER תוספות לכל היותר</translation>
+        <translation>שמי&amp;רת NUMBER תוספות לכל היותר</translation>
     </message>
     <message>
         <source>&amp;Keyboard Shortcuts</source>
@@ -225,7 +225,7 @@ OLDER</translation>
     </message>
     <message>
         <source>Choose L&amp;ocation…</source>
-        <translation>בחירת &amp;מיקום…</translation>
+        <translation>בחירת מיקו&amp;ם…</translation>
     </message>
     <message>
         <source>Choose the Windows disk to protect</source>
@@ -304,6 +304,10 @@ OLDER</translation>
         <translation>FAT32</translation>
     </message>
     <message>
+        <source>Files of type:</source>
+        <translation>סוג קובץ:</translation>
+    </message>
+    <message>
         <source>First backup:</source>
         <translation>גיבוי ראשון:</translation>
     </message>
@@ -350,6 +354,10 @@ OLDER</translation>
     <message>
         <source>Log of the running operation</source>
         <translation>יומן הפעולה המתבצעת</translation>
+    </message>
+    <message>
+        <source>Look in:</source>
+        <translation>חיפוש ב:</translation>
     </message>
     <message>
         <source>Merge this backup point into the one before it?</source>
