@@ -87,12 +87,14 @@ struct DayFormatter final : DateFormatter {
   bool calendar = false;
 };
 
-// English, but for the texts it was given a translation of.
+// English, or another language once there is one, but for the texts it was given a translation of.
 struct SomeTranslations final : Localization {
   std::string localizedString(std::string_view key) const override {
     const auto text = texts.find(key);
-    return text == texts.end() ? std::string(key) : text->second;
+    if (text != texts.end()) return text->second;
+    return language ? language->localizedString(key) : std::string(key);
   }
+  const Localization* language = nullptr;
   std::map<std::string, std::string, std::less<>> texts;
 };
 
