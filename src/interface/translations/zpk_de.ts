@@ -197,7 +197,7 @@
     </message>
     <message>
         <source>Best on another disk than Windows itself.</source>
-        <translation>Am besten auf einem anderen Datenträger als Windows.</translation>
+        <translation>Am besten getrennt von Windows.</translation>
     </message>
     <message>
         <source>Both become one backup point, which holds what the newer one holds:
