@@ -193,6 +193,13 @@ ArchiveResult<PointIndex> Archive::readPoint(std::size_t point) const {
   return parsePointIndex(*text, pointIndexPath(point));
 }
 
+ArchiveResult<Done> Archive::savePoint(std::size_t point, const PointIndex& index) {
+  assert(_lock);
+  const ArchiveResult<OpenFile> folder = openFolderIn(_package, _index.points.at(point));
+  if (!folder) return folder.error();
+  return saveAtomically(*folder, pointIndexName, textOf(index));
+}
+
 ArchiveResult<PendingPoint> Archive::beginPoint() {
   assert(_lock);
   PendingPoint point;

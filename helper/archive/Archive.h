@@ -71,6 +71,10 @@ class Archive {
   // A file of a point, open for reading.
   ArchiveResult<OpenFile> openPointFile(std::size_t point, const std::string& name) const;
 
+  // Replaces the index.json of a point as a whole; a failure keeps the old one. Only on an archive that is open for
+  // writing.
+  ArchiveResult<Done> savePoint(std::size_t point, const PointIndex& index);
+
   // A new folder with an id of its own. Only on an archive that is open for writing.
   ArchiveResult<PendingPoint> beginPoint();
 

@@ -145,7 +145,9 @@ int BusService::dispatch(sd_bus_message* message, DaemonMember member, uid_t cal
     case DaemonMember::pin: {
       const bool flag = flagArgument(message);
       const std::uint64_t item = numberArgument(message);
-      return reply(message, _model.pin(flag, item, textArgument(message)));
+      const std::string label = textArgument(message);
+      _model.pin(flag, item, label, later(message));
+      return 1;
     }
   }
   return 0;

@@ -54,6 +54,18 @@ std::string duration(double seconds) {
   return text;
 }
 
+// The archive, open for writing, when the point is still where somebody saw it.
+ArchiveResult<Archive> openWithPoint(const PointReference& point) {
+  ArchiveResult<Archive> archive = Archive::openForWriting(point.archivePath);
+  if (!archive) return archive;
+  if (point.index >= archive->index().points.size() || archive->pointIndexPath(point.index) != point.indexPath) {
+    return ArchiveError{ArchiveFault::NotFound,
+                        "The archive has changed and has another backup point at this place", point.indexPath, 0,
+                        0};
+  }
+  return archive;
+}
+
 // Tells the board how far a backup is, with a line for every tenth.
 class Narrator {
  public:
@@ -191,6 +203,18 @@ ArchiveView EngineArchives::look(const std::string& archivePath) {
 
 BackupOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
   return Run(order, _exportFolder, board, cancel).run();
+}
+
+Expected<Done, std::string> EngineArchives::pin(const PinOrder& order) {
+  ArchiveResult<Archive> archive = openWithPoint(order.point);
+  if (!archive) return sentence(archive.error());
+  ArchiveResult<PointIndex> point = archive->readPoint(order.point.index);
+  if (!point) return sentence(point.error());
+  point->isPinned = order.isPinned;
+  if (order.label) point->label = *order.label;
+  const ArchiveResult<Done> saved = archive->savePoint(order.point.index, *point);
+  if (!saved) return sentence(saved.error());
+  return Done{};
 }
 
 }  // namespace zpk

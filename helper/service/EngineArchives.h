@@ -18,6 +18,8 @@ class EngineArchives final : public ArchiveKeeper {
   // was warned. An archive that was made for this backup and got no point is taken away again.
   BackupOutcome backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) override;
 
+  Expected<Done, std::string> pin(const PinOrder& order) override;
+
  private:
   const std::string _exportFolder;
 };

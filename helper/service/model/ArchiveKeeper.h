@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 
+#include "base/Expected.h"
 #include "helper/process/CancelFlag.h"
 #include "helper/service/model/OperationBoard.h"
 
@@ -46,7 +49,21 @@ struct BackupFailed {
 };
 using BackupOutcome = std::variant<BackupDone, BackupStopped, BackupFailed>;
 
-// Everything that is done to archives. Both calls take their time and are made on the worker, one at a time.
+// A backup point as somebody saw it: its place in the archive, and its index file, which tells whether it is still
+// the same one that lies there.
+struct PointReference {
+  std::string archivePath;
+  std::uint64_t index = 0;
+  std::string indexPath;
+};
+
+struct PinOrder {
+  PointReference point;
+  bool isPinned = false;
+  std::optional<std::string> label;  // None: the point keeps the one that it has.
+};
+
+// Everything that is done to archives. All calls take their time and are made on the worker, one at a time.
 class ArchiveKeeper {
  public:
   virtual ~ArchiveKeeper() = default;
@@ -56,6 +73,9 @@ class ArchiveKeeper {
   // Makes a backup point; makes the archive where there is none yet. Tells its progress to `board`. Ends within a
   // second of a request to stop.
   virtual BackupOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) = 0;
+
+  // Marks a point, or takes the mark away. What went wrong is a sentence for a person; the point is as it was then.
+  virtual Expected<Done, std::string> pin(const PinOrder& order) = 0;
 };
 
 }  // namespace zpk

@@ -156,12 +156,6 @@ ResultCode HelperModel::mergeArchiveWithParent(std::uint64_t arcItem) {
   return notAvailable("Merging backup points");
 }
 
-ResultCode HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string&) {
-  if (!takesCommands()) return ResultCode::serviceIsBusy;
-  if (const auto code = missingForArchive(arcItem)) return *code;
-  return notAvailable(flag ? "Pinning a backup point" : "Unpinning a backup point");
-}
-
 void HelperModel::errorWasShown() {
   if (!_facts.operationError) return;
   _facts.operationError.reset();

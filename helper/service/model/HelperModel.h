@@ -69,7 +69,9 @@ class HelperModel {
   ResultCode setMaxIncrementsCount(std::uint64_t count);
   ResultCode reload();
   ResultCode setCheckFS(bool flag);
-  ResultCode pin(bool flag, std::uint64_t arcItem, const std::string& withLabel);
+  // A pinned point bears the label as it was given, also an empty one. An unpinned one keeps what it has when no
+  // label is given.
+  void pin(bool flag, std::uint64_t arcItem, const std::string& withLabel, Answer answer);
 
   // Disks, mounts or folders may have changed: reads them again as soon as that is possible, and announces a new
   // state only if something did.
@@ -88,6 +90,7 @@ class HelperModel {
   bool takesCommands() const;
   std::optional<ResultCode> missingForArchive(std::uint64_t arcItem) const;
   ResultCode notAvailable(const char* what);
+  PointReference pointAt(std::uint64_t arcItem) const;  // One that is there.
   void changed(Weight weight = Weight::ordinary);
   bool refreshActivity();  // Whether it is another than before.
   void save();

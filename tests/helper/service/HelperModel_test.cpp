@@ -32,7 +32,7 @@ std::vector<Command> commandsThatNeedIdle() {
       {"setMaxIncrementsCount", [](auto& m, auto a) { a(m.setMaxIncrementsCount(5)); }},
       {"reload", [](auto& m, auto a) { a(m.reload()); }},
       {"setCheckFS", [](auto& m, auto a) { a(m.setCheckFS(false)); }},
-      {"pin", [](auto& m, auto a) { a(m.pin(true, 0, "label")); }},
+      {"pin", [](auto& m, auto a) { m.pin(true, 0, "label", a); }},
   };
 }
 
@@ -231,19 +231,11 @@ TEST(HelperModel, MergeNeedsAParentThatIsNotPinned) {
   EXPECT_EQ(world.model->mergeArchiveWithParent(1), ResultCode::badIndex);
 }
 
-TEST(HelperModel, PinChecksTheIndex) {
-  HelperWorld world;
-  world.archives[HelperWorld::kArchive] = test::archiveWith(1);
-  world.startConfigured();
-  EXPECT_EQ(world.model->pin(true, 1, ""), ResultCode::badIndex);
-  EXPECT_EQ(world.model->pin(false, 0, ""), ResultCode::success);
-}
-
 TEST(HelperModel, AnErrorStaysUntilItWasShown) {
   HelperWorld world;
   world.archives[HelperWorld::kArchive] = test::archiveWith(1);
   world.startConfigured();
-  world.model->pin(true, 0, "");
+  world.model->restore(0, kMacDisk, 3, 1);
   EXPECT_EQ(world.announced.back().weight, Weight::milestone);
   EXPECT_TRUE(statuskey::opError.isPresentIn(world.announced.back().status));
   world.model->errorWasShown();

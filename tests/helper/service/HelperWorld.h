@@ -108,6 +108,10 @@ inline std::shared_ptr<const ZPKDisk> macDisk(std::uint32_t number = 3) {
   return makeDisk(kMacDisk, number, {TMBGPTType::EFISystem, TMBGPTType::AppleHFSPlus});
 }
 
+inline std::string pointIndexPath(std::size_t point) {
+  return "/backups/Windows.rldbackup/p" + std::to_string(point) + "/index.json";
+}
+
 inline PresentArchive archiveWith(std::size_t points, const std::string& source = kWindowsDisk,
                                   bool pinned = false) {
   RecordList<RLDArchiveItem> items;
@@ -115,6 +119,7 @@ inline PresentArchive archiveWith(std::size_t points, const std::string& source 
     RLDArchiveItem::Fields fields;
     fields.arcIndex = static_cast<std::uint32_t>(i);
     fields.isPinned = pinned;
+    fields.indexFilePath = pointIndexPath(i);
     items.push_back(std::make_shared<const RLDArchiveItem>(std::move(fields)));
   }
   RLDArchive::Fields fields;
@@ -138,6 +143,11 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   BackupOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) override {
     requests.push_back(request);
     return body(request, board, cancel);
+  }
+  Expected<Done, std::string> pin(const PinOrder& order) override {
+    pins.push_back(order);
+    if (onPin) onPin(order);
+    return pinResult;
   }
   Expected<Done, FileError> save(const HelperSettings& settings) override {
     if (saveFails) return FileError{"/state/settings.json", "No space left on device"};
@@ -194,11 +204,14 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   Disks disks{windowsDisk(), windowsDisk(kOtherDisk, 2), macDisk()};
   std::map<std::string, ArchiveView> archives{{kArchive, NoArchiveYet{}}};
   BackupBody body = [](const BackupOrder&, OperationBoard&, const CancelFlag&) { return BackupDone{}; };
+  std::function<void(const PinOrder&)> onPin;
+  Expected<Done, std::string> pinResult{Done{}};
   bool saveFails = false;
 
   int scans = 0;
   int readyCalls = 0;
   std::vector<BackupOrder> requests;
+  std::vector<PinOrder> pins;
   std::vector<HelperSettings> saved;
   std::vector<std::string> lines;
   std::vector<Announced> announced;

@@ -1,0 +1,46 @@
+// What is done to a single backup point.
+
+#include "helper/service/model/HelperModel.h"
+#include "helper/service/model/HelperModel_private.h"
+#include "helper/service/model/PointLabel.h"
+#include "records/RLDArchive.h"
+#include "records/RLDArchiveItem.h"
+
+namespace zpk {
+
+PointReference HelperModel::pointAt(std::uint64_t arcItem) const {
+  const auto& items = std::get<PresentArchive>(_facts.archive).archive->items();
+  return {*_facts.settings.archivePath, arcItem, items[arcItem]->indexFilePath().value_or("")};
+}
+
+void HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string& withLabel, Answer answer) {
+  if (!takesCommands()) return answer(ResultCode::serviceIsBusy);
+  if (const auto code = missingForArchive(arcItem)) return answer(*code);
+  if (auto reason = whyNoLabel(withLabel)) {
+    fail(std::move(*reason));
+    changed(Weight::milestone);
+    return answer(ResultCode::success);
+  }
+  commandBegins();
+  struct Pinned {
+    Expected<Done, std::string> result;
+    ArchiveView archive;
+  };
+  // Unpinning sends no label, and what somebody once wrote is not to be lost by it.
+  const bool keepsLabel = !flag && withLabel.empty();
+  PinOrder order{pointAt(arcItem), flag, keepsLabel ? std::nullopt : std::optional(withLabel)};
+  onWorker<Pinned>(
+      [&archives = _parts.archives, order = std::move(order)] {
+        Expected<Done, std::string> result = archives.pin(order);
+        return Pinned{std::move(result), archives.look(order.point.archivePath)};
+      },
+      [this, answer = std::move(answer)](Pinned pinned) {
+        commandEnds();
+        _facts.archive = std::move(pinned.archive);
+        if (!pinned.result) fail(pinned.result.error());
+        changed(pinned.result ? Weight::ordinary : Weight::milestone);
+        answer(ResultCode::success);
+      });
+}
+
+}  // namespace zpk

@@ -1,0 +1,111 @@
+// What the model does to single backup points.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "helper/service/HelperWorld.h"
+#include "helper/service/model/PointLabel.h"
+
+namespace zpk {
+namespace {
+
+using test::HelperWorld;
+using testing::HasSubstr;
+
+using Weight = HelperModel::Weight;
+
+class HelperPoints : public testing::Test {
+ protected:
+  HelperPoints() {
+    world.archives[HelperWorld::kArchive] = test::archiveWith(3);
+    world.startConfigured();
+  }
+
+  std::optional<ResultCode> pin(bool flag, std::uint64_t item, const std::string& label = {}) {
+    std::optional<ResultCode> code;
+    world.model->pin(flag, item, label, world.into(code));
+    world.settle();
+    return code;
+  }
+
+  HelperWorld world;
+};
+
+TEST_F(HelperPoints, PinningAsksForThePointThatWasShownAndShowsWhatBecameOfIt) {
+  world.onPin = [&](const PinOrder&) { world.archives[HelperWorld::kArchive] = test::archiveWith(2); };
+  EXPECT_EQ(pin(true, 1, "before the update"), ResultCode::success);
+  ASSERT_EQ(world.pins.size(), 1U);
+  EXPECT_EQ(world.pins[0].point.archivePath, HelperWorld::kArchive);
+  EXPECT_EQ(world.pins[0].point.index, 1U);
+  EXPECT_EQ(world.pins[0].point.indexPath, test::pointIndexPath(1));
+  EXPECT_TRUE(world.pins[0].isPinned);
+  EXPECT_EQ(world.pins[0].label, "before the update");
+  EXPECT_EQ(statuskey::archiveDescription.read(world.status())->items().size(), 2U);
+  EXPECT_EQ(world.announced.size(), 1U);
+}
+
+TEST_F(HelperPoints, APinnedPointBearsTheLabelAsGivenAndAnUnpinnedOneKeepsItsOwn) {
+  pin(true, 0, "");
+  pin(false, 0, "");
+  pin(false, 0, "another");
+  ASSERT_EQ(world.pins.size(), 3U);
+  EXPECT_EQ(world.pins[0].label, "");
+  EXPECT_EQ(world.pins[1].label, std::nullopt);
+  EXPECT_FALSE(world.pins[1].isPinned);
+  EXPECT_EQ(world.pins[2].label, "another");
+}
+
+TEST_F(HelperPoints, APlaceWithoutAPointIsABadIndex) {
+  for (const std::uint64_t item : {std::uint64_t{3}, ~std::uint64_t{0}}) {
+    EXPECT_EQ(pin(true, item, "x"), ResultCode::badIndex);
+  }
+  EXPECT_TRUE(world.pins.empty());
+  EXPECT_TRUE(world.announced.empty());
+}
+
+TEST_F(HelperPoints, ALabelThatIsNotOneLineOfTextIsRefusedInPlainWords) {
+  EXPECT_EQ(pin(true, 0, "two\nlines"), ResultCode::success);
+  EXPECT_TRUE(world.pins.empty());
+  EXPECT_THAT(*statuskey::opError.read(world.status()), HasSubstr("one line"));
+  EXPECT_EQ(world.announced.back().weight, Weight::milestone);
+}
+
+TEST_F(HelperPoints, AFailureIsToldAndTheHelperGoesOn) {
+  world.pinResult = std::string("The disk is full.");
+  EXPECT_EQ(pin(true, 0, "x"), ResultCode::success);
+  EXPECT_EQ(statuskey::opError.read(world.status()), "The disk is full.");
+  EXPECT_EQ(world.announced.back().weight, Weight::milestone);
+  EXPECT_EQ(world.state(), HelperState::idle);
+}
+
+TEST_F(HelperPoints, WhileAPinIsStoredOtherCommandsAreAnsweredBusy) {
+  std::optional<ResultCode> first;
+  world.model->pin(true, 0, "x", world.into(first));
+  EXPECT_EQ(pin(true, 1, "y"), ResultCode::serviceIsBusy);
+  EXPECT_EQ(first, ResultCode::success);
+  EXPECT_EQ(world.pins.size(), 1U);
+}
+
+TEST(PointLabel, IsOneLineOfAtMost256Characters) {
+  const auto repeated = [](const std::string& text, std::size_t times) {
+    std::string result;
+    for (std::size_t i = 0; i < times; ++i) result += text;
+    return result;
+  };
+  for (const std::string& good :
+       {std::string(), std::string("before the update"), std::string("\xc3\xa4\xe2\x82\xac\xf0\x9f\x92\xbe"),
+        repeated("a", 256), repeated("\xf0\x9f\x92\xbe", 256)}) {
+    EXPECT_EQ(whyNoLabel(good), std::nullopt) << good;
+  }
+  EXPECT_THAT(*whyNoLabel(repeated("a", 257)), HasSubstr("256"));
+  EXPECT_THAT(*whyNoLabel(repeated("\xc3\xa4", 257)), HasSubstr("256"));
+  for (const char* bad : {"a\nb", "a\tb", "\x7f", "\xc2\x85", "\xe2\x80\xa8"}) {
+    EXPECT_THAT(whyNoLabel(bad).value_or(""), HasSubstr("one line")) << bad;
+  }
+  for (const char* bad : {"\xff", "\xc3", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\x80", "\xe2\x82"}) {
+    EXPECT_THAT(whyNoLabel(bad).value_or(""), HasSubstr("not valid")) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace zpk
