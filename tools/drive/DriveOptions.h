@@ -4,12 +4,16 @@
 #include <QStringList>
 #include <optional>
 
+#include "tools/drive/Hands.h"
+
 namespace zpk {
 
-// What to drive: a backup to `archive`, with pictures saved into the folder `pictures`.
+// What to drive: a backup to `archive`, or the whole tour with it, with pictures saved into the folder `pictures`.
 struct DriveOptions {
   QString archive;
   QString pictures;
+  bool wholeTour = false;
+  InputKind input = InputKind::mouse;
   bool systemBus = false;
 };
 

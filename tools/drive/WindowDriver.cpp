@@ -1,13 +1,11 @@
 #include "tools/drive/WindowDriver.h"
 
-#include <QAbstractButton>
-#include <QApplication>
-#include <QDialog>
 #include <QDir>
 #include <QLabel>
 #include <QPainter>
 #include <QPixmap>
-#include <QtTest/QTest>
+
+#include "mainwindow/ModalSession.h"
 
 namespace zpk {
 namespace {
@@ -23,15 +21,29 @@ WindowDriver::WindowDriver(Composition& program, QString pictures)
 }
 
 void WindowDriver::waitFor(const QString& what, Seconds atMost, const std::function<bool()>& seen) {
+  waitThroughErrorsFor(what, atMost, [&] {
+    if (seen()) return true;
+    failOnError();
+    return false;
+  });
+}
+
+void WindowDriver::waitThroughErrorsFor(const QString& what, Seconds atMost, const std::function<bool()>& seen) {
   const Seconds end = _program.runLoop().now() + atMost;
   while (!seen()) {
-    if (const QString error = shownError(); !error.isEmpty()) {
-      takePicture(QStringLiteral("error"));
-      throw DriveFailed("the window says: " + error.toStdString());
+    if (_program.runLoop().now() >= end) {
+      takePicture(QStringLiteral("in-vain"));
+      throw DriveFailed(QStringLiteral("waited in vain for ") + what);
     }
-    if (_program.runLoop().now() >= end) throw DriveFailed("waited in vain for " + what.toStdString());
     _program.runLoop().runFor(kLook);
   }
+}
+
+void WindowDriver::failOnError() {
+  const QString error = shownError();
+  if (error.isEmpty()) return;
+  takePicture(QStringLiteral("error"));
+  throw DriveFailed(QStringLiteral("the window says: ") + error);
 }
 
 QDialog* WindowDriver::sheet() const {
@@ -41,38 +53,17 @@ QDialog* WindowDriver::sheet() const {
   return nullptr;
 }
 
+QDialog& WindowDriver::shownSheet() const {
+  QDialog* shown = sheet();
+  if (!shown) throw DriveFailed("there is no sheet over the window");
+  return *shown;
+}
+
 QString WindowDriver::shownError() const {
   const QDialog* shown = sheet();
-  if (_program.controller().modalSession() != 4 || !shown) return {};
+  if (_program.controller().modalSession() != modalsession::kError || !shown) return {};
   const auto* text = shown->findChild<QLabel*>(QStringLiteral("messageText"));
   return text ? text->text() : shown->windowTitle();
-}
-
-void WindowDriver::press(const char* buttonName) {
-  click(widget<QWidget>(buttonName));
-}
-
-void WindowDriver::pressTitled(const QString& title) {
-  QDialog* shown = sheet();
-  if (!shown) throw DriveFailed("no sheet to press " + title.toStdString() + " in");
-  for (QAbstractButton* button : shown->findChildren<QAbstractButton*>()) {
-    if (button->isVisible() && button->text().remove(u'&') == title) return click(*button);
-  }
-  throw DriveFailed("the sheet has no button " + title.toStdString());
-}
-
-void WindowDriver::click(QWidget& button) {
-  if (!button.isVisible() || !button.isEnabled()) {
-    throw DriveFailed("the button " + button.objectName().toStdString() + " cannot be pressed");
-  }
-  // A list of completions below a field takes the first click for itself.
-  if (QWidget* list = QApplication::activePopupWidget()) list->close();
-  QTest::mouseClick(&button, Qt::LeftButton);
-}
-
-void WindowDriver::type(QWidget& field, const QString& text) {
-  QTest::keyClick(&field, Qt::Key_A, Qt::ControlModifier);
-  QTest::keyClicks(&field, text);
 }
 
 void WindowDriver::takePicture(const QString& name) {
@@ -87,7 +78,8 @@ void WindowDriver::takePicture(const QString& name) {
     painter.fillRect(window, QColor(0, 0, 0, 70));
     painter.drawPixmap(place.topLeft(), shown->grab());
   }
-  const QString path = QDir(_folder).filePath(QStringLiteral("%1-%2.png").arg(_taken.size() + 1).arg(name));
+  const QString path =
+      QDir(_folder).filePath(QStringLiteral("%1-%2.png").arg(_taken.size() + 1, 2, 10, QLatin1Char('0')).arg(name));
   if (!picture.save(path)) throw DriveFailed("cannot write " + path.toStdString());
   _taken += path;
 }

@@ -1,48 +1,39 @@
 #pragma once
 
-#include <QElapsedTimer>
+#include <QDialog>
 #include <QString>
 #include <QStringList>
 #include <functional>
-#include <stdexcept>
 
 #include "app/Composition.h"
-
-class QDialog;
-class QWidget;
+#include "tools/drive/DriveFailed.h"
 
 namespace zpk {
 
-// A step of the drive could not be taken, or what it was to bring about did not come. what() says which.
-class DriveFailed : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-// Works the program's window as a user would: waits for what is to be seen, presses what can be pressed, takes
-// pictures. Main thread.
+// The eyes on the program's window: finds what is shown, waits for what is to be seen, takes pictures. Whatever is
+// not there in time, or an error that nobody expected, throws DriveFailed. Main thread.
 class WindowDriver {
  public:
   WindowDriver(Composition& program, QString pictures);
 
   // Serves the program until `seen`; throws DriveFailed, naming `what`, when the time is over or an error is shown.
   void waitFor(const QString& what, Seconds atMost, const std::function<bool()>& seen);
-
-  // Presses a button of the window or of its sheet, by its name; throws when there is none that can be pressed.
-  void press(const char* buttonName);
-  // Presses the sheet's button with that title (a toolkit's own sheet names its buttons by their titles alone).
-  void pressTitled(const QString& title);
-  // Replaces the text of the field by typing.
-  void type(QWidget& field, const QString& text);
+  // The same, where an error is what is waited for.
+  void waitThroughErrorsFor(const QString& what, Seconds atMost, const std::function<bool()>& seen);
 
   template <class W>
   W& widget(const char* name) {
-    W* found = _program.window().findChild<W*>(QString::fromLatin1(name));
-    if (!found) throw DriveFailed(std::string("the window has no ") + name);
-    return *found;
+    return required<W>(_program.window().findChild<W*>(QString::fromLatin1(name)), name);
   }
+  // A control of the sheet that is over the window.
+  template <class W>
+  W& sheetWidget(const char* name) {
+    return required<W>(shownSheet().template findChild<W*>(QString::fromLatin1(name)), name);
+  }
+
   // The sheet over the window; null for none.
   QDialog* sheet() const;
+  QDialog& shownSheet() const;
   // The text of the error sheet; empty when it is not shown.
   QString shownError() const;
 
@@ -51,7 +42,12 @@ class WindowDriver {
   const QStringList& pictures() const { return _taken; }
 
  private:
-  void click(QWidget& button);
+  template <class W>
+  static W& required(W* found, const char* name) {
+    if (!found) throw DriveFailed(std::string("the window has no ") + name);
+    return *found;
+  }
+  void failOnError();
 
   Composition& _program;
   QString _folder;

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "tools/drive/Hands.h"
+
+namespace zpk {
+
+// Tab, arrows, Space, Return, Esc and the commands' own keys; never the mouse.
+class KeyboardHands final : public Hands {
+ public:
+  void press(QAbstractButton& button) override;
+  void command(QAbstractButton& button, QAction& action) override;
+  void command(QAction& action) override;
+  void selectRow(QAbstractItemView& list, int row) override;
+  void tick(QAbstractItemView& list, const QModelIndex& box) override;
+  void type(QLineEdit& field, const QString& text) override;
+  void finish(QLineEdit& field, QWidget& elsewhere) override;
+  void slideDown(QSlider& slider) override;
+  void accept(QDialog& sheet) override;
+  void cancel(QDialog& sheet) override;
+};
+
+}  // namespace zpk

@@ -1,0 +1,67 @@
+#include "tools/drive/Stage.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QDialog>
+
+#include "mainwindow/ModalSession.h"
+
+namespace zpk {
+
+Dictionary Stage::status() const {
+  const auto newest = controller().currentStatus();
+  return newest ? *newest : Dictionary();
+}
+
+std::size_t Stage::pointCount() const {
+  return controller().arcItems() ? controller().arcItems()->size() : 0;
+}
+
+void expect(bool found, const QString& what) {
+  if (!found) throw DriveFailed(QStringLiteral("expected ") + what);
+}
+
+void command(Stage& stage, const char* button, const char* action) {
+  stage.hands.command(stage.window.widget<QAbstractButton>(button), stage.window.widget<QAction>(action));
+}
+
+void command(Stage& stage, const char* action) {
+  stage.hands.command(stage.window.widget<QAction>(action));
+}
+
+QDialog& awaitSheet(Stage& stage, const QString& what, std::int32_t session) {
+  stage.window.waitFor(what, kForASheet,
+                       [&] { return stage.controller().modalSession() == session && stage.window.sheet(); });
+  return stage.window.shownSheet();
+}
+
+void awaitNoSheet(Stage& stage, const QString& what) {
+  stage.window.waitFor(what, kForASheet, [&] {
+    return stage.controller().modalSession() == modalsession::kNone && !stage.window.sheet();
+  });
+}
+
+QString awaitError(Stage& stage, const QString& what) {
+  stage.window.waitThroughErrorsFor(what, kForASheet, [&] { return !stage.window.shownError().isEmpty(); });
+  return stage.window.shownError();
+}
+
+void awaitIdle(Stage& stage) {
+  stage.window.waitFor(QStringLiteral("the helper to be idle"), kForTheHelper, [&] {
+    return statuskey::state.read(stage.status()) == HelperState::idle && !stage.window.sheet();
+  });
+}
+
+bool awaitUnlessNotYet(Stage& stage, const QString& what, const std::function<bool()>& seen) {
+  const auto isNotYet = [&] { return stage.window.shownError().endsWith(QStringLiteral("is not available yet.")); };
+  stage.window.waitFor(what, kForABackup, [&] { return isNotYet() || seen(); });
+  if (!isNotYet()) return true;
+  // The record that no longer tells of it; whoever is quicker is told once more.
+  stage.window.waitThroughErrorsFor(QStringLiteral("the helper to forget the error"), kForTheHelper,
+                                    [&] { return !statuskey::opError.isPresentIn(stage.status()); });
+  stage.hands.cancel(stage.window.shownSheet());
+  awaitNoSheet(stage, QStringLiteral("the dismissed answer"));
+  return false;
+}
+
+}  // namespace zpk

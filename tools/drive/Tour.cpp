@@ -1,0 +1,52 @@
+#include "tools/drive/Tour.h"
+
+#include <cstdio>
+
+#include "tools/drive/TourSteps.h"
+
+namespace zpk {
+
+const std::vector<TourStep>& wholeTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"choose the disk", steps::chooseDisk},
+      {"name a folder that is not there", steps::meetMissingFolder},
+      {"choose the location", steps::chooseLocation},
+      {"back up", steps::backUp},
+      {"stop a backup", steps::stopBackup},
+      {"back up again", steps::backUpAgain},
+      {"read the log", steps::readLog},
+      {"change the limit", steps::changeLimit},
+      {"toggle the check", steps::toggleCheck},
+      {"pin a backup point", steps::pinPoint},
+      {"unpin it", steps::unpinPoint},
+      {"merge two backup points", steps::mergePoint},
+      {"meet another disk's archive", steps::meetForeignArchive},
+      {"choose the size of a restore", steps::chooseRestoreSize},
+      {"meet a disk that is too small", steps::meetFullDisk},
+  };
+  return tour;
+}
+
+const std::vector<TourStep>& backupTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"choose the disk", steps::chooseDisk},
+      {"choose the location", steps::chooseLocation},
+      {"back up", steps::backUp},
+  };
+  return tour;
+}
+
+void takeTour(const std::vector<TourStep>& steps, Stage& stage) {
+  for (const TourStep& step : steps) {
+    try {
+      std::printf("✓ %s\n", qUtf8Printable(step.take(stage)));
+      std::fflush(stdout);
+    } catch (const DriveFailed& failure) {
+      throw DriveFailed(std::string(step.name) + ": " + failure.what());
+    }
+  }
+}
+
+}  // namespace zpk

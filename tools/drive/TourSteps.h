@@ -1,0 +1,31 @@
+#pragma once
+
+#include "tools/drive/Stage.h"
+
+namespace zpk::steps {
+
+// Disk and place (PlaceSteps.cpp).
+QString openWindow(Stage& stage);
+QString chooseDisk(Stage& stage);
+QString meetMissingFolder(Stage& stage);
+QString chooseLocation(Stage& stage);
+QString meetForeignArchive(Stage& stage);
+
+// Backups (BackupSteps.cpp).
+QString stopBackup(Stage& stage);
+QString backUp(Stage& stage);
+QString backUpAgain(Stage& stage);
+QString readLog(Stage& stage);
+
+// Settings and backup points (PointSteps.cpp).
+QString changeLimit(Stage& stage);
+QString toggleCheck(Stage& stage);
+QString pinPoint(Stage& stage);
+QString unpinPoint(Stage& stage);
+QString mergePoint(Stage& stage);
+
+// The way to a restore (RestoreSteps.cpp).
+QString chooseRestoreSize(Stage& stage);
+QString meetFullDisk(Stage& stage);
+
+}  // namespace zpk::steps
