@@ -185,6 +185,19 @@ ArchiveResult<OpenFile> Archive::openPointFile(std::size_t point, const std::str
   return openIn(*folder, name);
 }
 
+ArchiveResult<OpenFile> Archive::openBackingFile(const std::string& backingFile) const {
+  constexpr std::string_view up = "../";
+  const std::size_t slash = backingFile.find('/', up.size());
+  const bool isPlain = backingFile.starts_with(up) && slash != std::string::npos &&
+                       backingFile.find('/', slash + 1) == std::string::npos && backingFile.ends_with(".pvhd");
+  const std::string folder = isPlain ? backingFile.substr(up.size(), slash - up.size()) : std::string();
+  if (!isPointFolderName(folder))
+    return damagedError("An image builds on a file that is not of this archive", path());
+  const ArchiveResult<OpenFile> open = openFolderIn(_package, folder);
+  if (!open) return open.error();
+  return openIn(*open, backingFile.substr(slash + 1));
+}
+
 ArchiveResult<PointIndex> Archive::readPoint(std::size_t point) const {
   const ArchiveResult<OpenFile> folder = openFolderIn(_package, _index.points.at(point));
   if (!folder) return folder.error();
@@ -214,7 +227,8 @@ ArchiveResult<PendingPoint> Archive::beginPoint() {
   return point;
 }
 
-ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index) {
+ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index,
+                                         const std::optional<ArchiveSource>& source) {
   assert(_lock && point._folder);
   const CancelFlag never;
   index.id = point._id;
@@ -223,6 +237,10 @@ ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index) {
   if (!step) return step;
   ArchiveIndex next = _index;
   next.points.push_back(point._name);
+  if (source) {
+    next.sourceDisk = source->disk;
+    next.sourceName = source->name;
+  }
   step = saveAtomically(_package, indexName, textOf(next));
   if (!step && takesBackIndex()) return step;
   // Either the point is made, or the index may name it all the same: its folder stays, and the next opening

@@ -33,6 +33,12 @@ class PendingPoint {
   std::optional<OpenFile> _folder;  // None once committed or moved from.
 };
 
+// The disk that an archive belongs to.
+struct ArchiveSource {
+  std::string disk;  // Identifier, as the helper gives it.
+  std::string name;
+};
+
 // A package folder NAME.rldbackup with its backup points. `docs/archive-format.md` describes the files.
 //
 //   ArchiveResult<Archive> archive = Archive::openForWriting(path);
@@ -75,12 +81,18 @@ class Archive {
   // writing.
   ArchiveResult<Done> savePoint(std::size_t point, const PointIndex& index);
 
+  // The file that an image of a point names as the one that it builds on; Damaged when that is not an image of
+  // another point of this archive.
+  ArchiveResult<OpenFile> openBackingFile(const std::string& backingFile) const;
+
   // A new folder with an id of its own. Only on an archive that is open for writing.
   ArchiveResult<PendingPoint> beginPoint();
 
   // The files in the point's folder are complete and synced. Writes index.json (with the point's id) and then
   // archive.json; only when that is durable does the point exist. A failure leaves the archive as it was.
-  ArchiveResult<Done> commitPoint(PendingPoint point, PointIndex index);
+  // With a source, the archive belongs to it from then on.
+  ArchiveResult<Done> commitPoint(PendingPoint point, PointIndex index,
+                                  const std::optional<ArchiveSource>& source = std::nullopt);
 
  private:
   Archive() = default;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,15 @@ struct BackupRequest {
   // A folder of the helper's own, where partitions of image files are shown to the tools when there are no loop
   // devices to be had (FuseExport.h). Empty: there is none.
   std::string exportFolder{};
+  // What the archive belongs to once the point is made; nothing leaves that as it is.
+  std::optional<ArchiveSource> source{};
+  // Told why a full point is made although there is a point that an increment could have built on.
+  std::function<void(const std::string& reason)> becomesFull{};
+};
+
+struct MadePoint {
+  PointIndex index;
+  std::uint64_t storedBytes = 0;  // What the new images hold, before compression: all of it, or what changed.
 };
 
 // Called on the calling thread, about once for every MiB; never goes back, and `done` reaches `total` only once the
@@ -39,5 +49,11 @@ using BackupProgress = std::function<void(std::uint64_t done, std::uint64_t tota
 // sync, and a raised `cancel` (answered within a second) end it with the archive as it was before.
 ArchiveResult<PointIndex> makeFullBackup(Archive& archive, const BackupRequest& request,
                                          const BackupProgress& progress, const CancelFlag& cancel);
+
+// The same, but as an increment on the newest point where that is possible: its images hold only what differs from
+// that point's, found by comparing hashes. An archive without points gets a full one, and so does one whose newest
+// point holds other disks or partitions, or cannot be relied on.
+ArchiveResult<MadePoint> makeBackup(Archive& archive, const BackupRequest& request, const BackupProgress& progress,
+                                    const CancelFlag& cancel);
 
 }  // namespace zpk

@@ -54,7 +54,7 @@ class Pipeline {
     for (std::uint64_t ticket = 0;; ++ticket) {
       std::unique_ptr<DiskSpan> span = waitFor(ticket);
       if (_cancel.isRequested()) return cancelledError();
-      if (!span) return _error ? ArchiveResult<Done>(*_error) : Done{};
+      if (!span) return _error ? ArchiveResult<Done>(*_error) : _job.sink.endOfDisk();
       const ArchiveResult<Done> written = write(*span);
       if (!written) return written;
       done += span->usedBytes();
@@ -67,7 +67,7 @@ class Pipeline {
   void start() {
     const unsigned workers = workerCount();
     for (unsigned i = 0; i < workers + spansAhead; ++i) {
-      _free.push_back(std::make_unique<DiskSpan>(_job.image.clusterSize()));
+      _free.push_back(std::make_unique<DiskSpan>(_job.sink.chunkSize()));
     }
     _running = workers;
     for (unsigned i = 0; i < workers; ++i) {
@@ -96,7 +96,8 @@ class Pipeline {
       std::uint64_t ticket = 0;
       std::unique_ptr<DiskSpan> span = take(ticket);
       if (!span) break;
-      const ArchiveResult<Done> read = span->read(_job.disk);
+      ArchiveResult<Done> read = span->read(_job.disk);
+      if (read && _job.sink.parent() != nullptr) read = span->look(*_job.sink.parent());
       if (!read) {
         fail(read.error());
         break;
@@ -160,9 +161,7 @@ class Pipeline {
 
   ArchiveResult<Done> write(const DiskSpan& span) {
     for (const SpanChunk& chunk : span.chunks()) {
-      ArchiveResult<Done> step = chunk.isCompressed ? _job.image.addCompressed(chunk.index, chunk.content)
-                                                    : _job.image.addPlain(chunk.index, chunk.content);
-      if (step) step = _job.map.add(chunk.index, chunk.hash);
+      ArchiveResult<Done> step = _job.sink.add(chunk);
       if (!step) return step;
     }
     return Done{};

@@ -3,10 +3,9 @@
 #include <cstdint>
 #include <functional>
 
-#include "helper/archive/ChunkMap.h"
+#include "helper/archive/ChunkSink.h"
 #include "helper/archive/DiskLayout.h"
 #include "helper/archive/DiskSource.h"
-#include "helper/archive/Qcow2Writer.h"
 
 namespace zpk {
 
@@ -14,15 +13,14 @@ namespace zpk {
 struct DiskImageJob {
   const DiskSource& disk;
   const DiskLayout& layout;
-  Qcow2Writer& image;
-  ChunkMapWriter& map;
+  ChunkSink& sink;
   std::uint64_t hashSeed = 0;
 };
 
 // Called on the calling thread with the stored bytes that were read and written so far; never goes back.
 using ImagedBytes = std::function<void(std::uint64_t bytes)>;
 
-// Copies everything that the layout names from the disk into the image and its map, without finishing them.
+// Copies everything that the layout names from the disk into the sink, without finishing image and map.
 //
 // Several threads read, hash and compress one span each, and wait when too many spans are ahead of the writer; the
 // calling thread writes the spans in their order. At most 24 spans exist, so the memory is bounded by about 50 MB

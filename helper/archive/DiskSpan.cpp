@@ -54,6 +54,10 @@ void DiskSpan::clearUnused() {
   std::ranges::fill(at({done, _end}), std::byte{0});
 }
 
+ArchiveResult<Done> DiskSpan::look(ParentHashes& parent) {
+  return parent.read(_start / _chunkSize, divideUp(_end - _start, _chunkSize), _parentHashes);
+}
+
 void DiskSpan::pack(ZSTD_CCtx_s* context, std::uint64_t seed) {
   _chunks.clear();
   std::size_t packedSize = 0;
@@ -66,7 +70,13 @@ void DiskSpan::pack(ZSTD_CCtx_s* context, std::uint64_t seed) {
     if (used->start >= start + _chunkSize) continue;
     const ByteSpan plain = at({start, start + _chunkSize});
     if (isAllZero(plain)) continue;
-    SpanChunk chunk{start / _chunkSize, hashOfChunk(plain, seed), plain, false};
+    SpanChunk chunk{start / _chunkSize, hashOfChunk(plain, seed), plain, false, false};
+    if (!_parentHashes.empty() && _parentHashes[(start - _start) / _chunkSize] == chunk.hash) {
+      chunk.content = {};
+      chunk.isInParent = true;
+      _chunks.push_back(chunk);
+      continue;
+    }
     const std::size_t frame = ZSTD_compress2(context, &_packed[packedSize], worthwhile, plain.data(), plain.size());
     if (ZSTD_isError(frame) == 0) {
       chunk.content = ByteSpan(_packed).subspan(packedSize, frame);

@@ -7,6 +7,7 @@
 #include "helper/archive/ChunkMap.h"
 #include "helper/archive/DiskLayout.h"
 #include "helper/archive/DiskSource.h"
+#include "helper/archive/ParentHashes.h"
 
 struct ZSTD_CCtx_s;
 
@@ -18,6 +19,7 @@ struct SpanChunk {
   ChunkHash hash{};
   ByteSpan content;  // A compressed frame, or the plain chunk.
   bool isCompressed = false;
+  bool isInParent = false;  // The parent has the same content there; `content` is empty.
 };
 
 // A stretch of the disk on its way through the pipeline: what is stored of it is read, the rest made zeros, and
@@ -37,6 +39,8 @@ class DiskSpan {
   std::uint64_t usedBytes() const { return _usedBytes; }
 
   ArchiveResult<Done> read(const DiskSource& disk);
+  // Before `pack`, when there is a parent: what it has in this stretch.
+  ArchiveResult<Done> look(ParentHashes& parent);
   void pack(ZSTD_CCtx_s* context, std::uint64_t seed);
   // The content points into this object; chunks that are all zeros are left out.
   const std::vector<SpanChunk>& chunks() const { return _chunks; }
@@ -54,6 +58,7 @@ class DiskSpan {
   std::vector<ByteRange> _used;
   AlignedBuffer _content;
   ByteBuffer _packed;
+  std::vector<std::optional<ChunkHash>> _parentHashes;  // Empty without a parent.
   std::vector<SpanChunk> _chunks;
 };
 

@@ -98,6 +98,10 @@ class Narrator {
   std::chrono::steady_clock::time_point _began = std::chrono::steady_clock::now();
 };
 
+ArchiveSource sourceOf(const ZPKDisk& disk) {
+  return {disk.gptID() ? disk.gptID()->stringValue() : std::string(), disk.name().value_or("")};
+}
+
 // One run of a backup: the archive that it writes to, and what becomes of it.
 class Run {
  public:
@@ -113,7 +117,7 @@ class Run {
     _board.line("Backing up \"" + name + "\" to " + _order.archivePath);
     ArchiveResult<Archive> archive = openOrCreate();
     if (!archive) return failed(archive.error());
-    ArchiveResult<PointIndex> point = makePoint(*archive);
+    const ArchiveResult<MadePoint> point = makePoint(*archive);
     if (!point) {
       // The archive is given back before its folder can go.
       const bool isEmpty = archive->index().points.empty();
@@ -136,19 +140,22 @@ class Run {
       return archive;
     }
     _board.line("Making a new archive");
-    const auto& disk = *_order.disk;
-    return Archive::create(_order.archivePath, {disk.gptID() ? disk.gptID()->stringValue() : std::string(),
-                                                disk.name().value_or(""), _time});
+    const ArchiveSource source = sourceOf(*_order.disk);
+    return Archive::create(_order.archivePath, {source.disk, source.name, _time});
   }
 
-  ArchiveResult<PointIndex> makePoint(Archive& archive) {
+  ArchiveResult<MadePoint> makePoint(Archive& archive) {
     _board.line("Examining the Windows side");
     Narrator narrator(_board);
     const auto progress = [&](std::uint64_t done, std::uint64_t total) { narrator.progress(done, total); };
     const BackupDisk disk{_order.disk->filePath().value_or(""), storedDisk(*_order.disk), !_order.checkFileSystem};
-    const BackupRequest request{{disk}, "", _time, _exportFolder};
-    ArchiveResult<PointIndex> point = makeFullBackup(archive, request, progress, _cancel);
+    const auto becomesFull = [&](const std::string& why) { _board.line("Making a full backup point: " + why); };
+    const BackupRequest request{{disk}, "", _time, _exportFolder, sourceOf(*_order.disk), becomesFull};
+    ArchiveResult<MadePoint> point = makeBackup(archive, request, progress, _cancel);
     if (point) {
+      if (point->index.kind == PointKind::Increment) {
+        _board.line("Changed since the last backup point: " + byteSizeString(point->storedBytes));
+      }
       _board.line("Backup point " + std::to_string(archive.index().points.size()) +
                   " is complete: " + narrator.account());
     }

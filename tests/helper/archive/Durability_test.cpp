@@ -91,6 +91,13 @@ ArchiveResult<PointIndex> backUp(Archive& archive, const std::string& disk, cons
   return makeFullBackup(archive, SampleDisk::requestFor(disk), ignoreProgress, cancel);
 }
 
+ArchiveResult<PointIndex> addIncrement(Archive& archive, const std::string& disk) {
+  ArchiveResult<MadePoint> made = makeBackup(archive, SampleDisk::requestFor(disk), ignoreProgress, {});
+  if (!made) return made.error();
+  EXPECT_EQ(made->index.kind, PointKind::Increment);
+  return std::move(made->index);
+}
+
 // Begins with one point.
 class Durability : public testing::Test {
  protected:
@@ -113,7 +120,8 @@ class Durability : public testing::Test {
     ArchiveResult<Archive> archive = Archive::openForWriting(path());
     if (!archive) return archive.error();
     arm(kind, stepsBeforeIt);
-    ArchiveResult<PointIndex> point = backUp(*archive, disk.path());
+    ArchiveResult<PointIndex> point =
+        pointKind == PointKind::Full ? backUp(*archive, disk.path()) : addIncrement(*archive, disk.path());
     fault = Fault::None;
     return point;
   }
@@ -147,11 +155,23 @@ class Durability : public testing::Test {
     return points.size();
   }
 
+  PointKind pointKind = PointKind::Full;  // Of the further points.
   ScratchFolder folder;
   SampleDisk disk{folder};
 };
 
-TEST_F(Durability, AKillAtAnyStepLosesNoPointAndLeavesNoHalfOne) {
+class DurabilityOfEachKind : public Durability, public testing::WithParamInterface<PointKind> {
+ protected:
+  DurabilityOfEachKind() {
+    pointKind = GetParam();
+    disk.overwrite(SampleDisk::reservedStart, "changed");
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Points, DurabilityOfEachKind, testing::Values(PointKind::Full, PointKind::Increment),
+                         [](const auto& kind) { return kind.param == PointKind::Full ? "Full" : "Increment"; });
+
+TEST_P(DurabilityOfEachKind, AKillAtAnyStepLosesNoPointAndLeavesNoHalfOne) {
   int step = 0;
   for (std::size_t points = 1; points == 1; ++step) {
     ASSERT_LT(step, 100) << "the backup never came to its end";
@@ -163,7 +183,7 @@ TEST_F(Durability, AKillAtAnyStepLosesNoPointAndLeavesNoHalfOne) {
   EXPECT_GE(step, 12) << "the backup was not killed where it was meant to be";
 }
 
-TEST_F(Durability, AFailedStepVoidsThePointWithTheReasonAndTheIndexNamesNoMissingOne) {
+TEST_P(DurabilityOfEachKind, AFailedStepVoidsThePointWithTheReasonAndTheIndexNamesNoMissingOne) {
   // The last sync of a commit fails when the new index is in place already; removing the point's folder then, as
   // after any other failure, made the archive name a point that was gone.
   int step = 0;
