@@ -49,7 +49,7 @@ HelperModel::HelperModel(const HelperParts& parts, HelperSettings settings, Anno
   if (_facts.settings.backupRunning) {
     _facts.settings.backupRunning = false;
     _facts.settings.lastBackupError =
-        "The last backup did not finish: the backup service ended while it ran. "
+        "It did not finish: the backup service ended while it ran. "
         "The archive is as it was before. Start the backup again.";
   }
   _facts.stateTime = std::max(_facts.settings.stateTimeLimit, stateTimeOf(_parts.clock.date()));

@@ -117,7 +117,7 @@ void HelperModel::backupEnded(const BackupOutcome& outcome, ArchiveView archive)
   _facts.settings.backupRunning = false;
   _facts.settings.lastBackupError.reset();
   if (std::holds_alternative<BackupStopped>(outcome)) {
-    _facts.settings.lastBackupError = "The last backup was stopped before it was complete.";
+    _facts.settings.lastBackupError = "It was stopped before it was complete.";
   }
   if (const auto* failed = std::get_if<BackupFailed>(&outcome)) {
     _facts.settings.lastBackupError = failed->reason;
