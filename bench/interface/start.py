@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
-"""Time and memory to the first painted window, and what an idle minute costs: ZPK against a bare Qt window.
+"""Time and memory to the first painted window, and what an idle minute costs: ZPK against a bare Qt window, empty and
+with one line of text.
 
 Qt itself says when a window's first painting is flushed (its category qt.widgets.painting); the programs carry nothing
-for this. Runs of the two alternate, so that both meet the same noise; figures are medians.
+for this. Runs of the three alternate, so that all meet the same noise;
+figures are medians.
 """
 import argparse
 import os
@@ -71,15 +73,17 @@ def main():
     if not options.program:
         parser.error("no program")
 
-    ours, bare = [], []
+    ours, bare, text = [], [], []
     for _ in range(options.runs):
         bare.append(measure([options.bare]))
+        text.append(measure([options.bare, "--text"]))
         ours.append(measure(options.program))
     for name, index, unit in (("first painted window", 0, "ms"), ("processor until then", 1, "ms"),
                               ("resident then", 2, "KiB"), ("proportional then", 3, "KiB")):
         a = statistics.median(r[index] for r in ours)
-        b = statistics.median(r[index] for r in bare)
-        print(f"{name:22} {a:9.1f} {unit:4} bare {b:9.1f}  ratio {a / b:.2f}  difference {a - b:+.1f}")
+        for yardstick, runs in (("bare", bare), ("text", text)):
+            b = statistics.median(r[index] for r in runs)
+            print(f"{name:22} {a:9.1f} {unit:4} {yardstick} {b:9.1f}  ratio {a / b:.2f}  difference {a - b:+.1f}")
 
     if options.idle_seconds > 0:
         process, _ = started(options.program)

@@ -1,7 +1,9 @@
 #include "interface/ElidedLabel.h"
 
+#include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QToolTip>
 
 namespace zpk {
 namespace {
@@ -34,7 +36,6 @@ void ElidedLabel::setElideMode(Qt::TextElideMode mode) {
 void ElidedLabel::setPlainText(const QString& newText) {
   if (newText == text()) return;
   setText(newText);
-  updateToolTip();
 }
 
 QSize ElidedLabel::minimumSizeHint() const {
@@ -52,15 +53,18 @@ void ElidedLabel::paintEvent(QPaintEvent*) {
                    fontMetrics().elidedText(text(), _elideMode, line.width()));
 }
 
-void ElidedLabel::resizeEvent(QResizeEvent* event) {
-  QLabel::resizeEvent(event);
-  updateToolTip();
+bool ElidedLabel::event(QEvent* event) {
+  if (event->type() != QEvent::ToolTip) return QLabel::event(event);
+  showToolTip(static_cast<QHelpEvent*>(event)->globalPos());
+  return true;
 }
 
-void ElidedLabel::updateToolTip() {
+// Whether the text is cut is found out when the pointer asks: measuring it costs more than all else about a text
+// that is set.
+void ElidedLabel::showToolTip(QPoint where) {
   const bool cut = fontMetrics().horizontalAdvance(text()) > contentsRect().width();
   // A tool tip guesses whether its text is markup; escaped, it is shown as it stands.
-  setToolTip(cut ? QStringLiteral("<qt>%1</qt>").arg(text().toHtmlEscaped()) : QString());
+  QToolTip::showText(where, cut ? QStringLiteral("<qt>%1</qt>").arg(text().toHtmlEscaped()) : QString(), this);
 }
 
 }  // namespace zpk

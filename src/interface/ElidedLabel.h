@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QLabel>
+#include <QPoint>
 
 namespace zpk {
 
@@ -22,11 +23,11 @@ class ElidedLabel final : public QLabel {
   QSize minimumSizeHint() const override;
 
  protected:
+  bool event(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
 
  private:
-  void updateToolTip();
+  void showToolTip(QPoint where);
 
   Role _role = Role::primary;
   Qt::TextElideMode _elideMode = Qt::ElideRight;
