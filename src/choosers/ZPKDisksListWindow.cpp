@@ -116,12 +116,12 @@ ZPKDisksListWindow::Accessory ZPKDisksListWindow::checkRestoreTarget(const ZPKDi
 }
 
 void ZPKDisksListWindow::refuse(std::uint64_t need, std::uint64_t have) {
+  setNoFreeSpace(true);
   willChangeValueForKey("errorDescription");
   _errorDescription = _localization.localizedString("Not enough free space. Need: NEED, have: HAVE.");
   replaceWord(_errorDescription, "HAVE", byteSizeString(have));
   replaceWord(_errorDescription, "NEED", byteSizeString(need));
   didChangeValueForKey("errorDescription");
-  setNoFreeSpace(true);
 }
 
 void ZPKDisksListWindow::offerSizes(std::uint64_t need, std::uint64_t have) {

@@ -98,6 +98,31 @@ TEST_F(DisksListWindow, ChangingTheRowChecksAgainOrderingOutDoesNot) {
   EXPECT_FALSE(window.noFreeSpace());
 }
 
+TEST_F(DisksListWindow, RefusalIsAnnouncedBeforeItsReason) {
+  Array announced;
+  const Token flag = window.observe("noFreeSpace", [&] { announced.emplace_back("noFreeSpace"); });
+  const Token reason = window.observe("errorDescription", [&] { announced.emplace_back("errorDescription"); });
+  show(ZPKDisksListWindow::kRestoreType, {bootCamp}, 200 * kGB);
+  EXPECT_EQ(announced, (Array{"noFreeSpace", "errorDescription"}));
+}
+
+TEST_F(DisksListWindow, SelectionIsAnnouncedBeforeTheAccessoryFollows) {
+  show(ZPKDisksListWindow::kRestoreType, {bootCamp, mac}, 50 * kGB);
+  Array announced;
+  std::vector<Token> tokens;
+  for (const char* key : {"selectedDisksIndexes", "sliderRange", "sliderValue", "accessory", "noFreeSpace"})
+    tokens.push_back(window.observe(key, [&announced, key] { announced.emplace_back(key); }));
+  window.setSelectedDisksIndexes({1});
+  EXPECT_EQ(announced, (Array{"selectedDisksIndexes", "sliderRange", "sliderValue", "accessory"}));
+}
+
+// The difference is one of unsigned numbers, as the system takes it.
+TEST_F(DisksListWindow, DiskWhoseLeastSizeExceedsItsSizeReadsAsAVeryLargeOne) {
+  show(ZPKDisksListWindow::kRestoreType, {macDisk(2, "Odd", 100 * kGB, 100 * kGB + 1)}, 50 * kGB);
+  EXPECT_FALSE(window.noFreeSpace());
+  EXPECT_EQ(window.sliderMaximum(), ~std::uint64_t{0});
+}
+
 TEST_F(DisksListWindow, NoFreeSpaceIsAnnouncedOnlyWhenItChanges) {
   int announced = 0;
   const Token token = window.observe("noFreeSpace", [&] { ++announced; });
