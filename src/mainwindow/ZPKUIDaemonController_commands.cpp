@@ -64,8 +64,9 @@ void ZPKUIDaemonController::sheetOKAction() {
 void ZPKUIDaemonController::sheetCancelAction() {
   const bool errorDismissed = _modalSession == modalsession::kError;
   setModalSession(modalsession::kNone);
-  // What came in while the error was shown decided no sheet; the newest record does now.
-  if (const auto status = currentStatus(); status && errorDismissed) project(*status);
+  // What came in while the error was shown decided no sheet; the newest record does now. That of a helper that is
+  // gone asks for nothing any more: an error that it carries would come up again each time it is dismissed.
+  if (const auto status = currentStatus(); status && errorDismissed && isHelperReachable()) project(*status);
 }
 
 void ZPKUIDaemonController::sendRestore() {

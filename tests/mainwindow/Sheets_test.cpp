@@ -113,6 +113,17 @@ TEST_F(Sheets, ErrorThatTheRecordStillCarriesIsShownAgain) {
   EXPECT_EQ(ui().errorDescription(), "second");
 }
 
+TEST_F(Sheets, HelperThatIsGoneAsksForNoSheetWhenTheErrorIsDismissed) {
+  world.push(failing("first"));
+  world.transport.helperDies();
+  ui().sheetCancelAction();
+  EXPECT_EQ(ui().modalSession(), 0);
+  world.transport.helperAppears();
+  world.loop.advance(Seconds(3));
+  world.push(in(HelperState::busy));
+  EXPECT_EQ(ui().modalSession(), 1);
+}
+
 TEST_F(Sheets, SettingTheSessionThatIsShownReopensIt) {
   world.push(readyStatus());
   ui().setModalSession(7);
