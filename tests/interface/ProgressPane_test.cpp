@@ -108,6 +108,21 @@ TEST_F(Progress, LogComesUpWithAnOperationAndGoesWithAGoodEnd) {
   EXPECT_TRUE(isShown("lastErrorRow"));
 }
 
+// Stop comes up where the first click was.
+TEST_F(Progress, DoubleClickThatStartsABackupDoesNotStopIt) {
+  activate();
+  helper().whenCalled("backup", [this] { world.transport.push(backupStatus(1, {"line"})); });
+  const auto* button = world.find<QWidget>("backupButton");
+  QTest::mouseDClick(world.window->windowHandle(), Qt::LeftButton, {},
+                     button->mapTo(world.window.get(), button->rect().center()));
+  InterfaceWorld::settle();
+  EXPECT_EQ(helper().count("backup"), 1U);
+  ASSERT_TRUE(isShown("stopButton"));
+  EXPECT_EQ(helper().count("breakProgress"), 0U);
+  world.click("stopButton");
+  EXPECT_EQ(helper().count("breakProgress"), 1U);
+}
+
 TEST_F(Progress, FocusGoesFromTheMainButtonToStopAndBack) {
   activate();
   world.find<QWidget>("backupButton")->setFocus();
