@@ -1,10 +1,12 @@
 #include "interface/WindowActions.h"
 
+#include <QLineEdit>
 #include <QWidget>
 
 #include "interface/Icons.h"
 #include "interface/StaticTexts.h"
 #include "interface/WindowTexts.h"
+#include "mainwindow/ModalSession.h"
 
 namespace zpk {
 namespace {
@@ -62,6 +64,8 @@ QAction* WindowActions::add(const char* name, const QString& text, const QList<Q
   action->setObjectName(QLatin1String(name));
   action->setShortcuts(keys);
   action->setMenuRole(QAction::NoRole);
+  // A key that is held down gives its command once.
+  action->setAutoRepeat(false);
   _all.push_back(action);
   return action;
 }
@@ -84,7 +88,9 @@ void WindowActions::setPictures() {
 
 void WindowActions::connectCommands() {
   const auto on = [this](QAction* action, auto command) {
-    QObject::connect(action, &QAction::triggered, &_window, command);
+    QObject::connect(action, &QAction::triggered, &_window, [this, action, command] {
+      if (finishTyping(*action)) command();
+    });
   };
   on(chooseDisk, [this] { _controller.selectSourceAction(); });
   on(chooseLocation, [this] { _controller.selectBackupPath(); });
@@ -93,6 +99,16 @@ void WindowActions::connectCommands() {
   on(restore, [this] { _controller.restore(); });
   on(merge, [this] { _controller.mergeArvhiveAction(); });
   on(pin, [this] { togglePin(); });
+}
+
+// What is being typed is sent first. A sheet would take the focus from it and so have it sent, and the record that
+// answers would close the sheet. False when something came of it that is in the way of the action.
+bool WindowActions::finishTyping(const QAction& action) {
+  QWidget* field = qobject_cast<QLineEdit*>(_window.focusWidget());
+  if (!field) return true;
+  field->clearFocus();
+  field->setFocus(Qt::OtherFocusReason);
+  return action.isEnabled() && _controller.modalSession() == modalsession::kNone;
 }
 
 void WindowActions::togglePin() {

@@ -60,6 +60,7 @@ class WindowActions {
   void showPin();
   void showStop();
   void togglePin();
+  bool finishTyping(const QAction& action);
 
   QWidget& _window;
   ZPKUIDaemonController& _controller;

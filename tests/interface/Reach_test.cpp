@@ -85,6 +85,28 @@ TEST_F(Reach, LimitIsCommittedByReturnAndGoesBackWhenTheHelperSaysSo) {
   EXPECT_EQ(helper().count("setMaxIncrementsCount"), 1U);
 }
 
+// Sent only when the sheet takes the focus, it would be answered by a record, which closes the sheet again.
+TEST_F(Reach, WhatIsBeingTypedIsSentBeforeASheetOpens) {
+  Dictionary taken = readyStatus();
+  statuskey::maxIncCount.set(taken, 25);
+  helper().whenCalled("setMaxIncrementsCount", [&] { world.transport.push(taken); });
+  world.show(readyStatus());
+  activate();
+  auto* field = world.find<QLineEdit>("maxIncCountField");
+  field->setFocus();
+  field->selectAll();
+  QTest::keyClicks(field, "25");
+  QTest::keyClick(world.window.get(), Qt::Key_D, Qt::ControlModifier);
+  InterfaceWorld::settle();
+  EXPECT_EQ(helper().lastCall("setMaxIncrementsCount").arguments, Array{25});
+  ASSERT_NE(world.sheet(), nullptr);
+  EXPECT_EQ(world.controller->modalSession(), 3);
+  QTest::keyClick(world.sheet(), Qt::Key_Escape);
+  InterfaceWorld::settle();
+  EXPECT_EQ(world.window->focusWidget(), field);
+  EXPECT_EQ(helper().count("setMaxIncrementsCount"), 1U);
+}
+
 TEST_F(Reach, SettingsSayWhyTheyCannotBeChanged) {
   world.show(readyStatus());
   EXPECT_TRUE(isEnabled("maxIncCountField"));
