@@ -25,6 +25,7 @@ namespace {
 
 constexpr int kNoticeSide = 22;
 constexpr int kArrowSide = 26;
+
 QString nameIn(const Dictionary& info) {
   return displayText(info["name"].textOr(""));
 }
@@ -38,7 +39,8 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
       _actions(std::make_unique<WindowActions>(*this, *_controller, surroundings.watch, surroundings.localization)),
       _sheets(std::make_unique<SheetHost>(
           *this, *_controller,
-          SheetHost::Surroundings{surroundings.localization, surroundings.dates, surroundings.images})) {
+          SheetHost::Surroundings{
+              surroundings.localization, surroundings.dates, surroundings.images, {_actions->quit}})) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, _localization);
   makePanes(surroundings);
@@ -133,7 +135,8 @@ void MainWindow::bindOperation() {
   // it loses it when it is disabled.
   _bindings.bind(*_controller, "currentStatus", [this] { _mainControlFocused = isMainControlFocused(); });
   _bindings.bind(*_controller,
-                 {"currentStatus", "sourceFound", "arcSet", "backupEnabled", "firstBackup", "lastBackup"},
+                 {"launched", "helperReachable", "currentStatus", "sourceFound", "arcSet", "backupEnabled",
+                  "firstBackup", "lastBackup"},
                  [this] { showReadiness(); });
   _bindings.bind(*_controller, "lastBackupError", [this] { showLastError(); });
   _bindings.bind(*_controller, "inProgress", [this] { showRunning(); });
@@ -152,8 +155,11 @@ void MainWindow::showLastError() {
   const auto& error = _controller->lastBackupError();
   _ui->lastErrorRow->setVisible(error.has_value());
   if (!error) return;
-  _ui->lastErrorLabel->setText(localizedText(_localization, "The last backup failed:") + u' ' +
-                               withBreaks(displayText(*error)));
+  const QString text =
+      localizedText(_localization, "The last backup failed:") + u' ' + withBreaks(displayText(*error));
+  _ui->lastErrorLabel->setText(text);
+  // Its name tells assistive technology what it is, and hides what it says.
+  _ui->lastErrorLabel->setAccessibleDescription(text);
 }
 
 bool MainWindow::isMainControlFocused() const {

@@ -34,20 +34,21 @@ void setBold(QLabel& title) {
 }  // namespace
 
 MessageSheet::MessageSheet(QWidget& window, const Message& message)
-    : Sheet(window), _text(new ScrolledText(kTextWidth)), _advice(plainLabel({})), _contents(new QVBoxLayout) {
-  setWindowTitle(message.title);
-  setAccessibleName(message.title);
-
+    : Sheet(window),
+      _title(plainLabel({})),
+      _text(new ScrolledText(kTextWidth)),
+      _advice(plainLabel({})),
+      _contents(new QVBoxLayout) {
   auto* symbol = new QLabel;
   symbol->setPixmap(symbolIcon(message.symbol).pixmap(QSize(kSymbolSide, kSymbolSide), devicePixelRatioF()));
-  QLabel* title = plainLabel(message.title);
-  setBold(*title);
+  setBold(*_title);
+  setTitle(message.title);
   _text->label().setObjectName(QStringLiteral("messageText"));
   _advice->setObjectName(QStringLiteral("messageAdvice"));
   setText(message.text);
   setAdvice({});
   _contents->setSpacing(8);
-  _contents->addWidget(title);
+  _contents->addWidget(_title);
   _contents->addWidget(_text);
   _contents->addWidget(_advice);
 
@@ -63,6 +64,12 @@ MessageSheet::MessageSheet(QWidget& window, const Message& message)
   addAnswers(*whole, message);
 }
 
+void MessageSheet::setTitle(const QString& title) {
+  setWindowTitle(title);
+  setAccessibleName(title);
+  _title->setText(title);
+}
+
 void MessageSheet::setText(const QString& text) {
   _text->setText(text);
   describe();
@@ -72,6 +79,11 @@ void MessageSheet::setAdvice(const QString& advice) {
   _advice->setText(advice);
   _advice->setVisible(!advice.isEmpty());
   describe();
+}
+
+void MessageSheet::offerCancel(bool offered) {
+  _cancel->setVisible(offered);
+  if (offered) _cancel->setFocus();
 }
 
 void MessageSheet::describe() {
@@ -84,14 +96,14 @@ void MessageSheet::addAnswers(QVBoxLayout& whole, const Message& message) {
   auto* buttons = new QHBoxLayout;
   buttons->addStretch();
   if (message.cancel) {
-    QPushButton* cancel = message.accept ? new QPushButton(this) : new PrimaryButton(this);
-    cancel->setText(message.cancel->title);
-    cancel->setObjectName(QStringLiteral("cancelButton"));
-    cancel->setDefault(!message.accept);
-    connect(cancel, &QPushButton::clicked, this, [this] { reject(); });
+    _cancel = message.accept ? new QPushButton(this) : new PrimaryButton(this);
+    _cancel->setText(message.cancel->title);
+    _cancel->setObjectName(QStringLiteral("cancelButton"));
+    _cancel->setDefault(!message.accept);
+    connect(_cancel, &QPushButton::clicked, this, [this] { reject(); });
     setCancelAction(message.cancel->action);
-    cancel->setFocus();
-    buttons->addWidget(cancel);
+    _cancel->setFocus();
+    buttons->addWidget(_cancel);
   }
   if (message.accept) {
     auto* accept = new PrimaryButton(message.accept->title, this);

@@ -8,6 +8,7 @@
 #include "interface/Sheet.h"
 
 class QLabel;
+class QPushButton;
 class QVBoxLayout;
 
 namespace zpk {
@@ -32,6 +33,7 @@ class MessageSheet : public Sheet {
 
   MessageSheet(QWidget& window, const Message& message);
 
+  void setTitle(const QString& title);
   void setText(const QString& text);
   // A second paragraph: what to do about it. Not there when empty.
   void setAdvice(const QString& advice);
@@ -39,14 +41,18 @@ class MessageSheet : public Sheet {
  protected:
   // Where a subclass puts controls of its own: below the text.
   QVBoxLayout& contents() { return *_contents; }
+  // Whether the button of the cancel answer is there to be used.
+  void offerCancel(bool offered);
 
  private:
   void addAnswers(QVBoxLayout& whole, const Message& message);
   void describe();
 
+  QLabel* _title;
   ScrolledText* _text;
   QLabel* _advice;
   QVBoxLayout* _contents;
+  QPushButton* _cancel = nullptr;
 };
 
 }  // namespace zpk

@@ -17,15 +17,42 @@ namespace {
 
 constexpr qsizetype kErrorTextLimit = 2000;
 
+// Nothing to answer: it goes when the helper is ready. One that is gone never says so, and must not hold the
+// window.
 class BusySheet final : public MessageSheet {
  public:
-  BusySheet(QWidget& window, const Message& message) : MessageSheet(window, message) {
+  BusySheet(QWidget& window, ZPKUIDaemonController& controller, const Localization& localization)
+      : MessageSheet(window, messageOf(controller, localization)) {
     auto* bar = new QProgressBar(this);
     bar->setRange(0, 0);
     bar->setTextVisible(false);
-    bar->setAccessibleName(message.title);
     contents().addWidget(bar);
+    _bindings.bind(controller, "helperReachable", [this, bar, &controller, &localization] {
+      showHelper(controller.isHelperReachable(), localization);
+      bar->setAccessibleName(accessibleName());
+    });
   }
+
+ private:
+  static Message messageOf(ZPKUIDaemonController& controller, const Localization& localization) {
+    return {.symbol = Symbol::disk,
+            .title = {},
+            .text = {},
+            .accept = std::nullopt,
+            .cancel = Answer{localizedText(localization, "&Close"), [&controller] {
+                               if (!controller.isHelperReachable()) controller.sheetCancelAction();
+                             }}};
+  }
+
+  void showHelper(bool there, const Localization& l) {
+    setTitle(there ? localizedText(l, "The helper is busy")
+                   : localizedText(l, "The backup helper is not running."));
+    setText(there ? localizedText(l, "Disks and archive are being read. This takes a moment.")
+                  : localizedText(l, "Waiting for the helper…"));
+    offerCancel(!there);
+  }
+
+  Bindings _bindings;
 };
 
 // "Before the update" (14 Nov 2023), or the date alone of a point without a label.
@@ -53,7 +80,8 @@ SheetHost::SheetHost(QWidget& window, ZPKUIDaemonController& controller, const S
       _controller(controller),
       _localization(surroundings.localization),
       _dates(surroundings.dates),
-      _images(surroundings.images) {}
+      _images(surroundings.images),
+      _actions(surroundings.actions) {}
 
 SheetHost::~SheetHost() = default;
 
@@ -64,6 +92,7 @@ QDialog* SheetHost::currentSheet() const {
 void SheetHost::beginSheet(const SheetWindow& window) {
   _sheet = makeSheet(window);
   if (!_sheet) return;
+  _sheet->addActions(_actions);
   _sheet->open();
   if (auto* sheet = dynamic_cast<Sheet*>(_sheet.data())) sheet->shown();
 }
@@ -92,7 +121,7 @@ QDialog* SheetHost::makeSheet(const SheetWindow& window) {
 QDialog* SheetHost::makeOutlet(SheetOutlet outlet) {
   switch (outlet) {
     case SheetOutlet::updateInfoWindow:
-      return makeUpdateInfo();
+      return new BusySheet(_window, _controller, _localization);
     case SheetOutlet::errorDescriptionWindow:
       return makeErrorDescription();
     case SheetOutlet::arcNotFromSourceWindow:
@@ -103,16 +132,6 @@ QDialog* SheetHost::makeOutlet(SheetOutlet outlet) {
       return new LabelSheet(_window, _controller, _localization);
   }
   return nullptr;
-}
-
-// Nothing to answer: it goes when the helper is ready.
-QDialog* SheetHost::makeUpdateInfo() {
-  return new BusySheet(
-      _window, {.symbol = Symbol::disk,
-                .title = localizedText(_localization, "The helper is busy"),
-                .text = localizedText(_localization, "Disks and archive are being read. This takes a moment."),
-                .accept = std::nullopt,
-                .cancel = std::nullopt});
 }
 
 QDialog* SheetHost::makeErrorDescription() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QPointer>
 #include <QWidget>
 #include <memory>
@@ -11,6 +12,7 @@
 #include "mainwindow/SheetPresenter.h"
 #include "mainwindow/ZPKUIDaemonController.h"
 
+class QAction;
 class QDialog;
 
 namespace zpk {
@@ -23,6 +25,7 @@ class SheetHost final : public SheetPresenter {
     const Localization& localization;
     const DateFormatter& dates;
     const ImageLoader& images;
+    QList<QAction*> actions;  // of the window, that work over a sheet too
   };
 
   SheetHost(QWidget& window, ZPKUIDaemonController& controller, const Surroundings& surroundings);
@@ -37,7 +40,6 @@ class SheetHost final : public SheetPresenter {
  private:
   QDialog* makeSheet(const SheetWindow& window);
   QDialog* makeOutlet(SheetOutlet outlet);
-  QDialog* makeUpdateInfo();
   QDialog* makeErrorDescription();
   QDialog* makeArcNotFromSource();
   QDialog* makeMergeConfirmation();
@@ -48,6 +50,7 @@ class SheetHost final : public SheetPresenter {
   const Localization& _localization;
   const DateFormatter& _dates;
   const ImageLoader& _images;
+  const QList<QAction*> _actions;
   QPointer<QDialog> _sheet;
   Bindings _bindings;
 };

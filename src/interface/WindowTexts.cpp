@@ -59,7 +59,8 @@ bool isWaitingForHelper(const ZPKUIDaemonController& controller) {
 }
 
 QString readinessText(const ZPKUIDaemonController& controller, const Localization& localization) {
-  if (isWaitingForHelper(controller)) return localizedText(localization, "Waiting for the helper…");
+  const bool away = controller.isLaunched() && !controller.isHelperReachable();
+  if (away || isWaitingForHelper(controller)) return localizedText(localization, "Waiting for the helper…");
   if (!controller.sourceFound()) return localizedText(localization, "Choose the Windows disk to protect");
   if (!controller.arcSet()) return localizedText(localization, "Choose where to keep the backups");
   if (!controller.backupEnabled()) return localizedText(localization, "The backups cannot be reached now");

@@ -291,11 +291,21 @@ TEST_F(Window, HelperThatIsGoneIsSaidWithoutLosingTheLastState) {
   EXPECT_FALSE(isShown("linkBanner"));
 }
 
+TEST_F(Window, HelperThatIsGoneIsWaitedForAndNothingIsReady) {
+  world.show(readyStatus());
+  EXPECT_EQ(text("readinessLabel"), "Ready to back up");
+  world.transport.helperDies();
+  EXPECT_EQ(text("readinessLabel"), "Waiting for the helper…");
+  world.transport.helperAppears();
+  EXPECT_EQ(text("readinessLabel"), "Ready to back up");
+}
+
 TEST_F(Window, LastBackupErrorStaysUntilAGoodBackup) {
   Dictionary status = readyStatus();
   statuskey::lastBackupError.set(status, "Windows is hibernated");
   world.show(status);
   EXPECT_TRUE(isShown("lastErrorRow"));
+  EXPECT_TRUE(world.find<QWidget>("lastErrorLabel")->accessibleDescription().contains("Windows is hibernated"));
   EXPECT_TRUE(text("lastErrorLabel").contains("Windows is hibernated"));
   world.show(readyStatus());
   EXPECT_FALSE(isShown("lastErrorRow"));
