@@ -13,6 +13,8 @@ class SizeSteps {
   SizeSteps(std::uint64_t least, std::uint64_t most);
 
   int last() const { return _last; }
+  // From one round size to the next.
+  std::uint64_t unit() const { return _unit; }
   // Steps that a page key moves by.
   int page() const;
   // `step` beyond either end is that end.

@@ -2,22 +2,12 @@
 
 #include <QItemSelectionModel>
 #include <QScopedValueRollback>
-#include <QSignalBlocker>
 
-#include "choosers/SizeSteps.h"
 #include "interface/DisplayText.h"
 #include "interface/StaticTexts.h"
 #include "ui_DisksListSheet.h"
 
 namespace zpk {
-namespace {
-
-// Disks are larger than a slider's numbers: it has steps, not bytes.
-SizeSteps stepsOf(const ZPKDisksListWindow& chooser) {
-  return {chooser.sliderMinimum(), chooser.sliderMaximum()};
-}
-
-}  // namespace
 
 DisksListSheet::DisksListSheet(QWidget& window, std::shared_ptr<ZPKDisksListWindow> chooser,
                                const Localization& localization, const ImageLoader& images)
@@ -72,44 +62,42 @@ void DisksListSheet::showSelection() {
   if (!index || *index >= static_cast<std::uint64_t>(_disks.rowCount())) {
     return _ui->disksListContentView->clearSelection();
   }
-  const QModelIndex row = _disks.index(static_cast<int>(*index), 0);
-  if (_ui->disksListContentView->currentIndex() != row) _ui->disksListContentView->setCurrentIndex(row);
+  _ui->disksListContentView->selectionModel()->setCurrentIndex(_disks.index(static_cast<int>(*index), 0),
+                                                               QItemSelectionModel::ClearAndSelect);
 }
 
-// The row that is marked, and not the one with the focus: a row can be unmarked, and then nothing is chosen.
+// One disk of the list is always marked: a click that would unmark it changes nothing.
 void DisksListSheet::sendSelection() {
   if (_showing) return;
   IndexSet rows;
   for (const QModelIndex& row : _ui->disksListContentView->selectionModel()->selectedRows()) {
     rows.insert(static_cast<std::uint64_t>(row.row()));
   }
+  if (rows.empty()) return showSelection();
   if (rows != _chooser->selectedDisksIndexes()) _chooser->setSelectedDisksIndexes(std::move(rows));
 }
 
 void DisksListSheet::bindAccessory() {
-  _bindings.bind(*_chooser, "noFreeSpace",
-                 [this] { _ui->accessoryTabView->setCurrentIndex(_chooser->noFreeSpace() ? 1 : 0); });
-  _bindings.bind(*_chooser, "errorDescription",
-                 [this] { _ui->errorDescriptionLabel->setText(displayText(_chooser->errorDescription())); });
+  _bindings.bind(*_chooser, {"noFreeSpace", "errorDescription"}, [this] { showRefusal(); });
   _bindings.bind(*_chooser, {"sliderValue", "sliderRange"}, [this] { showSlider(); });
   _bindings.bind(*_chooser, "accessory", [this] { _accessory->setUnfolded(_chooser->accessoryPresent()); });
-  connect(_ui->slider, &QSlider::valueChanged, this, [this](int step) { sliderMoved(step); });
+  connect(_ui->slider, &SizeSlider::sizeChosen, this, [this](quint64 size) { _chooser->setSliderValue(size); });
+}
+
+// Said by the list too: that is where the focus is while disks are tried.
+void DisksListSheet::showRefusal() {
+  const QString why = displayText(_chooser->errorDescription());
+  _ui->errorDescriptionLabel->setText(placedText(why, layoutDirection()));
+  _ui->accessoryTabView->setCurrentIndex(_chooser->noFreeSpace() ? 1 : 0);
+  _ui->disksListContentView->setRemark(_chooser->noFreeSpace() ? why : QString());
 }
 
 void DisksListSheet::showSlider() {
-  const SizeSteps steps = stepsOf(*_chooser);
   const QString size = displayText(_chooser->restoreSizeText());
-  _ui->restoreSizeLabel->setText(size);
-  // A step's number says nothing to someone who cannot see where it is.
+  _ui->restoreSizeLabel->setText(placedText(size, layoutDirection()));
+  _ui->slider->setSizes(SizeSteps(_chooser->sliderMinimum(), _chooser->sliderMaximum()));
+  _ui->slider->setChosenSize(_chooser->sliderValue().value_or(0));
   _ui->slider->setAccessibleDescription(size);
-  const QSignalBlocker quiet(_ui->slider);
-  _ui->slider->setRange(0, steps.last());
-  _ui->slider->setPageStep(steps.page());
-  _ui->slider->setValue(steps.stepNearest(_chooser->sliderValue().value_or(0)));
-}
-
-void DisksListSheet::sliderMoved(int step) {
-  _chooser->setSliderValue(stepsOf(*_chooser).sizeAt(step));
 }
 
 void DisksListSheet::bindButtons() {

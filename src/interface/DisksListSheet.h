@@ -34,8 +34,8 @@ class DisksListSheet final : public Sheet {
   void showDisks();
   void showSelection();
   void sendSelection();
+  void showRefusal();
   void showSlider();
-  void sliderMoved(int step);
 
   std::shared_ptr<ZPKDisksListWindow> _chooser;
   const Localization& _localization;

@@ -14,6 +14,7 @@ constexpr char16_t kSymbolForOther = u'\u2426';
 constexpr char16_t kZeroWidthSpace = u'\u200B';
 constexpr int kLongestWord = 32;
 constexpr char16_t kEllipsis = u'\u2026';
+constexpr char16_t kRightToLeftMark = u'\u200F';
 constexpr char16_t kFirstStrongIsolate = u'\u2068';
 constexpr char16_t kPopDirectionalIsolate = u'\u2069';
 
@@ -89,6 +90,12 @@ QString displayParagraph(std::string_view text, qsizetype limit) {
   QStringList lines = shownText(text, limit, LineEnds::kept).split(u'\n');
   for (QString& line : lines) line = isolated(line);
   return lines.join(u'\n');
+}
+
+QString placedText(const QString& text, Qt::LayoutDirection direction) {
+  if (direction != Qt::RightToLeft || text.isEmpty()) return text;
+  QString placed = QChar(kRightToLeftMark) + text;
+  return placed.replace(u'\n', QStringLiteral("\n") + QChar(kRightToLeftMark));
 }
 
 QString filledText(const QString& sentence, std::initializer_list<Filling> fillings) {

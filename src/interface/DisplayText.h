@@ -28,6 +28,10 @@ QString displayParagraph(std::string_view text, qsizetype limit);
 // A text of the program's own that is made of figures and Latin letters, such as "47 GB", isolated in the same way.
 QString isolated(const QString& text);
 
+// A text that begins with an isolated part tells no direction, and a label would put it at the side of its first
+// letter: the same with the direction of the window that it stands in, for each of its lines.
+QString placedText(const QString& text, Qt::LayoutDirection direction);
+
 // A sentence with its placeholder words replaced, wherever they stand, in one pass: what a text from outside
 // says is never taken for a placeholder. Longer placeholders must not begin with shorter ones.
 //

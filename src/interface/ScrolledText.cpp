@@ -5,11 +5,12 @@
 #include <QScrollBar>
 #include <algorithm>
 
+#include "interface/DisplayText.h"
+
 namespace zpk {
 namespace {
 
 constexpr int kMostLines = 12;
-const QString kRightToLeftMark(QChar(0x200F));
 
 }  // namespace
 
@@ -28,12 +29,8 @@ ScrolledText::ScrolledText(int width, QWidget* parent) : QScrollArea(parent), _l
   fit();
 }
 
-// A line that is one isolated text tells no direction, and would stand at the side of its first letter.
 void ScrolledText::setText(const QString& text) {
-  QString placed = text;
-  if (layoutDirection() == Qt::RightToLeft)
-    placed = kRightToLeftMark + placed.replace(u'\n', u'\n' + kRightToLeftMark);
-  _label->setText(text.isEmpty() ? text : placed);
+  _label->setText(placedText(text, layoutDirection()));
   fit();
 }
 

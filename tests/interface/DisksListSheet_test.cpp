@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QLabel>
 #include <QListView>
 #include <QProxyStyle>
@@ -9,7 +10,9 @@
 #include <QSlider>
 #include <QStackedWidget>
 #include <QtTest/QTest>
+#include <limits>
 #include <memory>
+#include <utility>
 
 #include "mainwindow/ControllerWorld.h"
 #include "support/StatusBuilder.h"
@@ -63,8 +66,8 @@ class DisksSheet : public testing::Test {
   QStackedWidget& accessory() const { return find<QStackedWidget>("accessoryTabView"); }
   std::string text(const char* label) const { return find<QLabel>(label).text().toStdString(); }
   std::string rowText(int row) const { return list().model()->index(row, 0).data().toString().toStdString(); }
-  void clickRow(int row) const {
-    QTest::mouseClick(list().viewport(), Qt::LeftButton, {},
+  void clickRow(int row, Qt::KeyboardModifiers modifiers = {}) const {
+    QTest::mouseClick(list().viewport(), Qt::LeftButton, modifiers,
                       list().visualRect(list().model()->index(row, 0)).center());
   }
 
@@ -161,6 +164,61 @@ TEST_F(DisksSheet, SizeIsSaidToAssistiveTechnology) {
   openRestore({mac}, 50 * kGB);
   QTest::keyClick(&slider(), Qt::Key_Home);
   EXPECT_EQ(slider().accessibleDescription(), "Size: 50 GB");
+  QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(&slider());
+  EXPECT_EQ(spoken->role(), QAccessible::Slider);
+  EXPECT_EQ(spoken->text(QAccessible::Value), "50 GB");
+  QAccessibleValueInterface* value = spoken->valueInterface();
+  ASSERT_NE(value, nullptr);
+  EXPECT_EQ(value->currentValue(), QVariant(50.0));
+  EXPECT_EQ(value->minimumValue(), QVariant(50.0));
+  EXPECT_EQ(value->maximumValue(), QVariant(200.0));
+  EXPECT_EQ(value->minimumStepSize(), QVariant(0.5));
+}
+
+TEST_F(DisksSheet, SizeIsSetByAssistiveTechnology) {
+  openRestore({mac}, 50 * kGB);
+  QAccessibleValueInterface* value = QAccessible::queryAccessibleInterface(&slider())->valueInterface();
+  for (const auto& [wanted, size] : {std::pair{120.6, 120 * kGB + kGB / 2}, std::pair{-3.0, 50 * kGB},
+                                     std::pair{1e30, 200 * kGB}, std::pair{99.0, 99 * kGB}}) {
+    value->setCurrentValue(wanted);
+    EXPECT_EQ(chooser->restoreSize(), size) << wanted;
+  }
+  value->setCurrentValue(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_GE(*chooser->restoreSize(), 50 * kGB);
+}
+
+TEST_F(DisksSheet, ListSaysWhyTheMarkedDiskWillNotDo) {
+  openRestore({small, mac}, 50 * kGB);
+  EXPECT_EQ(list().accessibleDescription(), "Not enough free space. Need: 50 GB, have: 10 GB.");
+  clickRow(1);
+  EXPECT_EQ(list().accessibleDescription(), "");
+}
+
+TEST_F(DisksSheet, OnlyAnEmptyListSaysThatItIs) {
+  open(ZPKDisksListWindow::kSelectType, {});
+  EXPECT_EQ(list().accessibleDescription(), "No disk with a Windows installation was found.");
+  chooser->setDisksList({bootCamp});
+  EXPECT_EQ(list().accessibleDescription(), "");
+}
+
+TEST_F(DisksSheet, OneDiskIsAlwaysMarked) {
+  open(ZPKDisksListWindow::kSelectType, {bootCamp, mac});
+  clickRow(1);
+  clickRow(1, Qt::ControlModifier);
+  EXPECT_TRUE(list().selectionModel()->isRowSelected(1));
+  EXPECT_EQ(chooser->selectedDisk(), mac);
+  QTest::keyClick(&list(), Qt::Key_Space, Qt::ControlModifier);
+  EXPECT_TRUE(list().selectionModel()->isRowSelected(1));
+}
+
+TEST_F(DisksSheet, WordsBelowTheListStandOnTheSideOfTheLanguage) {
+  QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+  openRestore({mac, small}, 50 * kGB);
+  EXPECT_TRUE(find<QLabel>("restoreSizeLabel").text().isRightToLeft());
+  clickRow(1);
+  EXPECT_TRUE(find<QLabel>("errorDescriptionLabel").text().isRightToLeft());
+  sheet.reset();
+  QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(DisksSheet, RoomThatJustSufficesIsOneSizeAndCanGoOn) {

@@ -52,6 +52,13 @@ TEST(DisplayText, TextOfBothDirectionsKeepsItsOwnOrder) {
   QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
+TEST(DisplayText, TextTakesItsPlaceFromTheWindowAndNotFromItsFirstLetter) {
+  const QString two = QStringLiteral("\u2068one\u2069\ntwo");
+  EXPECT_EQ(placedText(two, Qt::LeftToRight), two);
+  for (const QString& line : placedText(two, Qt::RightToLeft).split(u'\n')) EXPECT_TRUE(line.isRightToLeft());
+  EXPECT_EQ(placedText({}, Qt::RightToLeft), QString());
+}
+
 TEST(DisplayText, PlaceholdersAreFilledOnceWhateverTheTextsSay) {
   EXPECT_EQ(filledText("OLD and NEW", {{"NEW", "OLD"}, {"OLD", "NEW"}}), "NEW and OLD");
   EXPECT_EQ(filledText("NAME, NAME", {{"NAME", "x"}}), "x, x");

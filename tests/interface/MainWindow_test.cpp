@@ -91,19 +91,6 @@ TEST_F(Window, SourceIsChosenByKeyboardAndEscapeCancels) {
   EXPECT_EQ(helper().lastCall("setBackupSource").arguments, Array{identifierOf(*second)});
 }
 
-TEST_F(Window, DiskThatIsUnmarkedIsNotChosen) {
-  world.show(idleStatus({bootCampDisk(1, "First"), bootCampDisk(5, "Second")}));
-  world.click("selectSourceButton");
-  auto* list = world.find<QAbstractItemView>("disksListContentView");
-  const QPoint first = list->visualRect(list->model()->index(0, 0)).center();
-  QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier, first);
-  world.click("actionButton");
-  EXPECT_EQ(helper().count("setBackupSource"), 0U);
-  QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, first);
-  world.click("actionButton");
-  EXPECT_EQ(helper().count("setBackupSource"), 1U);
-}
-
 TEST_F(Window, SizeToRestoreFollowsTheSliderInBytes) {
   constexpr std::uint64_t kTB = 1'000'000'000'000;
   Dictionary status = readyStatus();
