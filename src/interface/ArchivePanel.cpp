@@ -51,20 +51,26 @@ ArchivePanel::ArchivePanel(QWidget& window, std::shared_ptr<ZPKArchiveSelector> 
   setOption(QFileDialog::DontConfirmOverwrite);
   setAcceptMode(QFileDialog::AcceptSave);
   setFileMode(QFileDialog::AnyFile);
-  setNameFilters(filtersOf(*_selector, localization));
+  // A pattern among letters from the right would read "rldbackup.*".
+  setOption(QFileDialog::HideNameFilterDetails);
+  if (!_selector->allowedFileTypes().empty()) setNameFilters(filtersOf(*_selector, localization));
   nameButtons();
   addRefusal();
   for (const char* list : {"listView", "treeView"}) {
     if (auto* view = findChild<QAbstractItemView*>(QString::fromLatin1(list))) chooseFromList(*view);
   }
-  setDirectory(QStandardPaths::writableLocation(QStandardPaths::HomeLocation));
-  selectFile(localizedText(localization, "Windows Backup"));
+  startIn(QStandardPaths::writableLocation(QStandardPaths::HomeLocation));
   _selector->setSavePanel(this);
 }
 
 // A panel goes some time after it was taken down; the selector may have its next one by then.
 ArchivePanel::~ArchivePanel() {
   if (_selector->savePanel() == this) _selector->setSavePanel(nullptr);
+}
+
+void ArchivePanel::startIn(const QString& folder) {
+  setDirectory(folder);
+  selectFile(localizedText(_localization, "Windows Backup"));
 }
 
 QLineEdit* ArchivePanel::nameField() const {
@@ -94,7 +100,10 @@ void ArchivePanel::addRefusal() {
   _refusal->setWordWrap(true);
   _refusal->hide();
   if (auto* grid = qobject_cast<QGridLayout*>(layout())) grid->addWidget(_refusal, grid->rowCount(), 0, 1, -1);
-  connect(nameField(), &QLineEdit::textChanged, _refusal, &QLabel::hide);
+  connect(nameField(), &QLineEdit::textChanged, this, [this] {
+    _refusal->hide();
+    nameField()->setAccessibleDescription({});
+  });
 }
 
 // The toolkit goes into every folder that is double-clicked, an archive's too, so its own reaction is taken away.
@@ -121,7 +130,8 @@ void ArchivePanel::activated(const QFileInfo& file) {
 }
 
 QString ArchivePanel::foreignExtension(const QString& name) const {
-  if (_selector->allowsOtherFileTypes() || _selector->hasAllowedFileType(name.toStdString())) return {};
+  const bool everyKind = _selector->allowsOtherFileTypes() || _selector->allowedFileTypes().empty();
+  if (everyKind || _selector->hasAllowedFileType(name.toStdString())) return {};
   // Of a kind that the system knows; "Backup 2.5" is a name, not a kind.
   const QString extension = QMimeDatabase().suffixForFileName(name);
   const bool number = std::all_of(extension.begin(), extension.end(), [](QChar c) { return c.isDigit(); });
@@ -132,6 +142,7 @@ void ArchivePanel::refuse(const QString& why) {
   _refusal->setText(why);
   _refusal->show();
   nameField()->setFocus();
+  // Said with the field, to those who do not see the line below it.
   nameField()->setAccessibleDescription(why);
 }
 

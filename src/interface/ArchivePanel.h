@@ -23,6 +23,9 @@ class ArchivePanel final : public QFileDialog, private SavePanel {
   ArchivePanel(QWidget& window, std::shared_ptr<ZPKArchiveSelector> selector, const Localization& localization);
   ~ArchivePanel() override;
 
+  // The folder that is shown first, where it is another than the user's own.
+  void startIn(const QString& folder);
+
   void accept() override;
   void reject() override;
 

@@ -1,6 +1,7 @@
 #include "interface/SheetHost.h"
 
 #include <QDialog>
+#include <QDir>
 #include <QProgressBar>
 #include <QVBoxLayout>
 #include <variant>
@@ -113,9 +114,19 @@ QDialog* SheetHost::makeSheet(const SheetWindow& window) {
     return new DisksListSheet(_window, *chooser, _localization, _images);
   }
   if (const auto* selector = std::get_if<std::shared_ptr<ZPKArchiveSelector>>(&window)) {
-    return new ArchivePanel(_window, *selector, _localization);
+    return makeArchivePanel(*selector);
   }
   return nullptr;
+}
+
+// Opens where the archive is kept now, unless that place is away: looking for it could take forever.
+QDialog* SheetHost::makeArchivePanel(const std::shared_ptr<ZPKArchiveSelector>& selector) {
+  auto* panel = new ArchivePanel(_window, selector, _localization);
+  const auto status = _controller.currentStatus();
+  if (!status || statuskey::arcState.read(*status) == ArcState::unavailable) return panel;
+  const QString folder = QString::fromStdString(_controller.destinationInfo()["location"].textOr(""));
+  if (!folder.isEmpty() && QDir(folder).exists()) panel->startIn(folder);
+  return panel;
 }
 
 QDialog* SheetHost::makeOutlet(SheetOutlet outlet) {

@@ -39,6 +39,7 @@ class SheetHost final : public SheetPresenter {
 
  private:
   QDialog* makeSheet(const SheetWindow& window);
+  QDialog* makeArchivePanel(const std::shared_ptr<ZPKArchiveSelector>& selector);
   QDialog* makeOutlet(SheetOutlet outlet);
   QDialog* makeErrorDescription();
   QDialog* makeArcNotFromSource();

@@ -185,8 +185,10 @@ TEST_P(Panel, NameOfAnotherKindOfFileIsRefusedInThePanel) {
   EXPECT_TRUE(chosen.empty());
   EXPECT_TRUE(refusal().isVisible());
   EXPECT_TRUE(refusal().text().contains(".rldbackup") && refusal().text().contains(".zip"));
+  EXPECT_EQ(name().accessibleDescription(), refusal().text());
   name().setText("Mine");
   EXPECT_FALSE(refusal().isVisible());
+  EXPECT_EQ(name().accessibleDescription(), "");
   QTest::keyClick(&name(), Qt::Key_Return);
   EXPECT_EQ(chosen, Chosen{in("Mine.rldbackup")});
 }
@@ -196,6 +198,14 @@ TEST_P(Panel, OtherKindsAreTakenWhereTheyAreAllowed) {
   open();
   type("Mine.zip");
   EXPECT_EQ(chosen, Chosen{in("Mine.zip")});
+}
+
+TEST_P(Panel, EveryKindIsTakenWhereNoneIsNamed) {
+  selector->setAllowedFileTypes({});
+  open();
+  type("Mine.zip");
+  type("Mine");
+  EXPECT_EQ(chosen, (Chosen{in("Mine.zip"), in("Mine")}));
 }
 
 TEST_P(Panel, TypedPathsResolveAgainstTheFolderShown) {
