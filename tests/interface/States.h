@@ -98,6 +98,11 @@ inline constexpr WindowState kWindowStates[] = {
      [](InterfaceWorld& world) {
        world.show(readyStatusWith([](Dictionary& status) { statuskey::state.set(status, HelperState::busy); }));
      }},
+    {"busy-helper-gone",
+     [](InterfaceWorld& world) {
+       world.show(readyStatusWith([](Dictionary& status) { statuskey::state.set(status, HelperState::busy); }));
+       world.transport.helperDies();
+     }},
     {"error",
      [](InterfaceWorld& world) {
        world.show(readyStatusWith([](Dictionary& status) {
