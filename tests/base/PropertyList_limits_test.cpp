@@ -49,6 +49,17 @@ TEST(PropertyListLimits, ADocumentOfTheGreatestSizeIsReadAndOneByteMoreIsNot) {
   EXPECT_EQ(reasonAgainst(greatest + " "), "longer than 16777216 bytes");
 }
 
+TEST(PropertyListLimits, ACallerMayAllowLess) {
+  PropertyListLimits limits;
+  limits.bytes = 3;
+  EXPECT_EQ(reasonAgainst("(a)", limits), kReadable);
+  EXPECT_EQ(reasonAgainst("(a )", limits), "longer than 3 bytes");
+  limits.depth = 1;
+  EXPECT_EQ(reasonAgainst("(a)", limits), kReadable);
+  limits.depth = 0;
+  EXPECT_EQ(reasonAgainst("(a)", limits), "nested deeper than 0 levels");
+}
+
 TEST(PropertyListLimits, SixtyFourContainersInOneAnotherAreReadAndOneMoreIsNot) {
   const std::string reason = "nested deeper than 64 levels";
   for (const auto& nested : {nestedXML, nestedText, nestedBinary}) {
