@@ -8,6 +8,7 @@
 #include "interface/StaticTexts.h"
 #include "interface/WindowTexts.h"
 #include "mainwindow/ActionObstacles.h"
+#include "mainwindow/ModalSession.h"
 
 namespace zpk {
 
@@ -18,8 +19,7 @@ SettingsPane::SettingsPane(ZPKUIDaemonController& controller, const Localization
       _count(new IncrementCountField(this)),
       _check(new CheckBox(this)) {
   layOut();
-  connect(_count, &IncrementCountField::countCommitted, this,
-          [this](quint64 count) { _controller.setMaxIncCount(count); });
+  connect(_count, &IncrementCountField::countCommitted, this, [this](quint64 count) { commitCount(count); });
   connect(_check, &QCheckBox::clicked, this, [this](bool checked) {
     // The box shows the helper's setting, which follows with its next record.
     _check->setChecked(_controller.checkFS());
@@ -54,6 +54,14 @@ void SettingsPane::layOut() {
   row->addSpacing(kGap);
   row->addWidget(_check);
   row->addStretch();
+}
+
+// The field is also left when a record disables it, or a sheet takes the focus: its user has not finished then, and
+// a command would be sent, and refused, in the middle of showing the record.
+void SettingsPane::commitCount(std::uint64_t count) {
+  const bool taken = settingsObstacle(_controller) || _controller.modalSession() != modalsession::kNone;
+  if (taken) return _count->setCount(_controller.maxIncCount());
+  _controller.setMaxIncCount(count);
 }
 
 void SettingsPane::allow() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <cstdint>
 
 #include "base/Localization.h"
 #include "interface/Binding.h"
@@ -19,6 +20,7 @@ class SettingsPane final : public QWidget {
 
  private:
   void layOut();
+  void commitCount(std::uint64_t count);
   void allow();
 
   ZPKUIDaemonController& _controller;

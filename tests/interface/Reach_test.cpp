@@ -107,6 +107,28 @@ TEST_F(Reach, WhatIsBeingTypedIsSentBeforeASheetOpens) {
   EXPECT_EQ(helper().count("setMaxIncrementsCount"), 1U);
 }
 
+// Its user has not finished: nothing is sent to a helper that takes no settings now.
+TEST_F(Reach, WhatIsBeingTypedIsGivenUpWhenTheFieldIsTakenAway) {
+  Dictionary busy = readyStatus();
+  statuskey::state.set(busy, HelperState::busy);
+  for (const Dictionary& status : {backupStatus(1, {"line"}), busy}) {
+    world.show(readyStatus());
+    activate();
+    auto* field = world.find<QLineEdit>("maxIncCountField");
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClicks(field, "25");
+    world.show(status);
+    if (world.sheet()) {
+      world.sheet()->activateWindow();
+      ASSERT_TRUE(QTest::qWaitForWindowActive(world.sheet()));
+    }
+    EXPECT_FALSE(field->hasFocus());
+    EXPECT_EQ(helper().count("setMaxIncrementsCount"), 0U);
+    EXPECT_EQ(field->text(), "10");
+  }
+}
+
 TEST_F(Reach, SettingsSayWhyTheyCannotBeChanged) {
   world.show(readyStatus());
   EXPECT_TRUE(isEnabled("maxIncCountField"));
