@@ -61,6 +61,7 @@ void ProgressPane::showProgress() {
   const int steps = progressSteps(_controller.progressPercents());
   _ui->progressBar->setValue(steps);
   _ui->percentLabel->setText(QString::number(steps / kStepsPerPercent) + u'%');
+  _ui->percentLabel->setAccessibleDescription(_ui->percentLabel->text());
   _ui->routeLabel->setPlainText(routeText(_controller, _localization));
   _ui->timesLabel->setPlainText(timesText(_controller, _localization));
 }

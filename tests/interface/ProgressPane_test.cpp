@@ -45,6 +45,7 @@ TEST_F(Progress, RemainingTimeThatIsNotKnownIsNotShown) {
   Dictionary status = backupStatus(10, {});
   world.show(status);
   EXPECT_TRUE(text("timesLabel").contains("Remaining 00:05:10"));
+  EXPECT_EQ(words("percentLabel"), "10%");
   status.remove("remainingtime");
   world.show(status);
   EXPECT_EQ(text("timesLabel"), "Elapsed 00:01:35");
