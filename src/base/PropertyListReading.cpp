@@ -236,11 +236,10 @@ std::optional<Bytes> parsedBase64(std::string_view text) {
     if (digit < 0) ++padding;
     group = group << 6 | static_cast<std::uint32_t>(digit < 0 ? 0 : digit);
     if (++count % 4 != 0) continue;
+    // The count of '=' goes on over all groups, so that a group after a padded one fails here or above.
     if (padding > 2) return std::nullopt;
     for (std::size_t i = 0; i < 3 - padding; ++i) bytes.push_back(static_cast<std::uint8_t>(group >> (16 - 8 * i)));
     group = 0;
-    // Nothing but white space may follow a padded group.
-    if (padding > 0) padding = 3;
   }
   if (count % 4 != 0) return std::nullopt;
   return bytes;

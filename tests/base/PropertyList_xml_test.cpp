@@ -91,7 +91,8 @@ TEST(XMLPropertyList, DatesThatNoCalendarHasAreRefused) {
 }
 
 TEST(XMLPropertyList, DataMustBeWholeGroupsOfBase64) {
-  for (const char* wrong : {"A", "AA", "AAA", "AA=", "A===", "====", "AA==AAAA", "AA=A", "AA-_", "AAAA="}) {
+  for (const char* wrong :
+       {"A", "AA", "AAA", "AA=", "A===", "====", "AA==AAAA", "AA======", "AAA=====", "AA=A", "AA-_", "AAAA="}) {
     EXPECT_EQ(reasonAgainst(xml("<data>" + std::string(wrong) + "</data>")), "not base64") << wrong;
   }
 }
