@@ -3,6 +3,7 @@
 #include <QItemSelectionModel>
 #include <QScopedValueRollback>
 
+#include "choosers/SizeSteps.h"
 #include "interface/DisplayText.h"
 #include "interface/StaticTexts.h"
 #include "ui_DisksListSheet.h"
