@@ -13,6 +13,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "helper/archive/MergeOperation.h"
+
 namespace zpk {
 namespace {
 
@@ -148,10 +150,11 @@ ArchiveResult<Archive> Archive::openForReading(const std::string& path) {
   if (!archive) return archive;
   const ArchiveResult<Done> read = archive->readIndex();
   if (!read) return read.error();
+  if (archive->_index.merging) std::erase(archive->_index.points, archive->_index.merging->parent);
   return archive;
 }
 
-ArchiveResult<Archive> Archive::openForWriting(const std::string& path) {
+ArchiveResult<Archive> Archive::openForWriting(const std::string& path, const CancelFlag& cancel) {
   // Read first: what is no archive gets no lock file and loses nothing.
   ArchiveResult<Archive> archive = openForReading(path);
   if (!archive) return archive;
@@ -160,6 +163,7 @@ ArchiveResult<Archive> Archive::openForWriting(const std::string& path) {
   archive->_lock.emplace(std::move(*lock));
   // And again under the lock: until now another process may have changed it.
   ArchiveResult<Done> step = archive->readIndex();
+  if (step && archive->_index.merging) step = finishMerge(*archive, cancel);
   if (step) step = archive->removeLeftovers();
   if (!step) return step.error();
   return archive;
@@ -179,8 +183,12 @@ std::string Archive::pointIndexPath(std::size_t point) const {
   return path() + "/" + _index.points.at(point) + "/" + pointIndexName;
 }
 
+ArchiveResult<OpenFile> Archive::openPointFolder(std::size_t point) const {
+  return openFolderIn(_package, _index.points.at(point));
+}
+
 ArchiveResult<OpenFile> Archive::openPointFile(std::size_t point, const std::string& name) const {
-  const ArchiveResult<OpenFile> folder = openFolderIn(_package, _index.points.at(point));
+  const ArchiveResult<OpenFile> folder = openPointFolder(point);
   if (!folder) return folder.error();
   return openIn(*folder, name);
 }
@@ -248,6 +256,39 @@ ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index,
   point._folder.reset();
   if (step) _index = std::move(next);
   return step;
+}
+
+ArchiveResult<Done> Archive::saveIndex(ArchiveIndex next) {
+  assert(_lock);
+  const ArchiveResult<Done> saved = saveAtomically(_package, indexName, textOf(next));
+  if (saved) {
+    _index = std::move(next);
+  } else {
+    takesBackIndex();
+  }
+  return saved;
+}
+
+ArchiveResult<Done> Archive::beginMerge(const PendingMerge& merge) {
+  ArchiveIndex next = _index;
+  next.merging = merge;
+  return saveIndex(std::move(next));
+}
+
+ArchiveResult<Done> Archive::abandonMerge() {
+  ArchiveIndex next = _index;
+  next.merging.reset();
+  return saveIndex(std::move(next));
+}
+
+ArchiveResult<Done> Archive::endMerge() {
+  const std::string parent = _index.merging.value().parent;
+  ArchiveIndex next = _index;
+  std::erase(next.points, parent);
+  next.merging.reset();
+  ArchiveResult<Done> saved = saveIndex(std::move(next));
+  if (saved) removePointFolder(_package.fd.get(), parent);
+  return saved;
 }
 
 bool Archive::takesBackIndex() {

@@ -63,10 +63,12 @@ class Archive {
   // in it belongs to the owner of the folder that it lies in.
   static ArchiveResult<Archive> create(const std::string& path, const Identity& identity);
 
+  // A point that a merge has given up is not among the points.
   static ArchiveResult<Archive> openForReading(const std::string& path);
 
-  // Also removes what a stopped run left: point folders that the index does not name.
-  static ArchiveResult<Archive> openForWriting(const std::string& path);
+  // Also finishes a merge that was interrupted, and removes what a stopped run left: point folders that the index
+  // does not name. A raised `cancel` takes the merge back, or leaves it to the next opening.
+  static ArchiveResult<Archive> openForWriting(const std::string& path, const CancelFlag& cancel = {});
 
   const std::string& path() const { return _package.path; }
   const ArchiveIndex& index() const { return _index; }
@@ -85,6 +87,15 @@ class Archive {
   // another point of this archive.
   ArchiveResult<OpenFile> openBackingFile(const std::string& backingFile) const;
 
+  // The steps of a merge that stand in the index (MergeOperation.h). A failure leaves the index as it was, or, of
+  // the last one, for the next opening to find.
+  ArchiveResult<Done> beginMerge(const PendingMerge& merge);
+  ArchiveResult<Done> abandonMerge();
+  // The parent is no point any more, and its folder goes.
+  ArchiveResult<Done> endMerge();
+  ArchiveResult<OpenFile> openPointFolder(std::size_t point) const;
+  const OpenFile& package() const { return _package; }
+
   // A new folder with an id of its own. Only on an archive that is open for writing.
   ArchiveResult<PendingPoint> beginPoint();
 
@@ -99,6 +110,7 @@ class Archive {
   static ArchiveResult<Archive> open(const std::string& path);
   ArchiveResult<Done> readIndex();
   ArchiveResult<Done> removeLeftovers();
+  ArchiveResult<Done> saveIndex(ArchiveIndex next);
   // After a failed save of the index: whether the old one is in place for certain.
   bool takesBackIndex();
 

@@ -18,6 +18,7 @@ enum class ArchiveFault {
   NotAnArchive,  // Something is there that was never an archive, or of a foreign format.
   NewerFormat,   // Written by a later version of the format.
   Damaged,       // It is an archive, but its bytes contradict themselves or their hashes.
+  Refused,       // What was asked for is against a rule that the message tells.
   SourceUnfit,   // The source must not be read in the state it is in.
   ToolFailed,    // A tool of the system could not be run or gave no usable answer.
 };

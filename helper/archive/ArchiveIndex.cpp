@@ -14,6 +14,7 @@ using nlohmann::json;
 
 constexpr const char* formatName = "rldbackup";
 constexpr std::size_t mostPoints = 100'000;
+constexpr std::size_t mostTables = 64;
 constexpr std::size_t idDigits = 32;
 constexpr std::size_t shortIdDigits = 8;
 constexpr std::size_t mostNumberDigits = 9;
@@ -33,17 +34,36 @@ std::string seedText(std::uint64_t seed) {
   return text;
 }
 
+// Nothing when it does not name two neighbours.
+std::optional<PendingMerge> mergeOf(const json& object, const std::vector<std::string>& points) {
+  if (!object.is_object()) return std::nullopt;
+  JsonFields fields(object);
+  PendingMerge merge{fields.text("parent"), fields.text("child"), {}};
+  for (const json& place : fields.array("tables", mostTables)) {
+    if (!place.is_number_unsigned()) return std::nullopt;
+    merge.tables.push_back(place.get<std::uint64_t>());
+  }
+  const auto parent = std::ranges::find(points, merge.parent);
+  const bool areNeighbours = parent != points.end() && parent + 1 != points.end() && *(parent + 1) == merge.child;
+  return fields.failed().empty() && areNeighbours ? std::optional(merge) : std::nullopt;
+}
+
 }  // namespace
 
 std::string textOf(const ArchiveIndex& index) {
-  return jsonText({{"format", formatName},
-                   {"version", archiveFormatVersion},
-                   {"id", index.id},
-                   {"sourceDisk", index.sourceDisk},
-                   {"sourceName", index.sourceName},
-                   {"hashSeed", seedText(index.hashSeed)},
-                   {"creationTime", index.creationTime},
-                   {"points", index.points}});
+  json object = {{"format", formatName},
+                 {"version", archiveFormatVersion},
+                 {"id", index.id},
+                 {"sourceDisk", index.sourceDisk},
+                 {"sourceName", index.sourceName},
+                 {"hashSeed", seedText(index.hashSeed)},
+                 {"creationTime", index.creationTime},
+                 {"points", index.points}};
+  if (index.merging) {
+    object["merging"] = {
+        {"parent", index.merging->parent}, {"child", index.merging->child}, {"tables", index.merging->tables}};
+  }
+  return jsonText(object);
 }
 
 ArchiveResult<ArchiveIndex> parseArchiveIndex(const std::string& text, const std::string& path) {
@@ -68,6 +88,10 @@ ArchiveResult<ArchiveIndex> parseArchiveIndex(const std::string& text, const std
                        seen.insert(point.get<std::string>()).second;
     if (!valid) fields.fail("points");
     if (valid) index.points.push_back(point.get<std::string>());
+  }
+  if (const auto merging = object->find("merging"); merging != object->end()) {
+    index.merging = mergeOf(*merging, index.points);
+    if (!index.merging) fields.fail("merging");
   }
   if (!fields.failed().empty()) {
     return damagedError("The archive's index has no usable \"" + fields.failed() + "\"", path);

@@ -1,12 +1,24 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "helper/archive/ArchiveError.h"
 
 namespace zpk {
+
+// A merge that has begun: the parent is given up, and its images are becoming the child's.
+struct PendingMerge {
+  std::string parent;  // Folders of two neighbouring points.
+  std::string child;
+  // Where the first table of each of the parent's images lay: one that has another now was switched over. Empty
+  // when the child's images build on nothing.
+  std::vector<std::uint64_t> tables;
+
+  bool operator==(const PendingMerge&) const = default;
+};
 
 // What archive.json says: the commit record of the whole archive. A point that it does not name does not exist.
 struct ArchiveIndex {
@@ -16,6 +28,7 @@ struct ArchiveIndex {
   std::uint64_t hashSeed = 0;
   std::int64_t creationTime = 0;    // Seconds since 1970, UTC.
   std::vector<std::string> points;  // Folders of the points, oldest first.
+  std::optional<PendingMerge> merging{};
 
   bool operator==(const ArchiveIndex&) const = default;
 };

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -122,6 +123,10 @@ ArchiveResult<OpenFile> openIn(const OpenFile& folder, const std::string& name) 
   return openRelative(folder, name, O_RDONLY | O_NONBLOCK, "A file could not be opened");
 }
 
+ArchiveResult<OpenFile> openForUpdateIn(const OpenFile& folder, const std::string& name) {
+  return openRelative(folder, name, O_RDWR | O_NONBLOCK, "A file could not be opened for writing");
+}
+
 ArchiveResult<OpenFile> openFolder(const std::string& path) {
   FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!fd) return readError("The folder could not be opened", path, 0, errno);
@@ -137,6 +142,21 @@ ArchiveResult<Done> renameIn(const OpenFile& folder, const std::string& from, co
     return writeError("A file could not be put in its place", folder.path + "/" + to, 0, errno);
   }
   return Done{};
+}
+
+ArchiveResult<Done> moveFile(const OpenFile& from, const OpenFile& to, const std::string& name) {
+  if (::renameat(from.fd.get(), name.c_str(), to.fd.get(), name.c_str()) != 0) {
+    return writeError("A file could not be put in its place", to.path + "/" + name, 0, errno);
+  }
+  return Done{};
+}
+
+ArchiveResult<std::uint64_t> freeBytes(const OpenFile& folder) {
+  struct statvfs status = {};
+  if (::fstatvfs(folder.fd.get(), &status) != 0) {
+    return readError("The free space could not be asked for", folder.path, 0, errno);
+  }
+  return std::uint64_t{status.f_bavail} * status.f_frsize;
 }
 
 ArchiveResult<std::string> readText(const OpenFile& folder, const std::string& name, std::uint64_t limit) {

@@ -37,9 +37,15 @@ ArchiveResult<Done> syncFolder(const OpenFile& folder, const CancelFlag& cancel)
 // files.
 ArchiveResult<OpenFile> createIn(const OpenFile& folder, const std::string& name);
 ArchiveResult<OpenFile> openIn(const OpenFile& folder, const std::string& name);
+// For reading and writing; the file is there.
+ArchiveResult<OpenFile> openForUpdateIn(const OpenFile& folder, const std::string& name);
 ArchiveResult<OpenFile> openFolder(const std::string& path);
 ArchiveResult<OpenFile> openFolderIn(const OpenFile& folder, const std::string& name);
 ArchiveResult<Done> renameIn(const OpenFile& folder, const std::string& from, const std::string& to);
+// From one folder to another of the same file system; what has the name there is replaced.
+ArchiveResult<Done> moveFile(const OpenFile& from, const OpenFile& to, const std::string& name);
+// Bytes that can still be written to the file system of that folder.
+ArchiveResult<std::uint64_t> freeBytes(const OpenFile& folder);
 
 // The content of a small file; a larger one than `limit` counts as damaged.
 ArchiveResult<std::string> readText(const OpenFile& folder, const std::string& name, std::uint64_t limit);

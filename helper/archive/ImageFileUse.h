@@ -12,4 +12,8 @@ namespace zpk {
 // and by the locks that qemu's programs take, also across machines. So "no" means "as far as can be told".
 bool isOpenForWriting(const FileDescriptor& file);
 
+// Whether anything else has the file open at all, also for reading: an image that is attached must not be
+// rewritten. Asked in the same two ways; any other descriptor of this process counts as well.
+bool isOpenElsewhere(const FileDescriptor& file);
+
 }  // namespace zpk

@@ -165,6 +165,7 @@ ArchiveResult<Done> Qcow2Reader::readCompressed(std::uint64_t entry, std::span<s
     }
   }
   if (out.pos != content.size()) return damaged("A compressed cluster of the image is too short", place);
+  _frame.resize(in.pos);
   return Done{};
 }
 

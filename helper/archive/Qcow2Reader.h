@@ -40,6 +40,9 @@ class Qcow2Reader {
   // Fills `content`, one cluster long; an absent cluster gives zeros.
   ArchiveResult<ClusterKind> read(std::uint64_t cluster, std::span<std::byte> content);
 
+  // The exact frame of the compressed cluster that was read last, until the next read.
+  ByteSpan frame() const { return _frame; }
+
   // The first cluster from `cluster` on that is not absent.
   ArchiveResult<std::optional<std::uint64_t>> nextPresent(std::uint64_t cluster);
 

@@ -20,6 +20,7 @@
 #include <thread>
 
 #include "helper/archive/BackupOperation.h"
+#include "helper/archive/MergeWorld.h"
 #include "helper/archive/SampleDisk.h"
 
 namespace {
@@ -198,6 +199,87 @@ TEST_P(DurabilityOfEachKind, AFailedStepVoidsThePointWithTheReasonAndTheIndexNam
     }
   }
   EXPECT_GE(step, 12) << "the fault was not there";
+}
+
+class DurabilityOfMerges : public test::MergeWorld, public testing::WithParamInterface<std::size_t> {
+ protected:
+  ~DurabilityOfMerges() override { fault = Fault::None; }
+
+  ArchiveResult<Done> mergeWith(Fault kind, int step) const {
+    Archive archive = open();
+    stepsBefore = step;
+    faults = 0;
+    fault = kind;
+    ArchiveResult<Done> done = mergeIntoParent(archive, GetParam(), ignoreProgress, {});
+    fault = Fault::None;
+    return done;
+  }
+  bool diesOf(int step) const {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(mergeWith(Fault::Dies, step).hasValue() ? 0 : 1);
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0);
+    return WIFSIGNALED(status);
+  }
+  // What readers find right after a stop is exact, too: the parent is among the points, or it is not.
+  void expectReadersFindMoments() {
+    ArchiveResult<Archive> reader = Archive::openForReading(path());
+    ASSERT_TRUE(reader.hasValue()) << reader.error().text();
+    const std::vector<std::string> all = moments;
+    const auto given = moments.begin() + static_cast<std::ptrdiff_t>(GetParam()) - 1;
+    if (reader->index().points.size() < all.size()) moments.erase(given);
+    expectMoments(*reader);
+    moments = all;
+  }
+  void beginAnew() const {
+    fs::remove_all(path());
+    test::mustRun("/bin/cp", {"-a", folder / "kept", path()});
+  }
+  void keep() const { test::mustRun("/bin/cp", {"-a", path(), folder / "kept"}); }
+};
+
+INSTANTIATE_TEST_SUITE_P(IntoAFullAndIntoAnIncrement, DurabilityOfMerges, testing::Values(1U, 2U));
+
+TEST_P(DurabilityOfMerges, AKillAtAnyStepLosesNothingAndTheNextOpeningFinishesIt) {
+  keep();
+  int step = 0;
+  for (bool died = true; died; ++step) {
+    ASSERT_LT(step, 100) << "the merge never came to its end";
+    beginAnew();
+    died = diesOf(step);
+    expectReadersFindMoments();
+    const Archive archive = open();
+    EXPECT_EQ(archive.index().merging, std::nullopt);
+    std::vector<std::string> all = moments;
+    if (archive.index().points.size() == 3)
+      moments.erase(moments.begin() + static_cast<std::ptrdiff_t>(GetParam()) - 1);
+    // Only what came before the archive said so is not taken up again.
+    EXPECT_TRUE(archive.index().points.size() == 3 || step < 2) << "step " << step;
+    expectMoments(archive);
+    moments = all;
+  }
+  EXPECT_GE(step, 10) << "the merge was not killed where it was meant to be";
+}
+
+TEST_P(DurabilityOfMerges, AFailedStepLeavesBothPointsOrIsFinishedLater) {
+  keep();
+  int step = 0;
+  for (bool failed = true; failed; ++step) {
+    ASSERT_LT(step, 100) << "the merge never came to its end";
+    beginAnew();
+    const ArchiveResult<Done> done = mergeWith(Fault::Fails, step);
+    failed = !done.hasValue();
+    EXPECT_EQ(faults > 0, failed) << "step " << step;
+    expectReadersFindMoments();
+    const Archive archive = open();
+    std::vector<std::string> all = moments;
+    if (archive.index().points.size() == 3)
+      moments.erase(moments.begin() + static_cast<std::ptrdiff_t>(GetParam()) - 1);
+    expectMoments(archive);
+    moments = all;
+  }
+  EXPECT_GE(step, 10) << "the fault was not there";
 }
 
 TEST_F(Durability, AFileSystemWithNothingToSyncForAFolderIsNoFailure) {

@@ -5,71 +5,18 @@
 
 #include <filesystem>
 
-#include "helper/archive/BackupOperation.h"
 #include "helper/archive/ChunkMap.h"
+#include "helper/archive/PointsWorld.h"
 #include "helper/archive/Qcow2Chain.h"
-#include "helper/archive/SampleDisk.h"
 
 namespace zpk {
 namespace {
 
-using test::SampleDisk;
-using test::ScratchFolder;
 using testing::HasSubstr;
 
 void ignoreProgress(std::uint64_t, std::uint64_t) {}
 
-constexpr const char* qemuImg = "/usr/bin/qemu-img";
-
-// Begins with one full point.
-class Increment : public testing::Test {
- protected:
-  Increment() { makePoint(); }
-
-  static Archive create(const std::string& path) {
-    ArchiveResult<Archive> archive = Archive::create(path, {"disk-id", "Sample", 1});
-    EXPECT_TRUE(archive.hasValue()) << (archive ? "" : archive.error().text());
-    return std::move(*archive);
-  }
-
-  ArchiveResult<MadePoint> backUp(BackupRequest request) {
-    whyFull.clear();
-    request.becomesFull = [this](const std::string& why) { whyFull = why; };
-    return makeBackup(archive, request, ignoreProgress, cancel);
-  }
-  MadePoint makePoint() {
-    ArchiveResult<MadePoint> point = backUp(disk.request());
-    EXPECT_TRUE(point.hasValue()) << (point ? "" : point.error().text());
-    return point ? std::move(*point) : MadePoint{};
-  }
-
-  std::string filePath(std::size_t point, const std::string& name) const {
-    return archive.path() + "/" + archive.index().points.at(point) + "/" + name;
-  }
-  std::string imagePath(std::size_t point) const { return filePath(point, "disk0.pvhd"); }
-  // The point as the field's own tool reads it.
-  std::string contentOf(std::size_t point) const {
-    test::mustRun(qemuImg, {"check", "-q", "-f", "qcow2", imagePath(point)});
-    test::mustRun(qemuImg, {"convert", "-f", "qcow2", "-O", "raw", imagePath(point), folder / "back.raw"});
-    return test::readAll(folder / "back.raw");
-  }
-
-  void changeSomeFiles(unsigned round = 0) const {
-    disk.change([round](const std::string& root) {
-      const ByteBuffer bytes = test::randomBytes(700'000, 100 + round);
-      test::writeAll(root + "/Users/new" + std::to_string(round),
-                     {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-      test::writeAll(root + "/Windows/System32/file3", "changed in round " + std::to_string(round));
-      std::filesystem::remove(root + "/Windows/System32/file" + std::to_string(151 + 2 * round));
-    });
-  }
-
-  ScratchFolder folder;
-  SampleDisk disk{folder};
-  CancelFlag cancel;
-  Archive archive = create(folder / "a.rldbackup");
-  std::string whyFull;
-};
+class Increment : public test::PointsWorld {};
 
 TEST_F(Increment, ReadsLikeAFullPointMadeAtTheSameMomentAndHoldsOnlyWhatChanged) {
   changeSomeFiles();

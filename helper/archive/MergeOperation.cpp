@@ -1,0 +1,248 @@
+#include "helper/archive/MergeOperation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+
+#include "helper/archive/ImageFileUse.h"
+#include "helper/archive/ImageMerge.h"
+#include "helper/archive/IncrementBase.h"
+
+namespace zpk {
+namespace {
+
+ArchiveError refused(std::string message) {
+  return {ArchiveFault::Refused, std::move(message), {}, 0, 0};
+}
+
+bool isSameDisk(const StoredDisk& a, const StoredDisk& b) {
+  return a.gptId == b.gptId;
+}
+
+// One merge, from its beginning or from where it was interrupted.
+class Merge {
+ public:
+  Merge(Archive& archive, std::size_t child, const MergeProgress& progress, const CancelFlag& cancel)
+      : _archive(archive), _childPlace(child), _progress(progress), _cancel(cancel) {}
+
+  ArchiveResult<Done> begin() {
+    ArchiveResult<Done> step = readPoints();
+    if (step) step = checkAllowed();
+    PendingMerge merge{folderOf(_childPlace - 1), folderOf(_childPlace), {}};
+    if (step && movesImages()) {
+      step = checkRoom();
+      for (std::size_t disk = 0; step && disk < _child.disks.size(); ++disk) step = openImages(disk);
+      for (const ImageMerge& image : _images) merge.tables.push_back(image.tablesPlace());
+    }
+    if (step) step = _archive.beginMerge(merge);
+    return step ? carryOut() : step;
+  }
+
+  ArchiveResult<Done> goOn() {
+    const PendingMerge merge = *_archive.index().merging;
+    ArchiveResult<Done> step = readPoints();
+    if (step && merge.tables.size() > _child.disks.size()) step = contradiction();
+    for (std::size_t disk = 0; step && disk < merge.tables.size(); ++disk) {
+      step = wasMoved(disk);
+      if (step && _moved) continue;
+      if (step) step = openImages(disk);
+      const bool isSwitched = step && _images.back().tablesPlace() != merge.tables[disk];
+      if (isSwitched) _images.back().skipFolding();
+      _pastReturn = _pastReturn || isSwitched;
+    }
+    if (step) return carryOut();
+    if (!_pastReturn && isUntouched(merge)) (void)_archive.abandonMerge();
+    return step;
+  }
+
+ private:
+  std::string folderOf(std::size_t point) const { return _archive.index().points[point]; }
+  bool movesImages() const { return _child.kind == PointKind::Increment; }
+  ArchiveError contradiction() const {
+    return damagedError("The backup point does not build on the one before it",
+                        _archive.pointIndexPath(_childPlace));
+  }
+
+  ArchiveResult<Done> readPoints() {
+    ArchiveResult<PointIndex> child = _archive.readPoint(_childPlace);
+    if (!child) return child.error();
+    _child = std::move(*child);
+    ArchiveResult<PointIndex> parent = _archive.readPoint(_childPlace - 1);
+    if (!parent) return parent.error();
+    _parent = std::move(*parent);
+    return Done{};
+  }
+
+  ArchiveResult<Done> checkAllowed() const {
+    if (_parent.isPinned) return refused("The backup point before this one is pinned. Unpin it to merge the two");
+    if (!std::ranges::equal(_child.disks, _parent.disks, isSameDisk)) {
+      return refused("The two backup points hold different disks and cannot be merged");
+    }
+    if (movesImages() && _child.parent != _parent.id) return contradiction();
+    return Done{};
+  }
+
+  ArchiveResult<Done> checkRoom() const {
+    std::uint64_t needed = 0;
+    for (std::size_t disk = 0; disk < _child.disks.size(); ++disk) {
+      const ArchiveResult<OpenFile> child = _archive.openPointFile(_childPlace, _child.disks[disk].image);
+      if (!child) return child.error();
+      const ArchiveResult<OpenFile> parent = _archive.openPointFile(_childPlace - 1, _parent.disks[disk].image);
+      if (!parent) return parent.error();
+      if (isOpenElsewhere(child->fd) || isOpenElsewhere(parent->fd)) {
+        return refused("One of the two backup points is in use. Detach it first");
+      }
+      const ArchiveResult<std::uint64_t> room = ImageMerge::roomFor(*parent, *child);
+      if (!room) return room.error();
+      needed += *room;
+    }
+    const ArchiveResult<std::uint64_t> available = freeBytes(_archive.package());
+    if (!available || *available >= needed) return Done{};  // Who cannot say may have enough.
+    const auto megabytes = [](std::uint64_t bytes) { return std::to_string(divideUp(bytes, 1'000'000)) + " MB"; };
+    return ArchiveError{ArchiveFault::NoSpace,
+                        "Merging needs " + megabytes(needed) + " of free space and there are " +
+                            megabytes(*available) + ". Make room at the location of the archive",
+                        {},
+                        0,
+                        0};
+  }
+
+  ArchiveResult<Done> openImages(std::size_t disk) {
+    const StoredDisk& stored = _child.disks[disk];
+    const ArchiveResult<OpenFile> folder = _archive.openPointFolder(_childPlace - 1);
+    if (!folder) return folder.error();
+    const std::string& name = _parent.disks[disk].image;
+    ArchiveResult<OpenFile> parent = openForUpdateIn(*folder, name);
+    if (!parent) return parent.error();
+    ArchiveResult<OpenFile> child = _archive.openPointFile(_childPlace, stored.image);
+    if (!child) return child.error();
+    ArchiveResult<OpenFile> map = _archive.openPointFile(_childPlace, stored.map);
+    if (!map) return map.error();
+    ArchiveResult<ImageMerge> image = ImageMerge::open(std::move(*parent), std::move(*child), std::move(*map));
+    if (!image) return image.error();
+    if (image->backingFile() != backingFileName(folderOf(_childPlace - 1), name) || name != stored.image) {
+      return contradiction();
+    }
+    _total += image->bytesToMove();
+    _images.push_back(std::move(*image));
+    return Done{};
+  }
+
+  // Images are switched over in their order: when the first was not, none was.
+  bool isUntouched(const PendingMerge& merge) const {
+    if (merge.tables.empty()) return true;
+    const ArchiveResult<OpenFile> folder = _archive.openPointFolder(_childPlace - 1);
+    if (!folder || _parent.disks.empty()) return false;
+    ArchiveResult<OpenFile> file = openForUpdateIn(*folder, _parent.disks[0].image);
+    if (!file) return false;
+    const ArchiveResult<Qcow2Rewriter> image = Qcow2Rewriter::open(std::move(*file));
+    return image && image->tablesPlace() == merge.tables[0];
+  }
+
+  // Whether the parent's image is in the child's folder already.
+  ArchiveResult<Done> wasMoved(std::size_t disk) {
+    const ArchiveResult<OpenFile> parent = _archive.openPointFile(_childPlace - 1, _child.disks[disk].image);
+    _moved = !parent && parent.error().errorNumber == ENOENT;
+    if (!_moved) return parent ? ArchiveResult<Done>(Done{}) : parent.error();
+    ArchiveResult<OpenFile> file = _archive.openPointFile(_childPlace, _child.disks[disk].image);
+    if (!file) return file.error();
+    const ArchiveResult<Qcow2Reader> image = Qcow2Reader::open(std::move(*file));
+    if (!image) return image.error();
+    // Else the parent's image is lost, and the child's would need it.
+    if (image->backingFile() == backingFileName(folderOf(_childPlace - 1), _child.disks[disk].image)) {
+      return parent.error();
+    }
+    _pastReturn = true;
+    return Done{};
+  }
+
+  ArchiveResult<Done> carryOut() {
+    ArchiveResult<Done> step = fold();
+    if (!step && !_pastReturn) {
+      for (ImageMerge& image : _images) image.discard();
+      // Should this fail too, the next opening for writing decides; the reason is the first one.
+      (void)_archive.abandonMerge();
+    }
+    for (ImageMerge& image : _images) {
+      if (step) step = image.switchOver();
+    }
+    if (step) step = moveImages();
+    if (step) step = settleChild();
+    if (step) step = _archive.endMerge();
+    if (step) _progress(_total, _total);
+    return step;
+  }
+
+  // Step 2, for all disks before any of them is switched over.
+  ArchiveResult<Done> fold() {
+    _progress(0, _total);
+    ArchiveResult<Done> step = Done{};
+    std::uint64_t before = 0;
+    for (ImageMerge& image : _images) {
+      const auto report = [&](std::uint64_t done) { _progress(std::min(before + done, _total - 1), _total); };
+      if (step) step = image.fold(report, _cancel);
+      before += image.bytesToMove();
+    }
+    if (step && !_pastReturn && _cancel.isRequested()) step = cancelledError();
+    return step;
+  }
+
+  ArchiveResult<Done> moveImages() {
+    const ArchiveResult<OpenFile> from = _archive.openPointFolder(_childPlace - 1);
+    const ArchiveResult<OpenFile> to = _archive.openPointFolder(_childPlace);
+    if (!from) return from.error();
+    if (!to) return to.error();
+    const CancelFlag never;
+    ArchiveResult<Done> step = Done{};
+    for (ImageMerge& image : _images) {
+      image.giveBack();
+      if (step) step = moveFile(*from, *to, image.name());
+    }
+    // The new name first: at no time is the image in neither folder.
+    if (step) step = syncFolder(*to, never);
+    if (step) step = syncFolder(*from, never);
+    return step;
+  }
+
+  // The child builds on what the parent built on.
+  ArchiveResult<Done> settleChild() {
+    if (_archive.index().merging->tables.empty()) return Done{};
+    _child.kind = _parent.kind;
+    _child.parent = _parent.parent;
+    return _archive.savePoint(_childPlace, _child);
+  }
+
+  Archive& _archive;
+  const std::size_t _childPlace;
+  const MergeProgress& _progress;
+  const CancelFlag& _cancel;
+  PointIndex _child;
+  PointIndex _parent;
+  std::vector<ImageMerge> _images;  // Of the disks that are not done yet.
+  std::uint64_t _total = 0;
+  bool _pastReturn = false;  // An image was switched over.
+  bool _moved = false;
+};
+
+}  // namespace
+
+ArchiveResult<Done> mergeIntoParent(Archive& archive, std::size_t child, const MergeProgress& progress,
+                                    const CancelFlag& cancel) {
+  if (child == 0 || child >= archive.index().points.size()) {
+    return refused("There is no backup point before this one");
+  }
+  return Merge(archive, child, progress, cancel).begin();
+}
+
+ArchiveResult<Done> finishMerge(Archive& archive, const CancelFlag& cancel) {
+  const auto& points = archive.index().points;
+  const auto child = std::ranges::find(points, archive.index().merging.value().child);
+  const MergeProgress nobody = [](std::uint64_t, std::uint64_t) {};
+  ArchiveResult<Done> done =
+      Merge(archive, static_cast<std::size_t>(child - points.begin()), nobody, cancel).goOn();
+  // Taken back: the archive is as it was before the merge.
+  if (!done && !archive.index().merging) return Done{};
+  return done;
+}
+
+}  // namespace zpk

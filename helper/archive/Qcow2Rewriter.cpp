@@ -1,0 +1,268 @@
+#include "helper/archive/Qcow2Rewriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cerrno>
+
+#include "helper/archive/Qcow2Format.h"
+#include "helper/archive/Qcow2Reader.h"
+
+namespace zpk {
+namespace {
+
+// Places of the header's fields that name the tables.
+constexpr std::size_t l1PlaceField = 40;
+constexpr std::size_t countTablePlaceField = 48;
+constexpr std::size_t countTableClustersField = 56;
+
+// What an image may be long beyond twice the size of its disk. Keeps the memory for its clusters within bounds.
+constexpr std::uint64_t largestOverhead = std::uint64_t{1} << 30U;
+
+ByteBuffer bigEndianTable(const std::vector<std::uint64_t>& values, std::uint64_t bytes) {
+  ByteBuffer table(bytes);
+  for (std::size_t i = 0; i < values.size(); ++i) putBigEndian(table, i * 8, values[i]);
+  return table;
+}
+
+}  // namespace
+
+ArchiveError Qcow2Rewriter::damaged(const char* message, std::uint64_t place) const {
+  return damagedError(message, _file.path, place);
+}
+
+ArchiveResult<Qcow2Rewriter> Qcow2Rewriter::open(OpenFile file) {
+  OpenFile again{FileDescriptor(::fcntl(file.fd.get(), F_DUPFD_CLOEXEC, 0)), file.path};
+  if (!again.fd) return readError("The image could not be opened", file.path, 0, errno);
+  const ArchiveResult<Qcow2Reader> checked = Qcow2Reader::open(std::move(again));
+  if (!checked) return checked.error();
+  const ArchiveResult<std::uint64_t> size = sizeOf(file);
+  if (!size) return size.error();
+  if (*size / 2 > checked->virtualSize() + largestOverhead) {
+    return damagedError("The image is larger than an image of its disk can be", file.path);
+  }
+  Qcow2Rewriter rewriter(std::move(file), checked->clusterSize(), *size);
+  rewriter._clusterBits = checked->clusterBits();
+  rewriter._virtualSize = checked->virtualSize();
+  rewriter._hasParent = !checked->backingFile().empty();
+  ArchiveResult<Done> step = rewriter.readHeader();
+  if (step) step = rewriter.readTables();
+  if (step) step = rewriter.readCountPlaces();
+  if (!step) return step.error();
+  return rewriter;
+}
+
+ArchiveResult<Done> Qcow2Rewriter::readHeader() {
+  ByteBuffer header(qcow2::sectorSize);
+  ArchiveResult<Done> step = readAt(_file, 0, header);
+  if (!step) return step;
+  _space.use(0);
+  _l1Place = bigEndianAt<std::uint64_t>(header, l1PlaceField);
+  const ArchiveResult<std::vector<std::uint64_t>> l1 =
+      readNumbers(_l1Place, bigEndianAt<std::uint32_t>(header, 36));
+  if (!l1) return l1.error();
+  _l1 = *l1;
+  const auto countPlace = bigEndianAt<std::uint64_t>(header, countTablePlaceField);
+  _countTable = {countPlace / _clusterSize, bigEndianAt<std::uint32_t>(header, countTableClustersField)};
+  const bool isPlaced = _l1Place % _clusterSize == 0 && countPlace % _clusterSize == 0 &&
+                        _space.use(_l1Place / _clusterSize, divideUp(_l1.size() * 8, _clusterSize)) &&
+                        _space.use(_countTable.first, _countTable.count);
+  return isPlaced ? ArchiveResult<Done>(Done{}) : damaged("A table of the image is out of place", 0);
+}
+
+ArchiveResult<std::vector<std::uint64_t>> Qcow2Rewriter::readNumbers(std::uint64_t place,
+                                                                     std::uint64_t count) const {
+  if (place > _originalSize || count > (_originalSize - place) / 8) {
+    return damaged("A table of the image is out of place", place);
+  }
+  ByteBuffer bytes(count * 8);
+  const ArchiveResult<Done> read = readAt(_file, place, bytes);
+  if (!read) return read.error();
+  std::vector<std::uint64_t> numbers(count);
+  for (std::size_t i = 0; i < count; ++i) numbers[i] = bigEndianAt<std::uint64_t>(bytes, i * 8);
+  return numbers;
+}
+
+ArchiveResult<Done> Qcow2Rewriter::readTables() {
+  for (const std::uint64_t entry : _l1) {
+    const std::uint64_t place = entry & qcow2::offsetMask;
+    if (place == 0) continue;
+    if (place % _clusterSize != 0 || !_space.use(place / _clusterSize)) {
+      return damaged("A table of the image is out of place", place);
+    }
+    ArchiveResult<Done> step = readEntries(place);
+    if (!step) return step;
+  }
+  return Done{};
+}
+
+ArchiveResult<Done> Qcow2Rewriter::readEntries(std::uint64_t tablePlace) {
+  const ArchiveResult<std::vector<std::uint64_t>> entries = readNumbers(tablePlace, _clusterSize / 8);
+  if (!entries) return entries.error();
+  for (const std::uint64_t entry : *entries) {
+    const HostRange hosts = hostsOf(entry);
+    if (!_space.use(hosts.first, hosts.count)) return damaged("A cluster of the image is out of place", tablePlace);
+  }
+  return Done{};
+}
+
+ArchiveResult<Done> Qcow2Rewriter::readCountPlaces() {
+  const ArchiveResult<std::vector<std::uint64_t>> places =
+      readNumbers(_countTable.first * _clusterSize, _countTable.count * (_clusterSize / 8));
+  if (!places) return places.error();
+  for (const std::uint64_t place : *places) {
+    if (place == 0) continue;
+    if (place % _clusterSize != 0 || !_space.use(place / _clusterSize)) {
+      return damaged("A table of the image is out of place", place);
+    }
+    _countBlocks.push_back(place / _clusterSize);
+  }
+  return Done{};
+}
+
+// The host clusters that an L2 entry refers to.
+Qcow2Rewriter::HostRange Qcow2Rewriter::hostsOf(std::uint64_t entry) const {
+  if ((entry & qcow2::compressed) == 0) {
+    const std::uint64_t place = entry & qcow2::offsetMask;
+    return {place / _clusterSize, place == 0 ? 0U : 1U};
+  }
+  const unsigned offsetBits = qcow2::compressedOffsetBits(_clusterBits);
+  const std::uint64_t place = entry & ((std::uint64_t{1} << offsetBits) - 1);
+  const std::uint64_t further = (entry & ~(qcow2::compressed | qcow2::onlyReference)) >> offsetBits;
+  const std::uint64_t lastSector = place / qcow2::sectorSize + further;
+  const std::uint64_t first = place / _clusterSize;
+  return {first, lastSector * qcow2::sectorSize / _clusterSize - first + 1};
+}
+
+ArchiveResult<Done> Qcow2Rewriter::putCompressed(std::uint64_t cluster, ByteSpan frame) {
+  const std::uint64_t place = _space.takePacked(frame.size());
+  ArchiveResult<Done> step = writeAt(_file, place, frame);
+  const std::uint64_t further = (place + frame.size() - 1) / qcow2::sectorSize - place / qcow2::sectorSize;
+  const std::uint64_t entry = qcow2::compressed | place | further << qcow2::compressedOffsetBits(_clusterBits);
+  return step ? setEntry(cluster, entry) : step;
+}
+
+ArchiveResult<Done> Qcow2Rewriter::putPlain(std::uint64_t cluster, ByteSpan content) {
+  assert(content.size() == _clusterSize);
+  const std::uint64_t place = _space.take() * _clusterSize;
+  ArchiveResult<Done> step = writeAt(_file, place, content);
+  return step ? setEntry(cluster, place | qcow2::onlyReference) : step;
+}
+
+ArchiveResult<Done> Qcow2Rewriter::putZeros(std::uint64_t cluster) {
+  // Without a parent, nothing reads as zeros by itself.
+  return setEntry(cluster, _hasParent ? qcow2::readsAsZeros : 0);
+}
+
+ArchiveResult<Done> Qcow2Rewriter::setEntry(std::uint64_t cluster, std::uint64_t entry) {
+  const std::uint64_t perTable = _clusterSize / 8;
+  if (cluster / perTable >= _l1.size()) return damaged("The image is smaller than what is put into it", 0);
+  if (_tableIndex != cluster / perTable) {
+    ArchiveResult<Done> step = storeTable();
+    if (step) step = loadTable(cluster / perTable);
+    if (!step) return step;
+  }
+  const HostRange old = hostsOf(bigEndianAt<std::uint64_t>(_table, cluster % perTable * 8));
+  _space.release(old.first, old.count);
+  putBigEndian(_table, cluster % perTable * 8, entry);
+  return Done{};
+}
+
+ArchiveResult<Done> Qcow2Rewriter::loadTable(std::uint64_t index) {
+  _tableIndex = index;
+  const std::uint64_t place = _l1[index] & qcow2::offsetMask;
+  if (place != 0) return readAt(_file, place, _table);
+  std::ranges::fill(_table, std::byte{0});
+  return Done{};
+}
+
+ArchiveResult<Done> Qcow2Rewriter::storeTable() {
+  if (!_tableIndex) return Done{};
+  std::uint64_t& l1Entry = _l1[*std::exchange(_tableIndex, std::nullopt)];
+  if (const std::uint64_t old = l1Entry & qcow2::offsetMask; old != 0) _space.release(old / _clusterSize);
+  l1Entry = 0;
+  if (isAllZero(_table)) return Done{};
+  const std::uint64_t place = _space.take() * _clusterSize;
+  l1Entry = place | qcow2::onlyReference;
+  return writeAt(_file, place, _table);
+}
+
+ArchiveResult<Done> Qcow2Rewriter::prepare(const CancelFlag& cancel) {
+  ArchiveResult<Done> step = storeTable();
+  _space.endPacking();
+  if (step) step = storeFirstTable();
+  if (step) step = storeCounts();
+  if (!step) return step;
+  // Whole clusters up to the end, for readers that want them so.
+  const std::uint64_t end = _space.usedEnd() * _clusterSize;
+  if (end > _originalSize && ::ftruncate(_file.fd.get(), static_cast<off_t>(end)) != 0) {
+    return writeError("The archive could not be written", _file.path, end, errno);
+  }
+  return syncFile(_file, cancel);
+}
+
+ArchiveResult<Done> Qcow2Rewriter::storeFirstTable() {
+  const std::uint64_t clusters = divideUp(_l1.size() * 8, _clusterSize);
+  _newL1Place = _space.take(clusters) * _clusterSize;
+  _space.release(_l1Place / _clusterSize, clusters);
+  return writeAt(_file, _newL1Place, bigEndianTable(_l1, clusters * _clusterSize));
+}
+
+ArchiveResult<Done> Qcow2Rewriter::storeCounts() {
+  _space.release(_countTable.first, _countTable.count);
+  for (const std::uint64_t block : _countBlocks) _space.release(block);
+  // The counts also count their own clusters, of which each may be one more at the end of the file.
+  const std::uint64_t perBlock = _clusterSize / 2;
+  const std::uint64_t blocks = divideUp(_space.clusters(), perBlock);
+  const std::uint64_t mostBlocks = blocks + blocks / perBlock + 2;
+  _newCountTable.count = divideUp(mostBlocks * 8, _clusterSize);
+  _newCountTable.first = _space.take(_newCountTable.count);
+  std::vector<std::uint64_t> places;
+  while (places.size() * perBlock < _space.clusters()) places.push_back(_space.take() * _clusterSize);
+  assert(places.size() <= mostBlocks);
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    ByteBuffer block(_clusterSize);
+    const std::uint64_t end = std::min(_space.clusters(), (i + 1) * perBlock);
+    for (std::uint64_t host = i * perBlock; host < end; ++host) {
+      putBigEndian(block, host % perBlock * 2, static_cast<std::uint16_t>(_space.countOf(host)));
+    }
+    ArchiveResult<Done> written = writeAt(_file, places[i], block);
+    if (!written) return written;
+  }
+  return writeAt(_file, _newCountTable.first * _clusterSize,
+                 bigEndianTable(places, _newCountTable.count * _clusterSize));
+}
+
+ArchiveResult<Done> Qcow2Rewriter::switchOver() {
+  assert(_newL1Place != 0);
+  ByteBuffer header(qcow2::sectorSize);
+  ArchiveResult<Done> step = readAt(_file, 0, header);
+  if (!step) return step;
+  putBigEndian(header, l1PlaceField, _newL1Place);
+  putBigEndian(header, countTablePlaceField, _newCountTable.first * _clusterSize);
+  putBigEndian(header, countTableClustersField, static_cast<std::uint32_t>(_newCountTable.count));
+  step = writeAt(_file, 0, header);
+  const CancelFlag never;
+  return step ? syncFile(_file, never) : step;
+}
+
+void Qcow2Rewriter::giveBack() {
+  const int file = _file.fd.get();
+  const std::uint64_t end = _space.usedEnd();
+  for (const auto& [first, count] : _space.unusedRuns()) {
+    if (first >= end) break;
+    if (::fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(first * _clusterSize),
+                    static_cast<off_t>(count * _clusterSize)) != 0) {
+      break;
+    }
+  }
+  [[maybe_unused]] const int result = ::ftruncate(file, static_cast<off_t>(end * _clusterSize));
+}
+
+void Qcow2Rewriter::discard() {
+  [[maybe_unused]] const int result = ::ftruncate(_file.fd.get(), static_cast<off_t>(_originalSize));
+}
+
+}  // namespace zpk

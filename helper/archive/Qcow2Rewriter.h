@@ -1,0 +1,84 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "helper/archive/FileAccess.h"
+#include "helper/archive/Qcow2Space.h"
+
+namespace zpk {
+
+// Gives an image another content in place, such that it is whole at every moment: everything new goes where the
+// image refers to nothing, and writing one sector, the header, makes the new content the image's.
+//
+//   open → put… → prepare → switchOver → giveBack      or, instead of switchOver: discard
+//
+// What is in use is taken from the image's own tables, not from its stored reference counts: a wrong count must not
+// cost a byte that somebody needs. One thread.
+class Qcow2Rewriter {
+ public:
+  // `file` is open for reading and writing, and nobody else has it open. Damaged when the image contradicts itself.
+  static ArchiveResult<Qcow2Rewriter> open(OpenFile file);
+
+  std::uint64_t clusterSize() const { return _clusterSize; }
+  std::uint64_t virtualSize() const { return _virtualSize; }
+  // Where the image's first table lies: another place once it was switched over.
+  std::uint64_t tablesPlace() const { return _l1Place; }
+
+  // In ascending order of clusters, as Qcow2Writer takes them.
+  ArchiveResult<Done> putCompressed(std::uint64_t cluster, ByteSpan frame);
+  ArchiveResult<Done> putPlain(std::uint64_t cluster, ByteSpan content);
+  ArchiveResult<Done> putZeros(std::uint64_t cluster);
+
+  // Tables and sync. The image still has its old content.
+  ArchiveResult<Done> prepare(const CancelFlag& cancel);
+  // Header and sync: now it has the new one. After a failure it may have either.
+  ArchiveResult<Done> switchOver();
+  // Hands what nothing refers to back to the file system, as far as that can take it back; the rest is used by the
+  // next rewriting.
+  void giveBack();
+  // Takes away what was added behind the end of the file.
+  void discard();
+
+ private:
+  Qcow2Rewriter(OpenFile file, std::uint64_t clusterSize, std::uint64_t fileSize)
+      : _file(std::move(file)),
+        _clusterSize(clusterSize),
+        _originalSize(fileSize),
+        _space(clusterSize, fileSize),
+        _table(clusterSize) {}
+  ArchiveResult<Done> readHeader();
+  ArchiveResult<Done> readTables();
+  ArchiveResult<Done> readCountPlaces();
+  ArchiveResult<Done> readEntries(std::uint64_t tablePlace);
+  ArchiveResult<std::vector<std::uint64_t>> readNumbers(std::uint64_t place, std::uint64_t count) const;
+  struct HostRange {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+  };
+  HostRange hostsOf(std::uint64_t entry) const;
+  ArchiveResult<Done> setEntry(std::uint64_t cluster, std::uint64_t entry);
+  ArchiveResult<Done> loadTable(std::uint64_t index);
+  ArchiveResult<Done> storeTable();
+  ArchiveResult<Done> storeFirstTable();
+  ArchiveResult<Done> storeCounts();
+  ArchiveError damaged(const char* message, std::uint64_t place) const;
+
+  OpenFile _file;
+  std::uint64_t _clusterSize;
+  std::uint64_t _originalSize;
+  Qcow2Space _space;
+  std::uint64_t _virtualSize = 0;
+  unsigned _clusterBits = 0;
+  bool _hasParent = false;
+  std::uint64_t _l1Place = 0;
+  std::vector<std::uint64_t> _l1;
+  HostRange _countTable;
+  std::vector<std::uint64_t> _countBlocks;  // Host clusters.
+  std::uint64_t _newL1Place = 0;
+  HostRange _newCountTable;
+  std::optional<std::uint64_t> _tableIndex;  // Of the L2 table being changed.
+  ByteBuffer _table;
+};
+
+}  // namespace zpk
