@@ -41,6 +41,9 @@ function(zpk_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS" ${ARGN})
   add_library(${name} STATIC ${arg_SOURCES})
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE $<BUILD_INTERFACE:zpk_options>)
+  # The names that moc makes up are reserved ones.
+  set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp" PROPERTIES
+    COMPILE_OPTIONS -Wno-reserved-identifier)
 endfunction()
 
 function(zpk_program name)
