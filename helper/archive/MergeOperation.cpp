@@ -206,7 +206,7 @@ class Merge {
 
   // The child builds on what the parent built on.
   ArchiveResult<Done> settleChild() {
-    if (_archive.index().merging->tables.empty()) return Done{};
+    if (!movesImages()) return Done{};
     _child.kind = _parent.kind;
     _child.parent = _parent.parent;
     return _archive.savePoint(_childPlace, _child);

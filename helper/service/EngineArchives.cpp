@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
-#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
@@ -12,6 +10,8 @@
 #include "helper/archive/BackupOperation.h"
 #include "helper/archive/ExportFolder.h"
 #include "helper/service/ArchiveRecords.h"
+#include "helper/service/ArchiveWords.h"
+#include "helper/service/PointMerges.h"
 
 namespace zpk {
 namespace {
@@ -32,31 +32,8 @@ bool isFault(const ArchiveError& error, ArchiveFault fault) {
   return error.fault == fault;
 }
 
-// For people: the engine's sentence, with its full stop.
-std::string sentence(const ArchiveError& error) {
-  std::string text =
-      isFault(error, ArchiveFault::SourceUnfit) ? error.message + " (" + error.path + ")" : error.text();
-  if (!text.ends_with('.')) text += '.';
-  return text;
-}
-
-// "1 h 02 min", "2 min 05 s", "7 s"
-std::string duration(double seconds) {
-  const auto whole = static_cast<unsigned long>(std::llround(seconds));
-  char text[48];
-  if (whole >= 3600) {
-    std::snprintf(text, sizeof text, "%lu h %02lu min", whole / 3600, whole / 60 % 60);
-  } else if (whole >= 60) {
-    std::snprintf(text, sizeof text, "%lu min %02lu s", whole / 60, whole % 60);
-  } else {
-    std::snprintf(text, sizeof text, "%lu s", whole);
-  }
-  return text;
-}
-
-// The archive, open for writing, when the point is still where somebody saw it.
-ArchiveResult<Archive> openWithPoint(const PointReference& point) {
-  ArchiveResult<Archive> archive = Archive::openForWriting(point.archivePath);
+// The archive, when the point is still where somebody saw it.
+ArchiveResult<Archive> holding(const PointReference& point, ArchiveResult<Archive> archive) {
   if (!archive) return archive;
   if (point.index >= archive->index().points.size() || archive->pointIndexPath(point.index) != point.indexPath) {
     return ArchiveError{ArchiveFault::NotFound,
@@ -87,7 +64,7 @@ class Narrator {
   std::string account() const {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - _began;
     const double rate = static_cast<double>(_total) / std::max(took.count(), 0.001);
-    return byteSizeString(_total) + " in " + duration(took.count()) + ", " +
+    return byteSizeString(_total) + " in " + durationText(took.count()) + ", " +
            byteSizeString(static_cast<std::uint64_t>(rate)) + " a second";
   }
 
@@ -112,7 +89,7 @@ class Run {
         _cancel(cancel),
         _time(static_cast<std::int64_t>(std::time(nullptr))) {}
 
-  BackupOutcome run() {
+  OperationOutcome run() {
     const std::string name = _order.disk->name().value_or("the disk");
     _board.line("Backing up \"" + name + "\" to " + _order.archivePath);
     ArchiveResult<Archive> archive = openOrCreate();
@@ -125,12 +102,13 @@ class Run {
       if (isEmpty) removeEmpty();
       return failed(point.error());
     }
-    return BackupDone{};
+    keepToLimit(*archive, _order.maxIncrements, _board, _cancel);
+    return OperationDone{};
   }
 
  private:
   ArchiveResult<Archive> openOrCreate() {
-    ArchiveResult<Archive> archive = Archive::openForWriting(_order.archivePath);
+    ArchiveResult<Archive> archive = openForOperation(_order.archivePath, _board, _cancel);
     if (archive) {
       if (!archive->index().points.empty()) return archive;
       // Left by a backup that was cut off; it may bear another disk's name.
@@ -172,13 +150,13 @@ class Run {
     fs::remove(folder, ignored);
   }
 
-  BackupOutcome failed(const ArchiveError& error) {
+  OperationOutcome failed(const ArchiveError& error) {
     if (isFault(error, ArchiveFault::Cancelled)) {
       _board.line("Stopped; the archive is as it was");
-      return BackupStopped{};
+      return OperationStopped{};
     }
     _board.line("Failed: " + error.text());
-    return BackupFailed{sentence(error)};
+    return OperationFailed{sentenceOf(error)};
   }
 
   const BackupOrder& _order;
@@ -201,26 +179,33 @@ ArchiveView EngineArchives::look(const std::string& archivePath) {
   if (!archive) {
     if (isFault(archive.error(), ArchiveFault::NotFound)) return NoArchiveYet{};
     if (isFault(archive.error(), ArchiveFault::NotAnArchive) && isFreeFolder(archivePath)) return NoArchiveYet{};
-    return UnreadableArchive{sentence(archive.error())};
+    return UnreadableArchive{sentenceOf(archive.error())};
   }
   ArchiveResult<std::shared_ptr<const RLDArchive>> record = archiveRecord(*archive);
-  if (!record) return UnreadableArchive{sentence(record.error())};
+  if (!record) return UnreadableArchive{sentenceOf(record.error())};
   return PresentArchive{std::move(*record), archive->index().sourceDisk};
 }
 
-BackupOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
+OperationOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
   return Run(order, _exportFolder, board, cancel).run();
 }
 
+OperationOutcome EngineArchives::merge(const PointReference& point, OperationBoard& board,
+                                       const CancelFlag& cancel) {
+  ArchiveResult<Archive> archive = holding(point, openForOperation(point.archivePath, board, cancel));
+  if (!archive) return OperationFailed{sentenceOf(archive.error())};
+  return runMerge(*archive, point.index, board, cancel);
+}
+
 Expected<Done, std::string> EngineArchives::pin(const PinOrder& order) {
-  ArchiveResult<Archive> archive = openWithPoint(order.point);
-  if (!archive) return sentence(archive.error());
+  ArchiveResult<Archive> archive = holding(order.point, Archive::openForWriting(order.point.archivePath));
+  if (!archive) return sentenceOf(archive.error());
   ArchiveResult<PointIndex> point = archive->readPoint(order.point.index);
-  if (!point) return sentence(point.error());
+  if (!point) return sentenceOf(point.error());
   point->isPinned = order.isPinned;
   if (order.label) point->label = *order.label;
   const ArchiveResult<Done> saved = archive->savePoint(order.point.index, *point);
-  if (!saved) return sentence(saved.error());
+  if (!saved) return sentenceOf(saved.error());
   return Done{};
 }
 

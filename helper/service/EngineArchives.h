@@ -17,7 +17,9 @@ class EngineArchives final : public ArchiveKeeper {
   // A further point of an archive that belongs to another disk is added to it all the same, as a full one: whoever
   // asks for that was warned. The archive belongs to the disk of its newest point from then on. An archive that was
   // made for this backup and got no point is taken away again.
-  BackupOutcome backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) override;
+  OperationOutcome backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) override;
+
+  OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) override;
 
   Expected<Done, std::string> pin(const PinOrder& order) override;
 

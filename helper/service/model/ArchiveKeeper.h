@@ -37,17 +37,18 @@ bool sameView(const ArchiveView& a, const ArchiveView& b);
 struct BackupOrder {
   std::shared_ptr<const ZPKDisk> disk;  // A disk with a Windows side.
   std::string archivePath;
-  bool checkFileSystem = true;  // Refuse a file system that was not closed cleanly or contradicts itself.
+  std::uint64_t maxIncrements = 10;  // Merge the oldest ones until there are no more.
+  bool checkFileSystem = true;       // Refuse a file system that was not closed cleanly or contradicts itself.
 };
 
-// How a backup ended. Only `BackupDone` means that there is one more backup point; otherwise the archive is as it
-// was.
-struct BackupDone {};
-struct BackupStopped {};
-struct BackupFailed {
+// How an operation ended. Only `OperationDone` means that it was done; otherwise the backup points are what they
+// were.
+struct OperationDone {};
+struct OperationStopped {};
+struct OperationFailed {
   std::string reason;  // What happened and what to do about it, for a person.
 };
-using BackupOutcome = std::variant<BackupDone, BackupStopped, BackupFailed>;
+using OperationOutcome = std::variant<OperationDone, OperationStopped, OperationFailed>;
 
 // A backup point as somebody saw it: its place in the archive, and its index file, which tells whether it is still
 // the same one that lies there.
@@ -72,7 +73,11 @@ class ArchiveKeeper {
 
   // Makes a backup point; makes the archive where there is none yet. Tells its progress to `board`. Ends within a
   // second of a request to stop.
-  virtual BackupOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) = 0;
+  virtual OperationOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) = 0;
+
+  // Merges a point into the one before it. Tells its progress to `board`; ends within a second of a request to
+  // stop.
+  virtual OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) = 0;
 
   // Marks a point, or takes the mark away. What went wrong is a sentence for a person; the point is as it was then.
   virtual Expected<Done, std::string> pin(const PinOrder& order) = 0;

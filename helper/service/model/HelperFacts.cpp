@@ -20,16 +20,24 @@ std::uint64_t wholeSeconds(Seconds time) {
   return time.count() > 0 ? static_cast<std::uint64_t>(time.count()) : 0;
 }
 
-void describe(Dictionary& status, const RunningBackup& backup) {
+void describeKind(Dictionary& status, const OperationKind& kind) {
+  if (std::holds_alternative<BackupKind>(kind)) statuskey::progressType.set(status, ProgressType::backup);
+  if (const auto* merge = std::get_if<MergeKind>(&kind)) {
+    statuskey::progressType.set(status, ProgressType::merge);
+    statuskey::mergeIndex.set(status, merge->point);
+  }
+}
+
+void describe(Dictionary& status, const RunningOperation& operation) {
   statuskey::state.set(status, HelperState::inProgress);
-  statuskey::progressType.set(status, ProgressType::backup);
-  statuskey::progressPercents.set(status, percent(backup.bytesDone, backup.bytesTotal));
-  statuskey::elapsedTime.set(status, wholeSeconds(backup.now - backup.began));
+  describeKind(status, operation.kind);
+  statuskey::progressPercents.set(status, percent(operation.bytesDone, operation.bytesTotal));
+  statuskey::elapsedTime.set(status, wholeSeconds(operation.now - operation.began));
   // Rounded up: one second is left until nothing is.
-  if (const auto left = backup.remaining.estimate()) {
+  if (const auto left = operation.remaining.estimate()) {
     statuskey::remainingTime.set(status, wholeSeconds(*left + Seconds(0.999)));
   }
-  status.set(statuskey::fullLog.key, backup.log.lines());
+  status.set(statuskey::fullLog.key, operation.log.lines());
 }
 
 }  // namespace
@@ -69,7 +77,7 @@ Dictionary statusOf(const HelperFacts& facts) {
   }
   if (std::holds_alternative<Idle>(facts.activity)) statuskey::state.set(status, HelperState::idle);
   if (std::holds_alternative<Busy>(facts.activity)) statuskey::state.set(status, HelperState::busy);
-  if (const auto* backup = std::get_if<RunningBackup>(&facts.activity)) describe(status, *backup);
+  if (const auto* operation = std::get_if<RunningOperation>(&facts.activity)) describe(status, *operation);
   return status;
 }
 

@@ -22,8 +22,15 @@ struct Idle {};
 // Takes no command for the moment: it reads disks and archive, or puts away what was stopped.
 struct Busy {};
 
-// A backup that runs.
-struct RunningBackup {
+// What an operation that runs does.
+struct BackupKind {};
+struct MergeKind {
+  std::uint64_t point = 0;  // Its place in the archive as the facts have it; its parent is the one before.
+};
+using OperationKind = std::variant<BackupKind, MergeKind>;
+
+struct RunningOperation {
+  OperationKind kind;
   Seconds began{};  // On the loop's clock.
   Seconds now{};    // When the figures were taken.
   std::uint64_t bytesDone = 0;
@@ -32,7 +39,7 @@ struct RunningBackup {
   OperationLog log;
 };
 
-using Activity = std::variant<Idle, Busy, RunningBackup>;
+using Activity = std::variant<Idle, Busy, RunningOperation>;
 
 // All that the helper knows and says: what a status is made from.
 struct HelperFacts {

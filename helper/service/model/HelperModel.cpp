@@ -147,15 +147,6 @@ ResultCode HelperModel::restore(std::uint64_t arcItem, const std::string& toDisk
   return fits ? notAvailable("Restoring a backup point") : ResultCode::badTargetDisk;
 }
 
-ResultCode HelperModel::mergeArchiveWithParent(std::uint64_t arcItem) {
-  if (!takesCommands()) return ResultCode::serviceIsBusy;
-  if (const auto code = missingForArchive(arcItem)) return *code;
-  const auto& items = std::get<PresentArchive>(_facts.archive).archive->items();
-  // The oldest point has no parent, and a pinned one is not given up.
-  if (arcItem == 0 || items[arcItem - 1]->isPinned()) return ResultCode::badIndex;
-  return notAvailable("Merging backup points");
-}
-
 void HelperModel::errorWasShown() {
   if (!_facts.operationError) return;
   _facts.operationError.reset();

@@ -32,8 +32,8 @@ struct HelperParts {
 // time, and the results come back to the loop. Of its activities (HelperFacts.h):
 //
 //   busy        from the start until disks and archive were read once; while reading them again, or any command,
-//               takes more than half a second; after a backup was told to stop, until it has stopped
-//   in progress while a backup runs
+//               takes more than half a second; after an operation was told to stop, until it has stopped
+//   in progress while a backup or a merge runs
 //   idle        else
 //
 // Commands other than `breakProgress` are answered "busy" unless the helper is idle and no other command waits for
@@ -65,6 +65,7 @@ class HelperModel {
   ResultCode restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
                      std::uint64_t withTargetSize);
   ResultCode breakProgress();
+  // A pinned parent is told as an error in plain words.
   ResultCode mergeArchiveWithParent(std::uint64_t arcItem);
   ResultCode setMaxIncrementsCount(std::uint64_t count);
   ResultCode reload();
@@ -78,11 +79,13 @@ class HelperModel {
   void lookAgain();
   // The operation's error was shown to somebody; it goes from the state.
   void errorWasShown();
-  // Ends a running backup because the helper ends.
+  // Ends a running operation because the helper ends.
   void stopForExit();
 
  private:
   struct Operation;
+  struct OperationEnd;
+  struct Shared;
   struct Reading;
   template <class Result>
   void onWorker(std::function<Result()> work, std::function<void(Result)> then);
@@ -104,9 +107,13 @@ class HelperModel {
 
   std::optional<std::string> whyArchiveMayNotLieThere(const ZPKDisk& source) const;
   void startBackup(std::shared_ptr<const ZPKDisk> disk);
+  void backupEnded(const OperationOutcome& outcome);
+
+  std::shared_ptr<Shared> beginOperation(const OperationKind& kind);
   void tick();
   bool takeNews();
-  void backupEnded(const BackupOutcome& outcome, ArchiveView archive);
+  // `settle` is called once the operation is over, before the new state is told.
+  void operationEnded(const OperationEnd& end, const std::function<void()>& settle);
 
   const HelperParts _parts;
   Announce _announce;

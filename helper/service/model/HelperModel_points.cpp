@@ -43,4 +43,24 @@ void HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string& withL
       });
 }
 
+ResultCode HelperModel::mergeArchiveWithParent(std::uint64_t arcItem) {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  if (const auto code = missingForArchive(arcItem)) return *code;
+  if (arcItem == 0) return ResultCode::badIndex;
+  const auto& items = std::get<PresentArchive>(_facts.archive).archive->items();
+  if (items[arcItem - 1]->isPinned()) {
+    fail("The backup point before this one is pinned. Unpin it to merge the two.");
+    changed(Weight::milestone);
+    return ResultCode::success;
+  }
+  _facts.operationError.reset();
+  onWorker<OperationEnd>(
+      [&archives = _parts.archives, point = pointAt(arcItem), shared = beginOperation(MergeKind{arcItem})] {
+        OperationOutcome outcome = archives.merge(point, shared->board, shared->cancel);
+        return OperationEnd{std::move(outcome), archives.look(point.archivePath)};
+      },
+      [this](const OperationEnd& end) { operationEnded(end, [] {}); });
+  return ResultCode::success;
+}
+
 }  // namespace zpk

@@ -1,19 +1,27 @@
 #pragma once
 
+#include <string>
 #include <utility>
 
 #include "helper/service/model/HelperModel.h"
 
 namespace zpk {
 
-// The running operation, shared with the worker that carries it out.
+// What the model and the worker share of a running operation.
+struct HelperModel::Shared {
+  OperationBoard board;
+  CancelFlag cancel;
+};
+
 struct HelperModel::Operation {
-  struct Shared {
-    OperationBoard board;
-    CancelFlag cancel;
-  };
+  std::string name;  // For the log.
   std::shared_ptr<Shared> shared = std::make_shared<Shared>();
   Token tick;
+};
+
+struct HelperModel::OperationEnd {
+  OperationOutcome outcome;
+  ArchiveView archive;  // As it is then.
 };
 
 // What one look at the world brought.

@@ -26,6 +26,7 @@ TEST(HelperBackup, AsksForTheSourceTheArchiveAndTheCheck) {
   EXPECT_EQ(world.requests[0].disk->gptID()->stringValue(), kWindowsDisk);
   EXPECT_EQ(world.requests[0].archivePath, HelperWorld::kArchive);
   EXPECT_FALSE(world.requests[0].checkFileSystem);
+  EXPECT_EQ(world.requests[0].maxIncrements, 10U);
 }
 
 TEST(HelperBackup, AGoodOneShowsTheNewPointAndClearsTheLastError) {
@@ -36,9 +37,9 @@ TEST(HelperBackup, AGoodOneShowsTheNewPointAndClearsTheLastError) {
   settings.lastBackupError = "an old one";
   world.start(settings);
   world.settle();
-  world.body = [&](const auto& request, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto& request, auto&, const auto&) -> OperationOutcome {
     world.archives[request.archivePath] = test::archiveWith(1);
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   EXPECT_EQ(world.state(), HelperState::idle);
@@ -52,16 +53,16 @@ TEST(HelperBackup, AGoodOneShowsTheNewPointAndClearsTheLastError) {
 TEST(HelperBackup, AFailedOneSaysWhyAndRemembersIt) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [](const auto&, auto&, const auto&) { return BackupFailed{"Windows sleeps. Shut it down."}; };
+  world.body = [](const auto&, auto&, const auto&) { return OperationFailed{"Windows sleeps. Shut it down."}; };
   world.backupCode();
   EXPECT_EQ(statuskey::opError.read(world.status()), "Windows sleeps. Shut it down.");
   EXPECT_EQ(statuskey::lastBackupError.read(world.status()), "Windows sleeps. Shut it down.");
   EXPECT_EQ(world.saved.back().lastBackupError, "Windows sleeps. Shut it down.");
   EXPECT_EQ(world.announced.back().weight, Weight::milestone);
   // The next one begins without the old error.
-  world.body = [&](const auto&, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const auto&) -> OperationOutcome {
     EXPECT_FALSE(statuskey::opError.isPresentIn(world.status()));
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   EXPECT_EQ(world.requests.size(), 2U);
@@ -70,9 +71,9 @@ TEST(HelperBackup, AFailedOneSaysWhyAndRemembersIt) {
 TEST(HelperBackup, IsMarkedInTheSettingsWhileItRuns) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const auto&) -> OperationOutcome {
     EXPECT_TRUE(world.saved.back().backupRunning);
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   EXPECT_FALSE(world.saved.back().backupRunning);
@@ -81,14 +82,14 @@ TEST(HelperBackup, IsMarkedInTheSettingsWhileItRuns) {
 TEST(HelperBackup, TellsFiguresAndLogAtMostFourTimesASecond) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, OperationBoard& board, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, OperationBoard& board, const auto&) -> OperationOutcome {
     world.announced.clear();
     for (std::uint64_t i = 1; i <= 1000; ++i) {
       board.setProgress(i, 1000);
       if (i == 500) board.line("Half of it is done");
       world.clock.advance(Seconds(0.01));
     }
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   ASSERT_GE(world.announced.size(), 38U);
@@ -106,11 +107,11 @@ TEST(HelperBackup, TellsFiguresAndLogAtMostFourTimesASecond) {
 TEST(HelperBackup, TheLastFiguresAreAMilestone) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, OperationBoard& board, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, OperationBoard& board, const auto&) -> OperationOutcome {
     world.announced.clear();
     board.setProgress(7, 7);
     board.line("Done");
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   ASSERT_EQ(world.announced.size(), 2U);
@@ -122,11 +123,11 @@ TEST(HelperBackup, TheLastFiguresAreAMilestone) {
 TEST(HelperBackup, NothingMovingIsToldOnceASecond) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const auto&) -> OperationOutcome {
     world.announced.clear();
     world.clock.advance(Seconds(5));
     EXPECT_EQ(world.announced.size(), 5U) << "the seconds that it runs";
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   EXPECT_EQ(world.requests.size(), 1U);
@@ -135,9 +136,9 @@ TEST(HelperBackup, NothingMovingIsToldOnceASecond) {
 TEST(HelperBackup, OneThatEndedGoodAlthoughItWasToldToStopIsGood) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const auto&) -> OperationOutcome {
     world.model->breakProgress();
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   EXPECT_FALSE(statuskey::lastBackupError.isPresentIn(world.status()));
@@ -146,12 +147,12 @@ TEST(HelperBackup, OneThatEndedGoodAlthoughItWasToldToStopIsGood) {
 TEST(HelperBackup, ChangesDuringItAreReadAfterIt) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const auto&) -> OperationOutcome {
     world.disks.pop_back();
     world.model->lookAgain();
     world.clock.advance(Seconds(1));
     EXPECT_EQ(statuskey::disks.read(world.status()).size(), 3U);
-    return BackupDone{};
+    return OperationDone{};
   };
   world.backupCode();
   EXPECT_EQ(statuskey::disks.read(world.status()).size(), 2U);
@@ -203,7 +204,7 @@ TEST(HelperFacts, AStatusHasNoKeyWithoutAValue) {
 
 TEST(HelperFacts, AHundredPercentMeansAll) {
   HelperFacts facts;
-  RunningBackup running;
+  RunningOperation running;
   running.bytesTotal = std::uint64_t{1} << 60;
   running.bytesDone = running.bytesTotal - 1;
   facts.activity = running;

@@ -81,10 +81,10 @@ TEST(HelperModel, IdleTakesEveryCommand) {
 TEST(HelperModel, InProgressAnswersBusy) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, auto&, const auto&) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const auto&) -> OperationOutcome {
     EXPECT_EQ(world.state(), HelperState::inProgress);
     expectAllAnswer(world, ResultCode::serviceIsBusy);
-    return BackupDone{};
+    return OperationDone{};
   };
   EXPECT_EQ(world.backupCode(), ResultCode::success);
   EXPECT_EQ(world.requests.size(), 1U);
@@ -93,12 +93,12 @@ TEST(HelperModel, InProgressAnswersBusy) {
 TEST(HelperModel, StoppingIsBusyAndAnswersBusy) {
   HelperWorld world;
   world.startConfigured();
-  world.body = [&](const auto&, auto&, const CancelFlag& cancel) -> BackupOutcome {
+  world.body = [&](const auto&, auto&, const CancelFlag& cancel) -> OperationOutcome {
     EXPECT_EQ(world.model->breakProgress(), ResultCode::success);
     EXPECT_TRUE(cancel.isRequested());
     EXPECT_EQ(world.state(), HelperState::busy);
     expectAllAnswer(world, ResultCode::serviceIsBusy);
-    return BackupStopped{};
+    return OperationStopped{};
   };
   world.backupCode();
   EXPECT_EQ(world.requests.size(), 1U);
@@ -216,19 +216,6 @@ TEST(HelperModel, RestoreChecksPointDiskAndNumber) {
   EXPECT_EQ(world.model->restore(0, kMacDisk, 4, 1), ResultCode::badTargetDisk);
   EXPECT_EQ(world.model->restore(0, kMacDisk, 3, 1), ResultCode::success);
   EXPECT_THAT(*statuskey::opError.read(world.status()), HasSubstr("not available yet"));
-}
-
-TEST(HelperModel, MergeNeedsAParentThatIsNotPinned) {
-  HelperWorld world;
-  world.archives[HelperWorld::kArchive] = test::archiveWith(2);
-  world.startConfigured();
-  EXPECT_EQ(world.model->mergeArchiveWithParent(0), ResultCode::badIndex);
-  EXPECT_EQ(world.model->mergeArchiveWithParent(2), ResultCode::badIndex);
-  EXPECT_EQ(world.model->mergeArchiveWithParent(1), ResultCode::success);
-  world.archives[HelperWorld::kArchive] = test::archiveWith(2, kWindowsDisk, true);
-  world.model->reload();
-  world.settle();
-  EXPECT_EQ(world.model->mergeArchiveWithParent(1), ResultCode::badIndex);
 }
 
 TEST(HelperModel, AnErrorStaysUntilItWasShown) {

@@ -86,6 +86,70 @@ TEST_F(HelperPoints, WhileAPinIsStoredOtherCommandsAreAnsweredBusy) {
   EXPECT_EQ(world.pins.size(), 1U);
 }
 
+TEST_F(HelperPoints, AMergeTellsItsCourseAndItsPointAndShowsWhatIsLeft) {
+  world.mergeBody = [&](OperationBoard& board, const CancelFlag&) -> OperationOutcome {
+    EXPECT_EQ(statuskey::progressType.read(world.status()), ProgressType::merge);
+    EXPECT_EQ(statuskey::mergeIndex.read(world.status()), 2U);
+    EXPECT_EQ(statuskey::archiveDescription.read(world.status())->items().size(), 3U) << "both points are shown";
+    EXPECT_EQ(pin(true, 0), ResultCode::serviceIsBusy);
+    board.setProgress(1, 2);
+    board.line("Half of it is done");
+    world.clock.advance(Seconds(0.5));
+    EXPECT_EQ(statuskey::progressPercents.read(world.announced.back().status), Value(50));
+    world.archives[HelperWorld::kArchive] = test::archiveWith(2);
+    return OperationDone{};
+  };
+  EXPECT_EQ(world.model->mergeArchiveWithParent(2), ResultCode::success);
+  EXPECT_EQ(world.state(), HelperState::inProgress);
+  world.settle();
+  ASSERT_EQ(world.merges.size(), 1U);
+  EXPECT_EQ(world.merges[0].index, 2U);
+  EXPECT_EQ(world.merges[0].indexPath, test::pointIndexPath(2));
+  EXPECT_EQ(world.state(), HelperState::idle);
+  EXPECT_FALSE(statuskey::mergeIndex.isPresentIn(world.status()));
+  EXPECT_EQ(statuskey::archiveDescription.read(world.status())->items().size(), 2U);
+}
+
+TEST_F(HelperPoints, TheOldestPointAndAPlaceWithoutOneAreBadIndexesOfAMerge) {
+  EXPECT_EQ(world.model->mergeArchiveWithParent(0), ResultCode::badIndex);
+  EXPECT_EQ(world.model->mergeArchiveWithParent(3), ResultCode::badIndex);
+  EXPECT_EQ(world.model->mergeArchiveWithParent(~std::uint64_t{0}), ResultCode::badIndex);
+  world.settle();
+  EXPECT_TRUE(world.merges.empty());
+}
+
+TEST_F(HelperPoints, APinnedParentIsNotMergedAndTheReasonIsTold) {
+  world.archives[HelperWorld::kArchive] = test::archiveWith(2, test::kWindowsDisk, true);
+  world.model->reload();
+  world.settle();
+  EXPECT_EQ(world.model->mergeArchiveWithParent(1), ResultCode::success);
+  world.settle();
+  EXPECT_TRUE(world.merges.empty());
+  EXPECT_THAT(*statuskey::opError.read(world.status()), HasSubstr("pinned"));
+}
+
+TEST_F(HelperPoints, AStoppedMergeIsNoErrorAndSaysNothingOfTheLastBackup) {
+  world.mergeBody = [&](OperationBoard&, const CancelFlag& cancel) -> OperationOutcome {
+    world.model->breakProgress();
+    EXPECT_TRUE(cancel.isRequested());
+    EXPECT_EQ(world.state(), HelperState::busy);
+    return OperationStopped{};
+  };
+  world.model->mergeArchiveWithParent(1);
+  world.settle();
+  EXPECT_EQ(world.merges.size(), 1U);
+  EXPECT_FALSE(statuskey::opError.isPresentIn(world.status()));
+  EXPECT_FALSE(statuskey::lastBackupError.isPresentIn(world.status()));
+}
+
+TEST_F(HelperPoints, AFailedMergeSaysWhy) {
+  world.mergeBody = [](auto&, auto&) { return OperationFailed{"Merging needs 3 MB of free space."}; };
+  world.model->mergeArchiveWithParent(1);
+  world.settle();
+  EXPECT_EQ(statuskey::opError.read(world.status()), "Merging needs 3 MB of free space.");
+  EXPECT_FALSE(statuskey::lastBackupError.isPresentIn(world.status()));
+}
+
 TEST(PointLabel, IsOneLineOfAtMost256Characters) {
   const auto repeated = [](const std::string& text, std::size_t times) {
     std::string result;

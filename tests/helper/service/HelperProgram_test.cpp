@@ -157,6 +157,46 @@ TEST_F(HelperProgram, ASecondBackupIsAFurtherPoint) {
   }
 }
 
+TEST_F(HelperProgram, PointsArePinnedMergedAndKeptToTheLimit) {
+  addSampleDisk();
+  start();
+  configure();
+  frontEnd.checkIn(0);
+  const auto items = [&] { return statuskey::archiveDescription.read(frontEnd.status())->items(); };
+  const auto waitUntilIdle = [&] { return frontEnd.waitFor([&] { return isIdle(frontEnd.status()); }); };
+  for (int point = 0; point < 3; ++point) {
+    ASSERT_EQ(frontEnd.call(DaemonMember::backup), code(ResultCode::success));
+    ASSERT_TRUE(waitUntilIdle());
+  }
+  EXPECT_THAT(log(), HasSubstr("Changed since the last backup point"));
+
+  EXPECT_EQ(frontEnd.call(DaemonMember::pin, 1, std::uint64_t{0}, "first"), code(ResultCode::success));
+  EXPECT_TRUE(items().at(0)->isPinned());
+  EXPECT_EQ(items().at(0)->name(), "first");
+  EXPECT_EQ(frontEnd.call(DaemonMember::mergeArchiveWithParent, std::uint64_t{0}), code(ResultCode::badIndex));
+  EXPECT_EQ(frontEnd.call(DaemonMember::mergeArchiveWithParent, std::uint64_t{3}), code(ResultCode::badIndex));
+  EXPECT_EQ(frontEnd.call(DaemonMember::pin, 0, std::uint64_t{0}, ""), code(ResultCode::success));
+  EXPECT_FALSE(items().at(0)->isPinned());
+
+  ASSERT_EQ(frontEnd.call(DaemonMember::mergeArchiveWithParent, std::uint64_t{1}), code(ResultCode::success));
+  ASSERT_TRUE(frontEnd.waitForState([](const auto& status) {
+    return isInProgress(status) && statuskey::progressType.read(status) == ProgressType::merge;
+  })) << log();
+  EXPECT_EQ(statuskey::mergeIndex.read(frontEnd.states.back()), 1U);
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_EQ(items().size(), 2U) << log();
+
+  ASSERT_EQ(frontEnd.call(DaemonMember::setMaxIncrementsCount, std::uint64_t{1}), code(ResultCode::success));
+  ASSERT_EQ(frontEnd.call(DaemonMember::backup), code(ResultCode::success));
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(items().size(), 2U) << log();
+  EXPECT_THAT(log(), HasSubstr("2 increments, 1 are to be kept"));
+  for (const auto& item : items()) {
+    const auto image = std::filesystem::path(*item->indexFilePath()).parent_path() / "disk0.pvhd";
+    mustRun("/usr/bin/qemu-img", {"check", "-q", "-f", "qcow2", image.string()});
+  }
+}
+
 TEST_F(HelperProgram, AVolumeThatWasNotClosedIsRefusedWithWhatToDo) {
   addDiskThatWasNotClosed();
   start();

@@ -130,7 +130,7 @@ inline PresentArchive archiveWith(std::size_t points, const std::string& source 
 // Everything a model needs, under the test's hand. Nothing moves but by `settle` and `advance`.
 class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsStore, public Log {
  public:
-  using BackupBody = std::function<BackupOutcome(const BackupOrder&, OperationBoard&, const CancelFlag&)>;
+  using BackupBody = std::function<OperationOutcome(const BackupOrder&, OperationBoard&, const CancelFlag&)>;
 
   Disks scan() override {
     ++scans;
@@ -140,9 +140,13 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
     const auto found = archives.find(path);
     return found == archives.end() ? ArchiveView(NoArchiveFolder{}) : found->second;
   }
-  BackupOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) override {
+  OperationOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) override {
     requests.push_back(request);
     return body(request, board, cancel);
+  }
+  OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) override {
+    merges.push_back(point);
+    return mergeBody ? mergeBody(board, cancel) : OperationDone{};
   }
   Expected<Done, std::string> pin(const PinOrder& order) override {
     pins.push_back(order);
@@ -203,8 +207,9 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
 
   Disks disks{windowsDisk(), windowsDisk(kOtherDisk, 2), macDisk()};
   std::map<std::string, ArchiveView> archives{{kArchive, NoArchiveYet{}}};
-  BackupBody body = [](const BackupOrder&, OperationBoard&, const CancelFlag&) { return BackupDone{}; };
+  BackupBody body = [](const BackupOrder&, OperationBoard&, const CancelFlag&) { return OperationDone{}; };
   std::function<void(const PinOrder&)> onPin;
+  std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> mergeBody;
   Expected<Done, std::string> pinResult{Done{}};
   bool saveFails = false;
 
@@ -212,6 +217,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   int readyCalls = 0;
   std::vector<BackupOrder> requests;
   std::vector<PinOrder> pins;
+  std::vector<PointReference> merges;
   std::vector<HelperSettings> saved;
   std::vector<std::string> lines;
   std::vector<Announced> announced;

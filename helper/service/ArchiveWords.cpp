@@ -1,0 +1,40 @@
+#include "helper/service/ArchiveWords.h"
+
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+namespace zpk {
+
+std::string sentenceOf(const ArchiveError& error) {
+  std::string text =
+      error.fault == ArchiveFault::SourceUnfit ? error.message + " (" + error.path + ")" : error.text();
+  if (!text.ends_with('.')) text += '.';
+  return text;
+}
+
+std::string durationText(double seconds) {
+  const auto whole = static_cast<unsigned long>(std::llround(seconds));
+  char text[48];
+  if (whole >= 3600) {
+    std::snprintf(text, sizeof text, "%lu h %02lu min", whole / 3600, whole / 60 % 60);
+  } else if (whole >= 60) {
+    std::snprintf(text, sizeof text, "%lu min %02lu s", whole / 60, whole % 60);
+  } else {
+    std::snprintf(text, sizeof text, "%lu s", whole);
+  }
+  return text;
+}
+
+std::string momentText(std::int64_t time) {
+  const auto seconds = static_cast<std::time_t>(time);
+  std::tm parts = {};
+  char text[64];
+  if (::localtime_r(&seconds, &parts) == nullptr ||
+      std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &parts) == 0) {
+    return "an unknown date";
+  }
+  return text;
+}
+
+}  // namespace zpk

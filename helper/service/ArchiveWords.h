@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "helper/archive/ArchiveError.h"
+
+namespace zpk {
+
+// What the engine says, in words for people.
+
+// The engine's sentence, with its full stop.
+std::string sentenceOf(const ArchiveError& error);
+
+// "1 h 02 min", "2 min 05 s", "7 s"
+std::string durationText(double seconds);
+
+// "2026-11-20 13:45", where people here are; `time` in seconds since 1970.
+std::string momentText(std::int64_t time);
+
+}  // namespace zpk
