@@ -172,7 +172,15 @@ TEST_F(LogViewTest, AssistiveTechnologyReadsItsLines) {
   QAccessibleInterface* line = table->tableInterface()->cellAt(7, 0);
   ASSERT_NE(line, nullptr);
   EXPECT_EQ(line->text(QAccessible::Name), "line 7");
-  EXPECT_EQ(table->text(QAccessible::Description), "The log of a backup is shown here while it runs.");
+}
+
+TEST_F(LogViewTest, OnlyALogWithoutLinesSaysWhatItIsFor) {
+  const auto described = [this] { return view.accessibleDescription().toStdString(); };
+  EXPECT_EQ(described(), "The log of a backup is shown here while it runs.");
+  view.setLines(lines(0, 3));
+  EXPECT_EQ(described(), "");
+  view.setLines(nullptr);
+  EXPECT_EQ(described(), "The log of a backup is shown here while it runs.");
 }
 
 // Counts paints and the rows that they draw.
