@@ -8,7 +8,8 @@ namespace zpk {
 void followAction(QPushButton& button, QAction& action) {
   const auto copy = [&button, &action] {
     button.setText(action.text());
-    button.setIcon(action.icon());
+    // From the right, the style tears an icon and its words apart.
+    button.setIcon(button.isRightToLeft() ? QIcon() : action.icon());
     button.setEnabled(action.isEnabled());
     button.setToolTip(action.statusTip());
     button.setAccessibleDescription(action.statusTip());

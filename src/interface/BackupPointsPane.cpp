@@ -42,7 +42,7 @@ BackupPointsPane::BackupPointsPane(ZPKUIDaemonController& controller, const Wind
   whole->setContentsMargins(0, 6, 0, 0);
   whole->setSpacing(8);
   whole->addWidget(_table, 1);
-  setUpButtons(actions);
+  whole->addLayout(makeButtons(actions));
   bindTable();
 }
 
@@ -73,7 +73,7 @@ void BackupPointsPane::setUpTable() {
   header.resizeSection(BackupPointsModel::size, kSizeWidth * character);
 }
 
-void BackupPointsPane::setUpButtons(const WindowActions& actions) {
+QLayout* BackupPointsPane::makeButtons(const WindowActions& actions) {
   auto* row = new QHBoxLayout;
   row->setSpacing(8);
   const auto add = [&](QAction* action, const char* name) {
@@ -87,7 +87,7 @@ void BackupPointsPane::setUpButtons(const WindowActions& actions) {
   add(actions.merge, "mergeButton");
   add(actions.open, "openButton");
   row->addStretch();
-  layout()->addItem(row);
+  return row;
 }
 
 void BackupPointsPane::bindTable() {

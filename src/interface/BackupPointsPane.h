@@ -31,7 +31,7 @@ class BackupPointsPane final : public QWidget {
 
  private:
   void setUpTable();
-  void setUpButtons(const WindowActions& actions);
+  QLayout* makeButtons(const WindowActions& actions);
   void bindTable();
   void sendSelection();
 

@@ -200,6 +200,16 @@ TEST_F(BackupPointsTable, RestoreAndMergeButtonsOpenTheirSheets) {
   EXPECT_EQ(helper().lastCall("mergeArchiveWithParent").arguments, Array{2});
 }
 
+// The row of buttons once kept to the left whatever the direction.
+TEST_F(BackupPointsTable, ButtonsBeginWhereTheTableDoes) {
+  world.show(readyStatus());
+  const auto* button = world.find<QPushButton>("restoreButton");
+  EXPECT_EQ(button->geometry().left(), table()->geometry().left());
+  world.window->setLayoutDirection(Qt::RightToLeft);
+  InterfaceWorld::settle();
+  EXPECT_EQ(button->geometry().right(), table()->geometry().right());
+}
+
 TEST_F(BackupPointsTable, EmptyTableSaysWhatToDo) {
   const auto* view = table();
   EXPECT_EQ(view->accessibleDescription(), "Waiting for the helper…");
