@@ -60,7 +60,7 @@ void HelperModel::backupEnded(const OperationOutcome& outcome) {
   _facts.settings.backupRunning = false;
   _facts.settings.lastBackupError.reset();
   if (std::holds_alternative<OperationStopped>(outcome)) {
-    _facts.settings.lastBackupError = "The last backup was stopped before it was complete.";
+    _facts.settings.lastBackupError = "It was stopped before it was complete.";
   }
   if (const auto* failed = std::get_if<OperationFailed>(&outcome)) _facts.settings.lastBackupError = failed->reason;
   save();
