@@ -99,8 +99,11 @@ QString readLog(Stage& stage) {
   const auto shown = [&](const char* page) { return pages.currentWidget()->objectName() == QLatin1String(page); };
   command(stage, "showLogAction");
   stage.window.waitFor(QStringLiteral("the log"), kForASheet, [&] { return shown("logPage"); });
-  const int lines = stage.window.widget<QAbstractItemView>("logView").model()->rowCount();
-  expect(lines > 0, QStringLiteral("the log of the last backup"));
+  const QAbstractItemModel& log = *stage.window.widget<QAbstractItemView>("logView").model();
+  const int lines = log.rowCount();
+  const QString last = log.index(lines - 1, log.columnCount() - 1).data().toString();
+  expect(last.contains(QStringLiteral("is complete")),
+         QStringLiteral("the log to end with the backup’s end: ") + last);
   stage.window.takePicture(QStringLiteral("log"));
   command(stage, "showPointsAction");
   stage.window.waitFor(QStringLiteral("the backup points"), kForASheet, [&] { return shown("pointsPage"); });

@@ -38,11 +38,15 @@ void KeyboardHands::command(QAction& action) {
 
 void KeyboardHands::selectRow(QAbstractItemView& list, int row) {
   gesture::tabTo(list);
+  if (list.model()->rowCount() > 1) gesture::key(list, Qt::Key_End);
   gesture::key(list, Qt::Key_Home);
   for (int down = 0; down < row; ++down) gesture::key(list, Qt::Key_Down);
   if (list.currentIndex().row() != row) throw DriveFailed("the arrow keys do not come to the row");
-  // A row can be the current one without being marked.
-  if (!list.selectionModel()->isRowSelected(row)) gesture::key(list, Qt::CTRL | Qt::Key_Space);
+  // A row that was the current one already is not marked by coming to it; the only one is marked as all there are.
+  if (!list.selectionModel()->isRowSelected(row)) {
+    if (list.model()->rowCount() != 1) throw DriveFailed("the arrow keys do not mark the row");
+    gesture::key(list, Qt::CTRL | Qt::Key_A);
+  }
 }
 
 // The row's own command for its box is the space bar.

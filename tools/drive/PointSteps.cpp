@@ -67,9 +67,7 @@ QString pinPoint(Stage& stage) {
   stage.hands.type(stage.window.sheetWidget<QLineEdit>("incrementLabelField"), kLabel);
   stage.window.takePicture(QStringLiteral("label"));
   stage.hands.accept(sheet);
-  if (!awaitUnlessNotYet(stage, QStringLiteral("the pin"), [&] { return isPinned(stage, 0); })) {
-    return QStringLiteral("was told that pinning is not available yet");
-  }
+  stage.window.waitFor(QStringLiteral("the pin"), kForTheHelper, [&] { return isPinned(stage, 0); });
   awaitIdle(stage);
   expect(labelOf(stage, 0) == kLabel.toStdString(), QStringLiteral("the label in the list"));
   stage.window.takePicture(QStringLiteral("pinned"));
@@ -77,7 +75,6 @@ QString pinPoint(Stage& stage) {
 }
 
 QString unpinPoint(Stage& stage) {
-  if (!isPinned(stage, 0)) return QStringLiteral("had nothing to unpin");
   tickPin(stage, 0);
   stage.window.waitFor(QStringLiteral("the pin to go"), kForTheHelper, [&] { return !isPinned(stage, 0); });
   awaitIdle(stage);
@@ -92,10 +89,8 @@ QString mergePoint(Stage& stage) {
       awaitSheet(stage, QStringLiteral("the question before a merge"), modalsession::kMergeConfirmation);
   stage.window.takePicture(QStringLiteral("merge"));
   stage.hands.accept(question);
-  const auto merged = [&] { return !stage.controller().inProgress() && stage.pointCount() == before - 1; };
-  if (!awaitUnlessNotYet(stage, QStringLiteral("the merge"), merged)) {
-    return QStringLiteral("was told that merging is not available yet");
-  }
+  stage.window.waitFor(QStringLiteral("the merge"), kForABackup,
+                       [&] { return !stage.controller().inProgress() && stage.pointCount() == before - 1; });
   awaitIdle(stage);
   return QStringLiteral("merged two backup points, %1 left").arg(stage.pointCount());
 }

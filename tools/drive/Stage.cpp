@@ -52,16 +52,4 @@ void awaitIdle(Stage& stage) {
   });
 }
 
-bool awaitUnlessNotYet(Stage& stage, const QString& what, const std::function<bool()>& seen) {
-  const auto isNotYet = [&] { return stage.window.shownError().endsWith(QStringLiteral("is not available yet.")); };
-  stage.window.waitFor(what, kForABackup, [&] { return isNotYet() || seen(); });
-  if (!isNotYet()) return true;
-  // The record that no longer tells of it; whoever is quicker is told once more.
-  stage.window.waitThroughErrorsFor(QStringLiteral("the helper to forget the error"), kForTheHelper,
-                                    [&] { return !statuskey::opError.isPresentIn(stage.status()); });
-  stage.hands.cancel(stage.window.shownSheet());
-  awaitNoSheet(stage, QStringLiteral("the dismissed answer"));
-  return false;
-}
-
 }  // namespace zpk

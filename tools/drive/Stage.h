@@ -48,8 +48,5 @@ void awaitNoSheet(Stage& stage, const QString& what);
 // Gives the error's text.
 QString awaitError(Stage& stage, const QString& what);
 void awaitIdle(Stage& stage);
-// Waits for what a command of the helper brings about. False: the helper said that it cannot do that yet, and that
-// was dismissed.
-bool awaitUnlessNotYet(Stage& stage, const QString& what, const std::function<bool()>& seen);
 
 }  // namespace zpk
