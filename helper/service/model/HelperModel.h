@@ -32,8 +32,8 @@ struct HelperParts {
 // time, and the results come back to the loop. Of its activities (HelperFacts.h):
 //
 //   busy        from the start until disks and archive were read once; while reading them again, or any command,
-//               takes more than half a second; after an operation was told to stop, until it has stopped
-//   in progress while a backup or a merge runs
+//               takes more than half a second
+//   in progress while a backup or a merge runs; one that was told to stop runs until it has stopped
 //   idle        else
 //
 // Commands other than `breakProgress` are answered "busy" unless the helper is idle and no other command waits for

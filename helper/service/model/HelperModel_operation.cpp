@@ -55,8 +55,6 @@ ResultCode HelperModel::breakProgress() {
   if (_operation && !_operation->shared->cancel.isRequested()) {
     _parts.log.line("ZPKH::" + _operation->name + " is told to stop");
     _operation->shared->cancel.request();
-    _facts.activity = Busy{};
-    changed();
   }
   return ResultCode::success;
 }

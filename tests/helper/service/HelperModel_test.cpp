@@ -90,13 +90,13 @@ TEST(HelperModel, InProgressAnswersBusy) {
   EXPECT_EQ(world.requests.size(), 1U);
 }
 
-TEST(HelperModel, StoppingIsBusyAndAnswersBusy) {
+TEST(HelperModel, OneThatIsToldToStopRunsUntilItHasStopped) {
   HelperWorld world;
   world.startConfigured();
   world.body = [&](const auto&, auto&, const CancelFlag& cancel) -> OperationOutcome {
     EXPECT_EQ(world.model->breakProgress(), ResultCode::success);
     EXPECT_TRUE(cancel.isRequested());
-    EXPECT_EQ(world.state(), HelperState::busy);
+    EXPECT_EQ(world.state(), HelperState::inProgress);
     expectAllAnswer(world, ResultCode::serviceIsBusy);
     return OperationStopped{};
   };

@@ -132,7 +132,7 @@ TEST_F(HelperPoints, AStoppedMergeIsNoErrorAndSaysNothingOfTheLastBackup) {
   world.mergeBody = [&](OperationBoard&, const CancelFlag& cancel) -> OperationOutcome {
     world.model->breakProgress();
     EXPECT_TRUE(cancel.isRequested());
-    EXPECT_EQ(world.state(), HelperState::busy);
+    EXPECT_EQ(world.state(), HelperState::inProgress) << "until it has stopped";
     return OperationStopped{};
   };
   world.model->mergeArchiveWithParent(1);
