@@ -26,15 +26,12 @@ namespace {
 constexpr int kNoticeSide = 22;
 constexpr int kArrowSide = 26;
 
-QString nameIn(const Dictionary& info) {
-  return displayText(info["name"].textOr(""));
-}
-
 }  // namespace
 
 MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const Surroundings& surroundings)
     : _controller(std::move(controller)),
       _localization(surroundings.localization),
+      _dates(surroundings.dates),
       _ui(std::make_unique<Ui::MainWindow>()),
       _actions(std::make_unique<WindowActions>(*this, *_controller, surroundings.watch, surroundings.localization)),
       _sheets(std::make_unique<SheetHost>(
@@ -63,8 +60,8 @@ MainWindow::~MainWindow() {
 }
 
 void MainWindow::makePanes(const Surroundings& surroundings) {
-  _progress =
-      new ProgressPane(*_controller, surroundings.watch, *_actions, _localization, surroundings.times, this);
+  _progress = new ProgressPane(*_controller, surroundings.watch, *_actions, _localization,
+                               ProgressPane::Dates{surroundings.dates, surroundings.times}, this);
   _ui->operationPages->addWidget(_progress);
   _points = new BackupPointsPane(*_controller, *_actions, _localization, surroundings.dates, this);
   _ui->pointsLayout->addWidget(_points);
@@ -116,17 +113,19 @@ void MainWindow::bindPlaces() {
 
 void MainWindow::showSource() {
   const Dictionary& info = _controller->sourceInfo();
-  if (info.empty()) return _ui->sourceCard->setContent(std::nullopt);
-  _ui->sourceCard->setContent(PlaceCard::Content{iconOf(_controller->sourceIcon(), Symbol::disk), nameIn(info),
+  const QString name = sourceName(*_controller, _dates);
+  if (info.empty() && name.isEmpty()) return _ui->sourceCard->setContent(std::nullopt);
+  _ui->sourceCard->setContent(PlaceCard::Content{iconOf(_controller->sourceIcon(), Symbol::disk), name,
                                                  sourceDetailText(info, _localization),
                                                  sourceUsageText(info, _localization), sourceUsage(info)});
 }
 
 void MainWindow::showDestination() {
   const Dictionary& info = _controller->destinationInfo();
-  if (info.empty()) return _ui->destinationCard->setContent(std::nullopt);
-  _ui->destinationCard->setContent(PlaceCard::Content{iconOf(_controller->targetIcon(), Symbol::archive),
-                                                      nameIn(info), displayText(info["location"].textOr("")),
+  const QString name = destinationName(*_controller, _dates);
+  if (info.empty() && name.isEmpty()) return _ui->destinationCard->setContent(std::nullopt);
+  _ui->destinationCard->setContent(PlaceCard::Content{iconOf(_controller->targetIcon(), Symbol::archive), name,
+                                                      displayText(info["location"].textOr("")),
                                                       displayText(info["status"].textOr("")), std::nullopt});
 }
 

@@ -72,6 +72,7 @@ class MainWindow final : public QMainWindow {
 
   std::shared_ptr<ZPKUIDaemonController> _controller;
   const Localization& _localization;
+  const DateFormatter& _dates;
   std::unique_ptr<Ui::MainWindow> _ui;
   std::unique_ptr<WindowActions> _actions;
   // Belong to the window's layouts.

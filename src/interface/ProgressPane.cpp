@@ -20,12 +20,12 @@ constexpr int kStepsPerPercent = 10;
 }  // namespace
 
 ProgressPane::ProgressPane(ZPKUIDaemonController& controller, OperationWatch& watch, const WindowActions& actions,
-                           const Localization& localization, const DateFormatter& times, QWidget* parent)
+                           const Localization& localization, const Dates& dates, QWidget* parent)
     : QWidget(parent),
       _controller(controller),
       _watch(watch),
       _localization(localization),
-      _times(times),
+      _dates(dates),
       _ui(std::make_unique<Ui::ProgressPane>()) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, localization);
@@ -62,14 +62,14 @@ void ProgressPane::showProgress() {
   _ui->progressBar->setValue(steps);
   _ui->percentLabel->setText(QString::number(steps / kStepsPerPercent) + u'%');
   _ui->percentLabel->setAccessibleDescription(_ui->percentLabel->text());
-  _ui->routeLabel->setPlainText(routeText(_controller, _localization));
+  _ui->routeLabel->setPlainText(routeText(_controller, _localization, _dates.ofPoints));
   _ui->timesLabel->setPlainText(timesText(_controller, _localization));
 }
 
 void ProgressPane::showStandstill() {
   const auto& since = _watch.noProgressSince();
   _ui->standstillRow->setVisible(since.has_value());
-  if (since) _ui->standstillLabel->setText(standstillText(*since, _times, _localization));
+  if (since) _ui->standstillLabel->setText(standstillText(*since, _dates.ofTheDay, _localization));
 }
 
 void ProgressPane::changeEvent(QEvent* event) {

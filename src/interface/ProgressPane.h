@@ -22,9 +22,13 @@ class WindowActions;
 // The running operation: what goes where, how far it is, how long it takes, Stop, and since when it stands still.
 class ProgressPane final : public QWidget {
  public:
-  // `times` is the style of the time of day.
+  struct Dates {
+    const DateFormatter& ofPoints;
+    const DateFormatter& ofTheDay;  // The time alone.
+  };
+
   ProgressPane(ZPKUIDaemonController& controller, OperationWatch& watch, const WindowActions& actions,
-               const Localization& localization, const DateFormatter& times, QWidget* parent = nullptr);
+               const Localization& localization, const Dates& dates, QWidget* parent = nullptr);
   ~ProgressPane() override;
 
   QPushButton* stopButton() const;
@@ -41,7 +45,7 @@ class ProgressPane final : public QWidget {
   ZPKUIDaemonController& _controller;
   OperationWatch& _watch;
   const Localization& _localization;
-  const DateFormatter& _times;
+  Dates _dates;
   std::unique_ptr<Ui::ProgressPane> _ui;
   Bindings _bindings;
 };

@@ -12,6 +12,7 @@
 #include "interface/LabelSheet.h"
 #include "interface/MessageSheet.h"
 #include "interface/StaticTexts.h"
+#include "interface/WindowTexts.h"
 
 namespace zpk {
 namespace {
@@ -55,14 +56,6 @@ class BusySheet final : public MessageSheet {
 
   Bindings _bindings;
 };
-
-// "Before the update" (14 Nov 2023), or the date alone of a point without a label.
-QString pointText(const RLDArchiveItem& point, const DateFormatter& dates) {
-  const QString name = displayText(point.name().value_or(""));
-  const QString date = point.creationDate() ? displayText(dates.stringFromDate(*point.creationDate())) : QString();
-  if (name.isEmpty()) return date;
-  return date.isEmpty() ? u'“' + name + u'”' : u'“' + name + QStringLiteral("” (") + date + u')';
-}
 
 QString foreignArchiveText(const ZPKUIDaemonController& controller, const Localization& localization) {
   const QString archive = displayText(controller.destinationInfo()["name"].textOr(""));

@@ -21,6 +21,18 @@ QString labelled(const Localization& localization, const char* label, const QStr
   return localizedText(localization, label) + u' ' + text;
 }
 
+// The backup point that the running merge takes apart (`before` 0) or the one before it, which takes it up (1);
+// null when no merge runs or the record names none.
+std::shared_ptr<const RLDArchiveItem> mergedPoint(const ZPKUIDaemonController& controller, std::uint64_t before) {
+  const auto status = controller.currentStatus();
+  if (!status || !controller.inProgress()) return nullptr;
+  if (statuskey::progressType.read(*status) != ProgressType::merge) return nullptr;
+  const auto archive = statuskey::archiveDescription.read(*status);
+  const std::uint64_t index = statuskey::mergeIndex.read(*status);
+  if (!archive || index == 0 || index >= archive->items().size()) return nullptr;
+  return archive->items()[index - before];
+}
+
 }  // namespace
 
 QString sourceDetailText(const Dictionary& sourceInfo, const Localization& localization) {
@@ -77,9 +89,29 @@ QString historyText(const ZPKUIDaemonController& controller, const Localization&
   return parts.join(kGap);
 }
 
-QString routeText(const ZPKUIDaemonController& controller, const Localization& localization) {
-  const QString from = displayText(controller.sourceInfo()["name"].textOr(""));
-  const QString to = displayText(controller.destinationInfo()["name"].textOr(""));
+QString pointText(const RLDArchiveItem& point, const DateFormatter& dates) {
+  const QString name = displayText(point.name().value_or(""));
+  const QString date = point.creationDate() ? displayText(dates.stringFromDate(*point.creationDate())) : QString();
+  if (name.isEmpty()) return date;
+  return date.isEmpty() ? u'“' + name + u'”' : u'“' + name + QStringLiteral("” (") + date + u')';
+}
+
+QString sourceName(const ZPKUIDaemonController& controller, const DateFormatter& dates) {
+  const QString name = displayText(controller.sourceInfo()["name"].textOr(""));
+  const auto point = name.isEmpty() ? mergedPoint(controller, 0) : nullptr;
+  return point ? pointText(*point, dates) : name;
+}
+
+QString destinationName(const ZPKUIDaemonController& controller, const DateFormatter& dates) {
+  const QString name = displayText(controller.destinationInfo()["name"].textOr(""));
+  const auto point = name.isEmpty() ? mergedPoint(controller, 1) : nullptr;
+  return point ? pointText(*point, dates) : name;
+}
+
+QString routeText(const ZPKUIDaemonController& controller, const Localization& localization,
+                  const DateFormatter& dates) {
+  const QString from = sourceName(controller, dates);
+  const QString to = destinationName(controller, dates);
   const bool known = !from.isEmpty() && !to.isEmpty();
   const auto filled = [&](const QString& text) { return filledText(text, {{"SOURCE", from}, {"TARGET", to}}); };
   const auto status = controller.currentStatus();

@@ -26,8 +26,16 @@ QString readinessText(const ZPKUIDaemonController& controller, const Localizatio
 // Since when the disk is protected: "Last backup: …   First backup: …"; empty when nothing is known.
 QString historyText(const ZPKUIDaemonController& controller, const Localization& localization);
 
-// "Backing up Office PC → Backups"; without the route when either end is unknown.
-QString routeText(const ZPKUIDaemonController& controller, const Localization& localization);
+// “Before the update” (14 Nov 2023), or the date alone of a point without a label.
+QString pointText(const RLDArchiveItem& point, const DateFormatter& dates);
+
+// The names of the source and of the destination. A backup point without a label that is being merged goes by its
+// date. Empty when unknown.
+QString sourceName(const ZPKUIDaemonController& controller, const DateFormatter& dates);
+QString destinationName(const ZPKUIDaemonController& controller, const DateFormatter& dates);
+// "Backing up Office PC → Backups"; without the route when either end is unknown. `dates` as above.
+QString routeText(const ZPKUIDaemonController& controller, const Localization& localization,
+                  const DateFormatter& dates);
 // "Elapsed 00:01:05   Remaining 00:03:10".
 QString timesText(const ZPKUIDaemonController& controller, const Localization& localization);
 

@@ -33,10 +33,24 @@ TEST_F(Progress, SaysWhatGoesWhere) {
   EXPECT_EQ(text("routeLabel"), "Merging Tuesday → Monday");
 }
 
-TEST_F(Progress, PointsWithoutALabelAreMergedWithoutARoute) {
+TEST_F(Progress, PointsWithoutALabelAreMergedByTheirDates) {
   Dictionary status = backupStatus(10, {});
   statuskey::progressType.set(status, ProgressType::merge);
-  statuskey::mergeIndex.set(status, 2);
+  statuskey::mergeIndex.set(status, 1);
+  statuskey::archiveDescription.set(status,
+                                    archiveOf({backupPoint(0, "", 86'400), backupPoint(1, "", 2 * 86'400)}));
+  world.show(status);
+  EXPECT_EQ(text("routeLabel"), "Merging day 2 → day 1");
+  EXPECT_TRUE(words("sourceCard").startsWith("day 2")) << words("sourceCard").toStdString();
+  EXPECT_TRUE(words("destinationCard").startsWith("day 1")) << words("destinationCard").toStdString();
+}
+
+TEST_F(Progress, PointsWithNeitherLabelNorDateAreMergedWithoutARoute) {
+  const auto nameless = std::make_shared<const RLDArchiveItem>(RLDArchiveItem::Fields{});
+  Dictionary status = backupStatus(10, {});
+  statuskey::progressType.set(status, ProgressType::merge);
+  statuskey::mergeIndex.set(status, 1);
+  statuskey::archiveDescription.set(status, archiveOf({nameless, nameless}));
   world.show(status);
   EXPECT_EQ(text("routeLabel"), "Merging backup points");
 }
