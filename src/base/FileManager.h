@@ -21,6 +21,11 @@ struct FileError {
 struct FileSystemSpace {
   std::uint64_t blockSize = 0;        // bytes
   std::uint64_t availableBlocks = 0;  // to unprivileged users
+  std::uint64_t totalBlocks = 0;      // used and free; 0 when the file system does not say
+
+  std::uint64_t available() const { return blockSize * availableBlocks; }  // bytes, as is the next
+  std::uint64_t total() const { return blockSize * totalBlocks; }
+  bool operator==(const FileSystemSpace&) const = default;
 };
 
 // Files and folders by path. Any thread. Paths are absolute.

@@ -108,7 +108,8 @@ void MainWindow::setUpPictures() {
 
 void MainWindow::bindPlaces() {
   _bindings.bind(*_controller, {"sourceInfo", "sourceIcon"}, [this] { showSource(); });
-  _bindings.bind(*_controller, {"destinationInfo", "targetIcon"}, [this] { showDestination(); });
+  _bindings.bind(*_controller, {"destinationInfo", "destinationSpace", "targetIcon"},
+                 [this] { showDestination(); });
 }
 
 void MainWindow::showSource() {
@@ -124,9 +125,9 @@ void MainWindow::showDestination() {
   const Dictionary& info = _controller->destinationInfo();
   const QString name = destinationName(*_controller, _dates);
   if (info.empty() && name.isEmpty()) return _ui->destinationCard->setContent(std::nullopt);
-  _ui->destinationCard->setContent(PlaceCard::Content{iconOf(_controller->targetIcon(), Symbol::archive), name,
-                                                      displayText(info["location"].textOr("")),
-                                                      displayText(info["status"].textOr("")), std::nullopt});
+  _ui->destinationCard->setContent(PlaceCard::Content{
+      iconOf(_controller->targetIcon(), Symbol::archive), name, displayText(info["location"].textOr("")),
+      displayText(info["status"].textOr("")), destinationUsage(*_controller)});
 }
 
 void MainWindow::bindOperation() {

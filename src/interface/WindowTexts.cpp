@@ -63,6 +63,12 @@ QString sourceUsageText(const Dictionary& sourceInfo, const Localization& locali
       {{"USED", sizeText(usage->size - std::min(usage->size, usage->free))}, {"FREE", sizeText(usage->free)}});
 }
 
+std::optional<UsageBar::Usage> destinationUsage(const ZPKUIDaemonController& controller) {
+  const auto& space = controller.destinationSpace();
+  if (!space || space->total() == 0 || !controller.destinationInfo().contains("location")) return std::nullopt;
+  return UsageBar::Usage{space->total(), space->available()};
+}
+
 bool isWaitingForHelper(const ZPKUIDaemonController& controller) {
   const auto status = controller.currentStatus();
   if (!status) return true;

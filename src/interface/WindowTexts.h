@@ -18,6 +18,10 @@ QString sourceDetailText(const Dictionary& sourceInfo, const Localization& local
 QString sourceUsageText(const Dictionary& sourceInfo, const Localization& localization);
 std::optional<UsageBar::Usage> sourceUsage(const Dictionary& sourceInfo);
 
+// How full the file system of the archive is; nothing while an operation runs, when only the archive's name is
+// told.
+std::optional<UsageBar::Usage> destinationUsage(const ZPKUIDaemonController& controller);
+
 // The helper has not told of source and destination yet: it was not heard, or is still reading disks.
 bool isWaitingForHelper(const ZPKUIDaemonController& controller);
 

@@ -69,6 +69,9 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   const Value& progressPercents() const { return _progressPercents; }  // a number, as the helper sent it
   const Dictionary& sourceInfo() const { return _sourceInfo; }  // "name", "fsname", "size", "free", "mountpoint"
   const Dictionary& destinationInfo() const { return _destinationInfo; }  // "name", "location", "status"
+  // Of the file system that holds the archive, as of the last record while nothing ran; nothing when it cannot be
+  // had.
+  const std::optional<FileSystemSpace>& destinationSpace() const { return _destinationSpace; }
   const Picture& sourceIcon() const { return _sourceIcon; }
   const Picture& targetIcon() const { return _targetIcon; }
   const std::optional<std::string>& firstBackup() const { return _firstBackup; }
@@ -159,7 +162,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   void takeArchive(const Dictionary& status);
   Picture archiveIcon();
   Picture diskIcon(const RLDDisk* disk);
-  std::optional<std::string> freeSpaceText(const std::string& location) const;
+  std::optional<FileSystemSpace> describeSpace(Dictionary& described) const;
   std::optional<std::string> backupDate(const RLDArchiveItem& item) const;
   void scrollLogToEnd();
 
@@ -190,6 +193,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   Value _progressPercents;
   Dictionary _sourceInfo;
   Dictionary _destinationInfo;
+  std::optional<FileSystemSpace> _destinationSpace;
   Picture _sourceIcon;
   Picture _targetIcon;
   std::optional<std::string> _firstBackup;

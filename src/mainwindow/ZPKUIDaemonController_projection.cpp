@@ -137,6 +137,7 @@ void ZPKUIDaemonController::scrollLogToEnd() {
 struct ZPKUIDaemonController::Destination {
   Dictionary info;
   bool backupAllowed = false;
+  std::optional<FileSystemSpace> space = {};
 };
 
 void ZPKUIDaemonController::projectIdle(const Dictionary& status) {
@@ -145,6 +146,7 @@ void ZPKUIDaemonController::projectIdle(const Dictionary& status) {
   assign("checkFS", _checkFS, statuskey::checkFS.read(status));
   Destination destination = projectDestination(status);
   assign("arcSet", _arcSet, !destination.info.empty());
+  assign("destinationSpace", _destinationSpace, destination.space);
   assign("destinationInfo", _destinationInfo, std::move(destination.info));
   assign("backupEnabled", _backupEnabled, destination.backupAllowed);
 }
@@ -187,20 +189,20 @@ ZPKUIDaemonController::Destination ZPKUIDaemonController::projectDestination(con
 
 ZPKUIDaemonController::Destination ZPKUIDaemonController::readyDestination(const Dictionary& status,
                                                                            Dictionary described) {
-  if (auto space = freeSpaceText(described["location"].textOr(""))) described.set("status", *std::move(space));
+  const auto space = describeSpace(described);
   assign("targetIcon", _targetIcon, archiveIcon());
   takeArchive(status);
-  return {std::move(described), true};
+  return {std::move(described), true, space};
 }
 
 ZPKUIDaemonController::Destination ZPKUIDaemonController::emptyDestination(Dictionary described) {
-  if (auto space = freeSpaceText(described["location"].textOr(""))) described.set("status", *std::move(space));
+  const auto space = describeSpace(described);
   assign("targetIcon", _targetIcon, archiveIcon());
   const std::optional none(_environment.localization.localizedString("None"));
   assign("firstBackup", _firstBackup, none);
   assign("lastBackup", _lastBackup, none);
   assign("arcItems", _arcItems, {});
-  return {std::move(described), true};
+  return {std::move(described), true, space};
 }
 
 // Icons, dates and the kind of the archive stay those of the last time it could be reached. Unlike "Available" and
@@ -214,10 +216,12 @@ ZPKUIDaemonController::Destination ZPKUIDaemonController::unavailableDestination
 // Backing up onto it is allowed; the user is asked first.
 ZPKUIDaemonController::Destination ZPKUIDaemonController::foreignDestination(const Dictionary& status,
                                                                              Dictionary described) {
+  const auto space = describeSpace(described);
+  // In place of the free space, which the bar still shows.
   described.set("status", "Arc is not from source disk");
   assign("targetIcon", _targetIcon, archiveIcon());
   takeArchive(status);
-  return {std::move(described), true};
+  return {std::move(described), true, space};
 }
 
 void ZPKUIDaemonController::takeArchive(const Dictionary& status) {
@@ -239,11 +243,14 @@ std::optional<std::string> ZPKUIDaemonController::backupDate(const RLDArchiveIte
   return _environment.backupDateFormatter.stringFromDate(*date);
 }
 
-std::optional<std::string> ZPKUIDaemonController::freeSpaceText(const std::string& location) const {
-  const auto space = _environment.fileManager.fileSystemSpace(location);
-  if (!space) return std::nullopt;
-  return _environment.localization.localizedString("Available") + ": " +
-         byteSizeString(space->blockSize * space->availableBlocks);
+// Asks the file system that holds the location once: its free space becomes the "status", both figures the bar.
+std::optional<FileSystemSpace> ZPKUIDaemonController::describeSpace(Dictionary& described) const {
+  const auto space = _environment.fileManager.fileSystemSpace(described["location"].textOr(""));
+  if (space) {
+    described.set("status", _environment.localization.localizedString("Available") + ": " +
+                                byteSizeString(space->available()));
+  }
+  return space;
 }
 
 ZPKUIDaemonController::Picture ZPKUIDaemonController::archiveIcon() {

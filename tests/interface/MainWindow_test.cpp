@@ -12,7 +12,9 @@
 #include <cmath>
 
 #include "interface/PlaceCard.h"
+#include "interface/UsageBar.h"
 #include "interface/WindowFixture.h"
+#include "interface/WindowTexts.h"
 
 namespace zpk {
 namespace {
@@ -373,6 +375,29 @@ TEST(WindowLife, ControllerLivesOnWithoutItsWindow) {
   world.window.reset();
   world.push(backupStatus(3, {"line"}));
   EXPECT_TRUE(world.controller->inProgress());
+}
+
+UsageBar* barOf(const InterfaceWorld& world, const char* card) {
+  for (QWidget* child : world.find<QWidget>(card)->findChildren<QWidget*>()) {
+    if (auto* bar = dynamic_cast<UsageBar*>(child)) return bar;
+  }
+  return nullptr;
+}
+
+TEST_F(Window, DestinationShowsHowFullItsFileSystemIs) {
+  world.files.spaces["/backups"] = {4096, 1'000'000, 3'000'000};
+  world.show(readyStatus());
+  EXPECT_TRUE(barOf(world, "destinationCard")->isVisible());
+  EXPECT_EQ(barOf(world, "destinationCard")->accessibleName(), "Available: 4 GB");
+  EXPECT_EQ(destinationUsage(*world.controller), (UsageBar::Usage{12'288'000'000, 4'096'000'000}));
+  world.show(backupStatus(10, {}));
+  EXPECT_FALSE(barOf(world, "destinationCard")->isVisible()) << "only the name is told while something runs";
+}
+
+TEST_F(Window, DestinationOfUnknownSizeHasNoBar) {
+  world.files.spaces["/backups"] = {4096, 1'000'000, 0};
+  world.show(readyStatus());
+  EXPECT_FALSE(barOf(world, "destinationCard")->isVisible());
 }
 
 }  // namespace

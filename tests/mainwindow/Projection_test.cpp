@@ -105,6 +105,19 @@ TEST_F(Projection, LocationWhoseSpaceCannotBeAskedHasNoStatus) {
   EXPECT_FALSE(ui().destinationInfo().contains("status"));
 }
 
+TEST_F(Projection, SpaceAroundTheArchiveIsKnownWhileItCanBeReached) {
+  const FileSystemSpace space{4096, 1'000'000, 3'000'000};
+  world.files.spaces["/backups"] = space;
+  for (const std::int32_t reachable : {0, 1, 3}) {
+    world.push(archive("/backups/a.rldbackup", 2));
+    EXPECT_FALSE(ui().destinationSpace());
+    world.push(archive("/backups/a.rldbackup", reachable));
+    EXPECT_EQ(ui().destinationSpace(), space) << "state " << reachable;
+  }
+  world.push(archive(std::nullopt, 0));
+  EXPECT_FALSE(ui().destinationSpace());
+}
+
 TEST_F(Projection, AvailableAndNoneAreTranslatedAndTheOtherTwoAreNot) {
   world.texts.texts = {{"Available", "Frei"},
                        {"None", "Keine"},

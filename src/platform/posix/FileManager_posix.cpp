@@ -159,7 +159,7 @@ std::optional<FileSystemSpace> PosixFileManager::fileSystemSpace(std::string_vie
   const std::optional<std::string> name = systemPath(path);
   struct statvfs facts {};
   if (!name || uninterrupted([&] { return ::statvfs(name->c_str(), &facts); }) == -1) return std::nullopt;
-  return FileSystemSpace{facts.f_frsize, facts.f_bavail};
+  return FileSystemSpace{facts.f_frsize, facts.f_bavail, facts.f_blocks};
 }
 
 }  // namespace zpk

@@ -153,10 +153,13 @@ TEST_F(PosixFileManagerTest, TellsTheSpaceOfTheFileSystemAndNothingForAMissingPa
   ASSERT_TRUE(space);
   EXPECT_EQ(space->blockSize, facts.f_frsize);
   EXPECT_EQ(space->availableBlocks, facts.f_bavail);
+  EXPECT_EQ(space->totalBlocks, facts.f_blocks);
 
   const auto real = files.fileSystemSpace(folder.path());
   ASSERT_TRUE(real);
   EXPECT_GT(real->blockSize, 0u);
+  EXPECT_GT(real->total(), 0u);
+  EXPECT_LE(real->available(), real->total());
   EXPECT_FALSE(files.fileSystemSpace(folder.path("missing")));
 }
 
