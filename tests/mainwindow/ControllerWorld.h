@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cmath>
 #include <map>
 #include <memory>
 #include <optional>
@@ -75,7 +76,9 @@ struct SpaceTable final : FileManager {
 // "day 19675" for any time of that day; with `calendar` the day as people write it.
 struct DayFormatter final : DateFormatter {
   std::string stringFromDate(const Date& date) const override {
-    const auto day = static_cast<std::int32_t>(date.secondsSince1970 / 86'400);
+    const double days = date.secondsSince1970 / 86'400;
+    if (!(std::abs(days) < 1e6)) return "no day";
+    const auto day = static_cast<std::int32_t>(days);
     if (!calendar) return "day " + std::to_string(day);
     static constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
