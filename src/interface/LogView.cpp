@@ -79,7 +79,9 @@ double LogView::documentViewFrameHeight() const {
 }
 
 double LogView::contentViewBoundsHeight() const {
-  return viewport()->height() / std::max(lineHeight(), 1);
+  // Whole lines.
+  const int lines = viewport()->height() / std::max(lineHeight(), 1);
+  return lines;
 }
 
 void LogView::scrollDocumentViewToPoint(double /*x*/, double y) {
