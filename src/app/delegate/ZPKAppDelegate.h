@@ -1,0 +1,88 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "app/delegate/AppOutlets.h"
+#include "base/DispatchQueue.h"
+#include "base/Localization.h"
+#include "base/Log.h"
+#include "base/NotificationCenter.h"
+#include "base/Observable.h"
+#include "base/Workspace.h"
+#include "diagnostics/LogTasks.h"
+#include "helperlink/ZPKDaemon.h"
+#include "schedule/ZPKSchedulerViewController.h"
+
+namespace zpk {
+
+// What the application's delegate works with. All of it outlives the delegate.
+struct ZPKAppDelegateEnvironment {
+  NotificationCenter& notificationCenter;
+  Application& application;
+  Workspace& workspace;
+  const Localization& localization;
+  Log& log;
+  DispatchQueue& mainQueue;
+  LogCollectionEnvironment logCollection;
+  std::string updaterPath;      // the updater's program
+  std::string uninstallerPath;  // the uninstaller's application
+  // Asked when logs are collected and not before, since asking makes the first contact with the helper. Any thread.
+  std::function<ZPKDaemon&()> daemon = &ZPKDaemon::sharedDaemon;
+};
+
+// What belongs to the whole application rather than to its main window: the switch of the backup schedule, the
+// popover of its editor, the collection of logs, quitting, and the programs that are started beside this one.
+//
+// A collection of logs runs on the background queue; quitting waits for it. Main thread. Observable key:
+// "collectingLogs".
+class ZPKAppDelegate : public Observable {
+ public:
+  ZPKAppDelegate(const ZPKAppDelegateEnvironment& environment, ZPKSchedulerViewController& schedulerViewController);
+  ~ZPKAppDelegate() override;
+
+  // Outlets, set by the interface before launch; not owned. Null when there is no window (any more).
+  void setCollectLogsWindow(CollectLogsWindow* window) { _collectLogsWindow = window; }
+  void setToggleSchedulerButton(TitledButton* button) { _toggleSchedulerButton = button; }
+  void setAutoProtectionTextField(AttributedTextField* field) { _autoProtectionTextField = field; }
+  void setSchedulePopover(AnchoredPopover* popover) { _schedulePopover = popover; }
+
+  ZPKSchedulerViewController& schedulerViewController() { return _schedulerViewController; }
+  bool isCollectingLogs() const { return _collectingLogs; }
+
+  // Waits for the application's launch notification.
+  void awakeFromNib();
+  void applicationDidFinishLaunching();
+  bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
+  // Later while logs are collected: the application is told when they are.
+  TerminateReply applicationShouldTerminate();
+
+  // Actions.
+  void toggleSchedulerAction();
+  // `sender`: the view that the popover is to hang on. Null, for a sender that is none (a menu item), only closes
+  // it.
+  void scheduleAction(const View* sender);
+  void openCollectLogsWindow();
+  void collectLogs();
+  void uninstall();
+  void checkForUpdate();
+
+ private:
+  void schedulerEnabledChanged();
+  void _setCollectingLogs(bool collecting);
+  void logsCollected(const std::optional<std::string>& archive);
+
+  ZPKAppDelegateEnvironment _environment;
+  bool _terminateAfterCollegtingLogs = false;
+  bool _collectingLogs = false;
+  CollectLogsWindow* _collectLogsWindow = nullptr;
+  ZPKSchedulerViewController& _schedulerViewController;
+  TitledButton* _toggleSchedulerButton = nullptr;
+  AttributedTextField* _autoProtectionTextField = nullptr;
+  AnchoredPopover* _schedulePopover = nullptr;
+  Token _launchRegistration;
+  Token _enabledObservation;
+};
+
+}  // namespace zpk
