@@ -43,10 +43,16 @@ class FileManager {
   virtual Expected<std::vector<std::string>, FileError> contentsOfDirectory(std::string_view path) const = 0;
   // Makes one folder with mode 0700; an error when something is there already.
   virtual Expected<Done, FileError> createDirectory(std::string_view path) = 0;
+  // Makes the folder and every missing one on the way to it, with the permissions that the user's umask leaves.
+  // Done also when it is there already; an error when something else is. What was made before an error stays.
+  virtual Expected<Done, FileError> createDirectories(std::string_view path) = 0;
   // Copies a plain file to a path where nothing is yet.
   virtual Expected<Done, FileError> copyFile(std::string_view from, std::string_view to) = 0;
   // Nothing when the query fails.
   virtual std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const = 0;
+  // The user's home folder: what the environment says, else what the system's account says; "/" when neither says
+  // anything. Without a slash at its end, but for "/" itself. Need not be there.
+  virtual std::string homeDirectory() const = 0;
 };
 
 }  // namespace zpk

@@ -14,6 +14,7 @@ class PopUpButton {
   virtual ~PopUpButton() = default;
   virtual void removeAllItems() = 0;
   virtual void addItemWithTitle(const std::string& title) = 0;
+  // Of an index beyond the list none is chosen.
   virtual void selectItemAtIndex(std::uint64_t index) = 0;
 };
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Task.h"
@@ -30,7 +30,9 @@ class TMBLaunchctlManager {
   void enable(bool flag, const std::string& plist) const;
 
  private:
-  std::optional<Bytes> runLaunchctl(const std::vector<std::string>& arguments, bool wantsOutput) const;
+  enum class Output { dropped, captured };
+  // What the tool printed, empty where that is dropped; nothing unless it exited with status 0.
+  std::optional<Bytes> runLaunchctl(std::vector<std::string> arguments, Output output) const;
 
   TaskRunner& _tasks;
   std::string _tool;

@@ -89,12 +89,17 @@ class ZPKSchedulerViewController : public Observable {
   // The popover's Save: writes the job and has it loaded anew, whether the schedule is on or off.
   void saveCalAction();
 
+  // The job's name in the launcher.
+  static std::string jobLabel();
   // Where the job file is.
   std::string jobPath() const;
   // The job without its times, and noon.
   static Dictionary defaultJobValues();
   static Dictionary defaultStartCalendar();
   // Nothing when the job is valid as it stands, else the job repaired.
+  // A valid job has the default values, and a "StartCalendarInterval" with a numeric "Minute" and "Hour", perhaps
+  // one of "Day" and "Weekday", and nothing else; no number in it is held to a range. A "Weekday" that is no number
+  // stays, and counts as Sunday when it is read.
   static std::optional<Dictionary> validateJobInfo(const Dictionary& job);
 
  protected:
@@ -104,8 +109,9 @@ class ZPKSchedulerViewController : public Observable {
   Dictionary readJob() const;
   void writeJob(const Dictionary& job);
   void reloadJob();
-  void readSchedule(const Dictionary& job);
-  std::string dateText(std::uint64_t kind, std::uint64_t dayOfWeek, std::uint64_t dayOfMonth) const;
+  void readSchedule(const Dictionary& calendar);
+  Dictionary currentSchedule() const;
+  std::string dateText(const Dictionary& schedule) const;
 
   ZPKSchedulerEnvironment _environment;
   PopUpButton* _dayOfMonthPopUpButton = nullptr;

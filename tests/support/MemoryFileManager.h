@@ -18,6 +18,7 @@ namespace zpk {
 //
 //   files.addFolder("/tmp");
 //   files.add("/tmp/a", "content");
+//   files.setHomeDirectory("/home/user");  // as it is anyway; not made
 //   files.failAt("/tmp/b", "No space left on device");  // whatever is asked of that path
 class MemoryFileManager final : public FileManager {
  public:
@@ -36,6 +37,10 @@ class MemoryFileManager final : public FileManager {
   void failAt(const std::string& path, const std::string& reason) {
     const std::lock_guard lock(_mutex);
     _failures[path] = reason;
+  }
+  void setHomeDirectory(const std::string& path) {
+    const std::lock_guard lock(_mutex);
+    _home = path;
   }
   // The text "(no file)" when there is none.
   std::string content(std::string_view path) const {
@@ -79,8 +84,21 @@ class MemoryFileManager final : public FileManager {
   Expected<Done, FileError> createDirectory(std::string_view path) override {
     const std::lock_guard lock(_mutex);
     if (const auto failure = failureOfMaking(path)) return *failure;
-    if (exists(path)) return error(path, "File exists");
+    if (exists(path)) return error(path, kThere);
     _folders.emplace(path);
+    return Done{};
+  }
+
+  Expected<Done, FileError> createDirectories(std::string_view path) override {
+    const std::lock_guard lock(_mutex);
+    for (std::size_t end = 0; end != std::string_view::npos;) {
+      end = path.find('/', end + 1);
+      const std::string_view folder = path.substr(0, end);
+      if (_folders.contains(folder)) continue;
+      if (const auto failure = failureAt(folder)) return *failure;
+      if (_files.contains(folder)) return error(folder, kThere);
+      _folders.emplace(folder);
+    }
     return Done{};
   }
 
@@ -89,7 +107,7 @@ class MemoryFileManager final : public FileManager {
     const Expected<Bytes, FileError> content = read(from, UINT64_MAX);
     if (!content) return content.error();
     if (const auto failure = failureOfMaking(to)) return *failure;
-    if (exists(to)) return error(to, "File exists");
+    if (exists(to)) return error(to, kThere);
     _files[std::string(to)] = *content;
     return Done{};
   }
@@ -100,8 +118,14 @@ class MemoryFileManager final : public FileManager {
     return space == _spaces.end() ? std::nullopt : std::optional(space->second);
   }
 
+  std::string homeDirectory() const override {
+    const std::lock_guard lock(_mutex);
+    return _home;
+  }
+
  private:
   static constexpr std::string_view kMissing = "No such file or directory";
+  static constexpr std::string_view kThere = "File exists";
 
   static FileError error(std::string_view path, std::string_view reason) {
     return {std::string(path), std::string(reason)};
@@ -133,6 +157,7 @@ class MemoryFileManager final : public FileManager {
   }
 
   mutable std::mutex _mutex;
+  std::string _home = "/home/user";
   std::map<std::string, Bytes, std::less<>> _files;
   std::set<std::string, std::less<>> _folders{"/"};
   std::map<std::string, FileSystemSpace, std::less<>> _spaces;

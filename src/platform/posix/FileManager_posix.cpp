@@ -2,10 +2,13 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -77,6 +80,22 @@ std::optional<FileError> pump(int from, std::string_view fromPath, int to, std::
   }
 }
 
+bool isDirectory(const std::string& path) {
+  struct stat facts {};
+  return ::stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
+}
+
+// The home folder of the process's user by the system's accounts; empty when there is no such account.
+std::string homeOfAccount() {
+  std::vector<char> room(1024);
+  passwd entry{};
+  passwd* found = nullptr;
+  while (::getpwuid_r(::getuid(), &entry, room.data(), room.size(), &found) == ERANGE && room.size() < 1 << 20) {
+    room.resize(room.size() * 2);
+  }
+  return found != nullptr && entry.pw_dir != nullptr ? entry.pw_dir : "";
+}
+
 struct CloseDirectory {
   void operator()(DIR* directory) const { ::closedir(directory); }
 };
@@ -139,6 +158,21 @@ Expected<Done, FileError> PosixFileManager::createDirectory(std::string_view pat
   return Done{};
 }
 
+Expected<Done, FileError> PosixFileManager::createDirectories(std::string_view path) {
+  const std::optional<std::string> name = systemPath(path);
+  if (!name) return badPath(path);
+  // From the outermost folder inwards. That one is there already is what is mostly found, and no error; nor is one
+  // that may not be made but is there, as on the way to a folder of one's own below a foreign one.
+  for (std::size_t end = 0; end != std::string::npos;) {
+    end = name->find('/', end + 1);
+    const std::string folder = name->substr(0, end);
+    if (::mkdir(folder.c_str(), 0777) == 0) continue;
+    const int error = errno;
+    if (!isDirectory(folder)) return FileError{folder, systemReason(error)};
+  }
+  return Done{};
+}
+
 Expected<Done, FileError> PosixFileManager::copyFile(std::string_view from, std::string_view to) {
   const std::optional<std::string> name = systemPath(to);
   if (!name) return badPath(to);
@@ -160,6 +194,13 @@ std::optional<FileSystemSpace> PosixFileManager::fileSystemSpace(std::string_vie
   struct statvfs facts {};
   if (!name || uninterrupted([&] { return ::statvfs(name->c_str(), &facts); }) == -1) return std::nullopt;
   return FileSystemSpace{facts.f_frsize, facts.f_bavail, facts.f_blocks};
+}
+
+std::string PosixFileManager::homeDirectory() const {
+  const char* told = std::getenv("HOME");
+  std::string home = told != nullptr && *told == '/' ? told : homeOfAccount();
+  while (home.ends_with('/')) home.pop_back();
+  return home.starts_with('/') ? home : "/";
 }
 
 }  // namespace zpk

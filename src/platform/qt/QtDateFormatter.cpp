@@ -1,17 +1,13 @@
 #include "platform/qt/QtDateFormatter.h"
 
-#include <QDateTime>
 #include <QRegularExpression>
 #include <QStringList>
-#include <cmath>
 
+#include "platform/qt/QtMoment.h"
 #include "platform/qt/QtText.h"
 
 namespace zpk {
 namespace {
-
-// Beyond this many milliseconds from 1970 (some 140,000 years) no calendar reaches.
-constexpr double kFarthest = 4.4e15;
 
 // The locale's long form without the name of the weekday and what stands between that and the rest.
 QString fullDateFormat(const QLocale& locale) {
@@ -75,12 +71,22 @@ QtDateFormatter::QtDateFormatter(DateStyle date, DateStyle time, const QLocale& 
       _zone(std::move(zone)) {}
 
 std::string QtDateFormatter::stringFromDate(const Date& date) const {
-  const double milliseconds = std::floor(date.secondsSince1970 * 1000);
-  if (_format.isEmpty() || !(std::abs(milliseconds) <= kFarthest)) return {};
-  const auto whole = static_cast<qint64>(milliseconds);
-  const QDateTime moment =
-      _zone ? QDateTime::fromMSecsSinceEpoch(whole, *_zone) : QDateTime::fromMSecsSinceEpoch(whole);
-  return plainText(_locale.toString(moment, _format));
+  const std::optional<QDateTime> moment = qtMoment(date, _zone);
+  if (_format.isEmpty() || !moment) return {};
+  return plainText(_locale.toString(*moment, _format));
+}
+
+void QtDateFormatter::setTimeZoneForSecondsFromGMT(std::int32_t seconds) {
+  if (const QTimeZone zone(seconds); zone.isValid()) _zone = zone;
+}
+
+std::array<std::string, 7> QtDateFormatter::standaloneWeekdaySymbols() const {
+  std::array<std::string, 7> names;
+  // Qt numbers the days from Monday, 1, to Sunday, 7.
+  names[0] = plainText(_locale.standaloneDayName(7));
+  for (int day = 1; day < 7; ++day)
+    names[static_cast<std::size_t>(day)] = plainText(_locale.standaloneDayName(day));
+  return names;
 }
 
 }  // namespace zpk

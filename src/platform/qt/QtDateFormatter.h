@@ -21,6 +21,9 @@ class QtDateFormatter final : public DateFormatter {
                   std::optional<QTimeZone> zone = std::nullopt);
 
   std::string stringFromDate(const Date& date) const override;
+  // An offset that no zone has (beyond 16 hours) changes nothing.
+  void setTimeZoneForSecondsFromGMT(std::int32_t seconds) override;
+  std::array<std::string, 7> standaloneWeekdaySymbols() const override;
 
  private:
   QLocale _locale;
