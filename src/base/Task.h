@@ -1,11 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Expected.h"
+#include "base/FileManager.h"
 #include "base/Value.h"
 
 namespace zpk {
@@ -33,12 +36,45 @@ struct TaskError {
   std::string reason;  // why the program could not be started
 };
 
+// A program to run into a log: in the caller's folder, with nothing to read.
+struct LoggedTask {
+  std::string launchPath;              // absolute
+  std::vector<std::string> arguments;  // without the program's own name
+};
+
+// How far a program may go. One that goes beyond is ended, with all of its process group: asked to, and killed when
+// it does not end within two seconds.
+struct TaskLimits {
+  std::chrono::milliseconds time;
+  std::uint64_t outputBytes;  // of both streams together; what comes after them is not in the log
+};
+
+// How a program with limits came to its end.
+struct LoggedTaskEnd {
+  enum class Reason { exit, uncaughtSignal, timeLimit, outputLimit };
+  Reason reason = Reason::exit;
+  std::int32_t status = 0;  // exit status, or the signal's number; nothing to go by beyond a limit
+};
+
+// A log file, open for as long as this lives and only ever written at its end. One thread at a time.
+class TaskLog {
+ public:
+  virtual ~TaskLog() = default;
+  // What cannot be written (the disk is full) is lost.
+  virtual void append(std::string_view text) = 0;
+  // Blocks until the program itself ended, or was ended, or would not be ended. Both of its streams go into the log
+  // in the order of writing; what others that hold them write after its end does not.
+  virtual Expected<LoggedTaskEnd, TaskError> run(const LoggedTask& task, const TaskLimits& limits) = 0;
+};
+
 // Runs programs to their end. Any thread.
 class TaskRunner {
  public:
   virtual ~TaskRunner() = default;
   // Blocks until the program ended and both streams are drained to their end.
   virtual Expected<TaskResult, TaskError> run(const TaskDescription& task) = 0;
+  // Opens a plain file at its end, made when there is none, for its owner and group alone. No link is followed.
+  virtual Expected<std::unique_ptr<TaskLog>, FileError> openLog(const std::string& path) = 0;
 };
 
 }  // namespace zpk

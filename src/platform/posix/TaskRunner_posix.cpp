@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -10,38 +9,17 @@
 #include <optional>
 #include <utility>
 
+#include "platform/posix/ChildStart.h"
 #include "platform/posix/FileDescriptor.h"
-
-extern char** environ;
+#include "platform/posix/TaskLog_posix.h"
 
 namespace zpk {
 namespace {
-
-// Beyond the three standard streams, so that putting the child's streams into place never overwrites one of them.
-constexpr int kFirstFreeDescriptor = 3;
-
-FileDescriptor beyondStandardStreams(FileDescriptor file) {
-  if (!file || file.get() >= kFirstFreeDescriptor) return file;
-  return FileDescriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, kFirstFreeDescriptor));
-}
 
 FileDescriptor openFile(const std::string& path, int flags) {
   return beyondStandardStreams(
       FileDescriptor(uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, 0644); })));
 }
-
-struct Pipe {
-  FileDescriptor reading;
-  FileDescriptor writing;
-
-  bool open() {
-    std::array<int, 2> ends{-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) == -1) return false;
-    reading = beyondStandardStreams(FileDescriptor(ends[0]));
-    writing = beyondStandardStreams(FileDescriptor(ends[1]));
-    return reading && writing;
-  }
-};
 
 // The child's three streams, and this side's ends of those that are pipes.
 struct Streams {
@@ -66,7 +44,7 @@ bool openErrors(const TaskDescription& task, Streams& streams) {
   if (task.standardErrorPath.empty() || task.standardErrorPath != task.standardOutputPath) {
     return openOutput(task.standardErrorPath, streams.childErrors, streams.errors);
   }
-  streams.childErrors = FileDescriptor(::fcntl(streams.childOutput.get(), F_DUPFD_CLOEXEC, kFirstFreeDescriptor));
+  streams.childErrors = FileDescriptor(::fcntl(streams.childOutput.get(), F_DUPFD_CLOEXEC, kFirstDescriptorOfOurs));
   return static_cast<bool>(streams.childErrors);
 }
 
@@ -82,58 +60,6 @@ bool openInput(const TaskDescription& task, Streams& streams) {
   streams.input = std::move(pipe.writing);
   return true;
 }
-
-// What posix_spawn is to do in the child: streams, folder, signals.
-class SpawnPlan {
- public:
-  SpawnPlan() {
-    ::posix_spawn_file_actions_init(&_actions);
-    ::posix_spawnattr_init(&_attributes);
-  }
-  SpawnPlan(const SpawnPlan&) = delete;
-  SpawnPlan& operator=(const SpawnPlan&) = delete;
-  ~SpawnPlan() {
-    ::posix_spawnattr_destroy(&_attributes);
-    ::posix_spawn_file_actions_destroy(&_actions);
-  }
-
-  // 0, or the error's number.
-  int prepare(const Streams& streams, const std::string& folder) {
-    const std::array<int, 3> sources{streams.childInput.get(), streams.childOutput.get(),
-                                     streams.childErrors.get()};
-    for (int target = 0; target < 3; ++target) {
-      const int source = sources[static_cast<std::size_t>(target)];
-      if (const int error = ::posix_spawn_file_actions_adddup2(&_actions, source, target)) return error;
-    }
-    if (const int error = ::posix_spawn_file_actions_addclosefrom_np(&_actions, kFirstFreeDescriptor)) return error;
-    if (!folder.empty()) {
-      if (const int error = ::posix_spawn_file_actions_addchdir_np(&_actions, folder.c_str())) return error;
-    }
-    return resetSignals();
-  }
-
-  // Never gives a child when the program could not be started: the error's number then.
-  int spawn(const char* path, char* const* arguments, pid_t& child) {
-    return ::posix_spawn(&child, path, &_actions, &_attributes, arguments, environ);
-  }
-
- private:
-  // A program that ignores SIGPIPE, as some frameworks make this one do, would not end with its reader.
-  int resetSignals() {
-    sigset_t none;
-    sigset_t all;
-    ::sigemptyset(&none);
-    ::sigfillset(&all);
-    ::sigdelset(&all, SIGKILL);
-    ::sigdelset(&all, SIGSTOP);
-    if (const int error = ::posix_spawnattr_setsigmask(&_attributes, &none)) return error;
-    if (const int error = ::posix_spawnattr_setsigdefault(&_attributes, &all)) return error;
-    return ::posix_spawnattr_setflags(&_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  }
-
-  posix_spawn_file_actions_t _actions{};
-  posix_spawnattr_t _attributes{};
-};
 
 // While it lives, writing into a pipe that nobody reads any more is an error on this thread and not a signal.
 class NoPipeSignal {
@@ -196,28 +122,17 @@ void exchange(Streams& streams, const Bytes& input, TaskResult& result) {
   }
 }
 
-bool holdsNul(const TaskDescription& task) {
-  const auto has = [](const std::string& text) { return text.find('\0') != std::string::npos; };
-  for (const std::string& argument : task.arguments) {
-    if (has(argument)) return true;
-  }
-  return has(task.launchPath) || has(task.currentDirectory) || has(task.standardOutputPath) ||
-         has(task.standardErrorPath);
-}
-
-std::vector<char*> argumentVector(const std::string& name, std::vector<std::string>& arguments) {
-  std::vector<char*> vector{const_cast<char*>(name.c_str())};
-  for (std::string& argument : arguments) vector.push_back(argument.data());
-  vector.push_back(nullptr);
-  return vector;
-}
-
-std::optional<TaskError> failure(std::string_view what, int number) {
+TaskError failure(std::string_view what, int number) {
   return TaskError{std::string(what) + ": " + systemReason(number)};
 }
 
-std::optional<TaskError> start(const TaskDescription& task, Streams& streams, pid_t& child) {
-  if (!task.launchPath.starts_with('/') || holdsNul(task)) return failure(task.launchPath, EINVAL);
+bool holdsNul(const std::string& text) {
+  return text.find('\0') != std::string::npos;
+}
+
+std::optional<TaskError> openStreams(const TaskDescription& task, Streams& streams) {
+  if (holdsNul(task.standardOutputPath) || holdsNul(task.standardErrorPath))
+    return failure(task.launchPath, EINVAL);
   if (!openInput(task, streams)) return failure("standard input", errno);
   if (!openOutput(task.standardOutputPath, streams.childOutput, streams.output)) {
     return failure(task.standardOutputPath.empty() ? "standard output" : task.standardOutputPath, errno);
@@ -225,21 +140,26 @@ std::optional<TaskError> start(const TaskDescription& task, Streams& streams, pi
   if (!openErrors(task, streams)) {
     return failure(task.standardErrorPath.empty() ? "standard error" : task.standardErrorPath, errno);
   }
-  std::vector<std::string> arguments = task.arguments;
-  const std::vector<char*> vector = argumentVector(task.launchPath, arguments);
-  SpawnPlan plan;
-  int error = plan.prepare(streams, task.currentDirectory);
-  if (error == 0) error = plan.spawn(task.launchPath.c_str(), vector.data(), child);
-  if (error != 0) return failure(task.launchPath, error);
   return std::nullopt;
+}
+
+Expected<pid_t, TaskError> start(const TaskDescription& task, Streams& streams) {
+  if (std::optional<TaskError> error = openStreams(task, streams)) return *std::move(error);
+  return startChild({.launchPath = task.launchPath,
+                     .arguments = task.arguments,
+                     .folder = task.currentDirectory,
+                     .input = streams.childInput.get(),
+                     .output = streams.childOutput.get(),
+                     .errors = streams.childErrors.get(),
+                     .group = ProcessGroup::callers});
 }
 
 }  // namespace
 
 Expected<TaskResult, TaskError> PosixTaskRunner::run(const TaskDescription& task) {
   Streams streams;
-  pid_t child = 0;
-  if (std::optional<TaskError> error = start(task, streams, child)) return *std::move(error);
+  const Expected<pid_t, TaskError> child = start(task, streams);
+  if (!child) return child.error();
   // Kept open here, they would keep the streams from ending.
   streams.childInput.reset();
   streams.childOutput.reset();
@@ -248,10 +168,14 @@ Expected<TaskResult, TaskError> PosixTaskRunner::run(const TaskDescription& task
   TaskResult result;
   exchange(streams, task.standardInput, result);
   int status = 0;
-  if (uninterrupted([&] { return ::waitpid(child, &status, 0); }) == -1) return TaskError{systemReason(errno)};
+  if (uninterrupted([&] { return ::waitpid(*child, &status, 0); }) == -1) return TaskError{systemReason(errno)};
   result.reason = WIFSIGNALED(status) ? TaskResult::Reason::uncaughtSignal : TaskResult::Reason::exit;
   result.status = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
   return result;
+}
+
+Expected<std::unique_ptr<TaskLog>, FileError> PosixTaskRunner::openLog(const std::string& path) {
+  return PosixTaskLog::open(path);
 }
 
 }  // namespace zpk

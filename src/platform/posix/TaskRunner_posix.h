@@ -13,6 +13,7 @@ namespace zpk {
 class PosixTaskRunner final : public TaskRunner {
  public:
   Expected<TaskResult, TaskError> run(const TaskDescription& task) override;
+  Expected<std::unique_ptr<TaskLog>, FileError> openLog(const std::string& path) override;
 };
 
 }  // namespace zpk
