@@ -1,0 +1,69 @@
+#include "diagnostics/LogTasks.h"
+#include "diagnostics/PathNames.h"
+
+namespace zpk {
+namespace {
+
+constexpr int kMostNames = 10;
+constexpr std::string_view kArchiver = "/usr/bin/zip";
+constexpr std::string_view kNullDevice = "/dev/null";
+// "Could not open a specified file to read": what could be read is in the archive.
+constexpr std::int32_t kSomeFilesUnread = 18;
+
+// A folder that cannot be made is found out when something is made in it.
+void makeIntermediateFolders(const std::string& path, FileManager& files) {
+  for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+    const std::string folder = path.substr(0, slash);
+    if (!files.fileExists(folder)) static_cast<void>(files.createDirectory(folder));
+  }
+}
+
+bool isArchived(const TaskResult& result) {
+  return result.reason == TaskResult::Reason::exit && (result.status == 0 || result.status == kSomeFilesUnread);
+}
+
+// As the line in the log numbers them.
+int numberOf(TaskResult::Reason reason) {
+  switch (reason) {
+    case TaskResult::Reason::exit:
+      return 1;
+    case TaskResult::Reason::uncaughtSignal:
+      return 2;
+  }
+  return 0;
+}
+
+}  // namespace
+
+std::optional<std::string> makeLogFolder(const std::string& base, const LogCollectionEnvironment& environment) {
+  const std::string stamped = base + "_" + environment.timeStamp();
+  makeIntermediateFolders(stamped, environment.fileManager);
+  std::string candidate = stamped;
+  for (int name = 1; name <= kMostNames; ++name) {
+    // Making it is how the name is found free: between a look and a step after it, another user could put a folder
+    // or a link of his own there. So a name that cannot be had, for whatever reason, is a name that is taken.
+    if (environment.fileManager.createDirectory(candidate)) return candidate;
+    candidate = stamped + "-" + environment.randomUUID();
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> zipLogFolder(const std::string& folder, const LogCollectionEnvironment& environment) {
+  std::string archive = pathInFolder(parentFolder(folder), lastPathComponent(folder)) + ".zip";
+  TaskDescription task;
+  task.launchPath = kArchiver;
+  task.arguments = {archive, "-q", "-r", std::string(lastPathComponent(folder))};
+  // From there, the paths in the archive begin with the folder's name.
+  task.currentDirectory = parentFolder(folder);
+  task.standardOutputPath = kNullDevice;
+  task.standardErrorPath = kNullDevice;
+  const Expected<TaskResult, TaskError> result = environment.tasks.run(task);
+  const int reason = result ? numberOf(result->reason) : 0;
+  const std::int32_t status = result ? result->status : 0;
+  environment.log.line("launched = " + std::to_string(result ? 1 : 0) + ", reason = " + std::to_string(reason) +
+                       ", status = " + std::to_string(status));
+  if (!result || !isArchived(*result)) return std::nullopt;
+  return archive;
+}
+
+}  // namespace zpk
