@@ -39,7 +39,7 @@ class Composition::FirstPaint final : public QObject {
   std::function<void()> _painted;
 };
 
-Composition::Composition(const BusEndpoint& bus, const QStringList& languages)
+Composition::Composition(const BusEndpoint& bus, const QStringList& languages, const InstalledPaths& paths)
     : _log("zpk"),
       _localization(translationsFolder(), languages, _log),
       _backupDates(DateStyle::medium, DateStyle::brief),
@@ -50,7 +50,8 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages)
   ZPKDaemon::setSharedEnvironment(daemonEnvironment());
   _controller = std::make_shared<ZPKUIDaemonController>(
       ZPKDaemonControllerEnvironment{_transport, _notificationCenter, _runLoop},
-      ZPKUIDaemonControllerEnvironment{_localization, _fileManager, _workspace, _images, _backupDates, _log});
+      ZPKUIDaemonControllerEnvironment{_localization, _fileManager, _workspace, _images, _backupDates, _log, _tasks,
+                                       paths.launcher, paths.statusBarAgent});
   _controller->awakeFromNib();
   _watch = std::make_unique<OperationWatch>(_controller, _runLoop, timeOfDay);
   _window = std::make_unique<MainWindow>(

@@ -9,9 +9,11 @@
 #include "interface/MainWindow.h"
 #include "mainwindow/OperationWatch.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "platform/linux/InstalledPaths.h"
 #include "platform/linux/link/DBusLinkTransport.h"
 #include "platform/posix/FileManager_posix.h"
 #include "platform/posix/Log_posix.h"
+#include "platform/posix/TaskRunner_posix.h"
 #include "platform/qt/QtDateFormatter.h"
 #include "platform/qt/QtImage.h"
 #include "platform/qt/QtLocalization.h"
@@ -25,7 +27,8 @@ namespace zpk {
 class Composition {
  public:
   // Its texts are in the first of `languages` that it speaks, else in English.
-  explicit Composition(const BusEndpoint& bus, const QStringList& languages = QLocale::system().uiLanguages());
+  explicit Composition(const BusEndpoint& bus, const QStringList& languages = QLocale::system().uiLanguages(),
+                       const InstalledPaths& paths = {});
   ~Composition();
   Composition(const Composition&) = delete;
   Composition& operator=(const Composition&) = delete;
@@ -50,6 +53,7 @@ class Composition {
   // In the order in which each needs the ones before it.
   PosixLog _log;
   PosixFileManager _fileManager;
+  PosixTaskRunner _tasks;
   QtRunLoop _runLoop;
   NotificationCenter _notificationCenter;
   QtLocalization _localization;

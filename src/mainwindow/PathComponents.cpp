@@ -10,7 +10,7 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
 
 }  // namespace
 
-std::string archiveDisplayName(std::string_view path) {
+std::string nameWithoutExtension(std::string_view path) {
   path = withoutTrailingSlashes(path);
   std::string_view name = path;
   if (const auto slash = path.rfind('/'); slash != std::string_view::npos && path.size() > 1)
@@ -18,6 +18,10 @@ std::string archiveDisplayName(std::string_view path) {
   const auto point = name.rfind('.');
   if (point != std::string_view::npos && point != 0) name = name.substr(0, point);
   return std::string(name);
+}
+
+std::string archiveDisplayName(std::string_view path) {
+  return nameWithoutExtension(path);
 }
 
 std::string archiveLocation(std::string_view path) {

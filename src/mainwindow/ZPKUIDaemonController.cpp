@@ -2,12 +2,13 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <utility>
 
 namespace zpk {
 
 ZPKUIDaemonController::ZPKUIDaemonController(ZPKDaemonControllerEnvironment link,
                                              ZPKUIDaemonControllerEnvironment environment)
-    : ZPKDaemonController(std::move(link)), _environment(environment) {}
+    : ZPKDaemonController(std::move(link)), _environment(std::move(environment)) {}
 
 ZPKUIDaemonController::~ZPKUIDaemonController() = default;
 
@@ -15,6 +16,7 @@ void ZPKUIDaemonController::applicationDidFinishLaunching() {
   setMainController(weak_from_this());
   ZPKDaemonController::applicationDidFinishLaunching();
   didChangeValueForKey("launched");
+  checkStatusBarApp();
 }
 
 Value ZPKUIDaemonController::needReload() {

@@ -16,6 +16,7 @@
 #include "base/IndexSet.h"
 #include "base/Localization.h"
 #include "base/Log.h"
+#include "base/Task.h"
 #include "base/Workspace.h"
 #include "choosers/ZPKArchiveSelector.h"
 #include "choosers/ZPKDisksListWindow.h"
@@ -29,6 +30,9 @@
 
 namespace zpk {
 
+// The property list of the status-bar agent, where the system that it was made for has it.
+inline constexpr std::string_view kStatusBarAgentPath = "/Library/LaunchAgents/com.tarnwick.zpkstatusbar.plist";
+
 // What the main window's controller asks of the platform. All of it outlives the controller.
 struct ZPKUIDaemonControllerEnvironment {
   const Localization& localization;
@@ -37,6 +41,10 @@ struct ZPKUIDaemonControllerEnvironment {
   const ImageLoader& imageLoader;
   const DateFormatter& backupDateFormatter;
   Log& log;
+  TaskRunner& tasks;
+  // The job launcher's tool, and the property list of the status-bar agent that it switches on and off.
+  std::string launchctlPath = "/bin/launchctl";
+  std::string statusBarAgentPath = std::string(kStatusBarAgentPath);
 };
 
 // The controller of the main window: turns every status of the helper into what the window shows, and the user's
@@ -95,6 +103,14 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   std::uint64_t maxIncCount() const { return _maxIncCount; }
   // Exactly one point is selected, it has a parent, and the parent is not pinned. Key "canMergeSelectedArcItem".
   bool canMergeSelectedArcItem() const;
+
+  // The status-bar agent is not loaded. Nothing of it is stored: the job launcher knows.
+  bool statusBarAppDisabled() const { return _statusBarAppDisabled; }
+  // Has the launcher load or unload the agent for good. Shows what was asked for, and a tenth of a second later
+  // what the launcher made of it.
+  void setStatusBarAppDisabled(bool disabled);
+  // Reads from the launcher whether the agent is loaded; blocks until its tool has exited.
+  void checkStatusBarApp();
 
   // Settings. The limit shows at once and is then sent; the check is sent, and shows with the helper's next record.
   void setMaxIncCount(std::uint64_t count);
@@ -180,6 +196,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   SheetWindow sourceChooser();
   SheetWindow archiveLocationPanel();
   ZPKDisksListWindow::Disks disksOfStatus() const;
+  bool runLaunchctl(std::vector<std::string> arguments);
   std::shared_ptr<const RLDArchiveItem> selectedArcItem() const;
 
   ZPKUIDaemonControllerEnvironment _environment;
@@ -210,6 +227,7 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   std::string _incrementLabel;
   bool _checkFS = false;
   std::uint64_t _maxIncCount = 0;
+  bool _statusBarAppDisabled = false;
 
   // Disks' pictures by their files, so that a record costs no file access.
   std::map<std::string, Picture, std::less<>> _diskIcons;

@@ -11,6 +11,7 @@
 
 #include "helperlink/LinkWorld.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "support/ScriptedTaskRunner.h"
 #include "support/StatusBuilder.h"
 
 namespace zpk {
@@ -132,6 +133,9 @@ struct ControllerWorld : LinkWorld {
   DayFormatter dates;
   SomeTranslations texts;
   RecordingPresenter sheets;
+  // The job launcher's tool: every run of it succeeds unless a test says otherwise.
+  ScriptedTaskRunner::Script launchctl = [](const TaskDescription&) { return TaskResult{}; };
+  ScriptedTaskRunner tasks{[this](const TaskDescription& task) { return launchctl(task); }};
   std::unique_ptr<ZPKDaemon> daemon;
   std::shared_ptr<ZPKUIDaemonController> controller = std::make_shared<ZPKUIDaemonController>(
       ZPKDaemonControllerEnvironment{transport, notificationCenter, loop,
@@ -139,13 +143,17 @@ struct ControllerWorld : LinkWorld {
                                        if (!daemon) daemon = std::make_unique<ZPKDaemon>(environment());
                                        return *daemon;
                                      }},
-      ZPKUIDaemonControllerEnvironment{texts, files, workspace, images, dates, log});
+      ZPKUIDaemonControllerEnvironment{texts, files, workspace, images, dates, log, tasks});
 
   ControllerWorld() {
     controller->setMainWindow(&sheets);
     controller->awakeFromNib();
   }
-  ~ControllerWorld() { controller.reset(); }
+  ~ControllerWorld() {
+    controller.reset();
+    // A check of the status-bar agent that is still to come keeps the controller; it must not outlive the link.
+    loop.advance(Seconds(0.1));
+  }
 
   // The application has launched with a helper there; what that took is forgotten.
   void launch() {
