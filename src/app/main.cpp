@@ -20,9 +20,12 @@ int runWindow(const zpk::RunWindow& options, int argc, char** argv) {
   QApplication::setApplicationVersion(QStringLiteral(ZPK_VERSION));
   // Dates are in the user's own way of writing unless a language was asked for.
   if (options.language) QLocale::setDefault(QLocale(QString::fromStdString(*options.language)));
+  zpk::InstalledPaths paths;
+  if (options.launcher) paths.launcher = *options.launcher;
   zpk::Composition program(
       {.which = options.sessionBus ? zpk::WhichBus::session : zpk::WhichBus::system, .address = {}},
-      options.language ? QStringList(QString::fromStdString(*options.language)) : QLocale::system().uiLanguages());
+      options.language ? QStringList(QString::fromStdString(*options.language)) : QLocale::system().uiLanguages(),
+      paths);
   program.show();
   program.run();
   return 0;
