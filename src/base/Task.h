@@ -42,11 +42,12 @@ struct LoggedTask {
   std::vector<std::string> arguments;  // without the program's own name
 };
 
-// How far a program may go. One that goes beyond is ended, with all of its process group: asked to, and killed when
-// it does not end within two seconds.
+// How far a program may go. One that goes beyond is ended, with all of its process group.
 struct TaskLimits {
   std::chrono::milliseconds time;
   std::uint64_t outputBytes;  // of both streams together; what comes after them is not in the log
+  // Between asking it to end and killing it, and between killing it and giving it up.
+  std::chrono::milliseconds grace = std::chrono::seconds(2);
 };
 
 // How a program with limits came to its end.

@@ -17,8 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Between asking a program to end and killing it, and between killing it and giving it up.
-constexpr std::chrono::seconds kGrace{2};
 // How long at most the end of a program that says nothing goes unseen. What it says is seen at once.
 constexpr std::chrono::milliseconds kWait{20};
 
@@ -77,7 +75,7 @@ class LoggedRun {
   // The group, since a tool may have others work for it.
   bool endsAfter(int signal) const {
     ::kill(-_child, signal);
-    for (const Clock::time_point deadline = Clock::now() + kGrace; Clock::now() < deadline;) {
+    for (const Clock::time_point deadline = Clock::now() + _limits.grace; Clock::now() < deadline;) {
       if (hasEnded()) return true;
       static_cast<void>(::poll(nullptr, 0, static_cast<int>(kWait.count())));
     }
