@@ -19,6 +19,7 @@ namespace zpk {
 namespace {
 
 constexpr std::size_t kBlock = std::size_t{128} * 1024;
+constexpr std::uint64_t kLongestUnannounced = std::uint64_t{64} << 20;
 
 // A path as the system takes it; nothing when it holds a NUL, behind which the system would not look.
 std::optional<std::string> systemPath(std::string_view path) {
@@ -39,8 +40,8 @@ Expected<PlainFile, FileError> openPlainFile(std::string_view path) {
   const std::optional<std::string> name = systemPath(path);
   if (!name) return badPath(path);
   PlainFile file;
-  file.descriptor =
-      FileDescriptor(uninterrupted([&] { return ::open(name->c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
+  file.descriptor = FileDescriptor(
+      uninterrupted([&] { return ::open(name->c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
   if (!file.descriptor || ::fstat(file.descriptor.get(), &file.facts) == -1) return fileError(path);
   if (!S_ISREG(file.facts.st_mode)) return FileError{std::string(path), "Not a plain file"};
   return file;
@@ -69,15 +70,26 @@ bool writeAll(int file, const std::uint8_t* bytes, std::size_t size) {
   return true;
 }
 
-// Reads from `from` to its end. The first read that fails or the first write that fails ends it.
-std::optional<FileError> pump(int from, std::string_view fromPath, int to, std::string_view toPath) {
+// Reads up to `limit` bytes, or to the end of `from`. The first read that fails or the first write that fails ends
+// it.
+std::optional<FileError> pump(int from, std::string_view fromPath, int to, std::string_view toPath,
+                              std::uint64_t limit) {
   Bytes block(kBlock);
-  for (;;) {
-    const ssize_t count = readUpTo(from, block.data(), block.size());
+  while (limit > 0) {
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(limit, block.size()));
+    const ssize_t count = readUpTo(from, block.data(), wanted);
     if (count < 0) return fileError(fromPath);
     if (count == 0) return std::nullopt;
     if (!writeAll(to, block.data(), static_cast<std::size_t>(count))) return fileError(toPath);
+    limit -= static_cast<std::uint64_t>(count);
   }
+  return std::nullopt;
+}
+
+// How much of a file there is to copy. Files of /proc announce 0 bytes, so that such a one ends where reading does.
+std::uint64_t lengthToCopy(const PlainFile& file) {
+  const auto announced = static_cast<std::uint64_t>(file.facts.st_size);
+  return announced > 0 ? announced : kLongestUnannounced;
 }
 
 bool isDirectory(const std::string& path) {
@@ -182,7 +194,8 @@ Expected<Done, FileError> PosixFileManager::copyFile(std::string_view from, std:
   const FileDescriptor target(uninterrupted(
       [&] { return ::open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode); }));
   if (!target) return fileError(to);
-  if (std::optional<FileError> failure = pump(source->descriptor.get(), from, target.get(), to)) {
+  if (std::optional<FileError> failure =
+          pump(source->descriptor.get(), from, target.get(), to, lengthToCopy(*source))) {
     ::unlink(name->c_str());
     return *std::move(failure);
   }

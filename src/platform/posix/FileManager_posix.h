@@ -16,7 +16,8 @@ class PosixFileManager final : public FileManager {
   Expected<std::vector<std::string>, FileError> contentsOfDirectory(std::string_view path) const override;
   Expected<Done, FileError> createDirectory(std::string_view path) override;
   Expected<Done, FileError> createDirectories(std::string_view path) override;
-  // The copy has the permissions of the original, cut by the umask. A copy that fails halfway is removed.
+  // The copy has the permissions of the original, cut by the umask, and is as long as the original was when copying
+  // began: a log may grow as fast as it is read. A copy that fails halfway is removed.
   Expected<Done, FileError> copyFile(std::string_view from, std::string_view to) override;
   std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override;
   // HOME when it is an absolute path, else the password entry's folder.

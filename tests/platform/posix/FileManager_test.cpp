@@ -3,7 +3,10 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
+#include <atomic>
 #include <filesystem>
+#include <fstream>
+#include <thread>
 
 #include "platform/posix/FileManager_posix.h"
 #include "support/TemporaryFolder.h"
@@ -141,9 +144,47 @@ TEST_F(PosixFileManagerTest, ACopyThatFailsHalfwayLeavesNothing) {
 }
 
 TEST_F(PosixFileManagerTest, CopiesNothingButPlainFiles) {
-  EXPECT_FALSE(files.copyFile(folder.path(), folder.path("b")));
-  EXPECT_FALSE(files.copyFile(folder.path("missing"), folder.path("b")));
+  ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  std::filesystem::create_symlink("/dev/zero", folder.path("device"));
+  for (const std::string& source :
+       {folder.path(), folder.path("missing"), folder.path("pipe"), folder.path("device")}) {
+    EXPECT_FALSE(files.copyFile(source, folder.path("b"))) << source;
+  }
   EXPECT_FALSE(files.fileExists(folder.path("b")));
+}
+
+TEST_F(PosixFileManagerTest, CopiesTheFileThatALinkLeadsTo) {
+  folder.put("a", "content");
+  std::filesystem::create_symlink("a", folder.path("link"));
+  ASSERT_TRUE(files.copyFile(folder.path("link"), folder.path("b")));
+  EXPECT_EQ(folder.get("b"), "content");
+}
+
+TEST_F(PosixFileManagerTest, CopiesAFileThatDoesNotAnnounceItsLength) {
+  ASSERT_TRUE(files.copyFile("/proc/self/status", folder.path("b")));
+  EXPECT_NE(folder.get("b").find("Pid:"), std::string::npos);
+}
+
+TEST_F(PosixFileManagerTest, ALogThatGrowsWhileItIsCopiedIsCopiedAsItWas) {
+  const std::string before(std::size_t{16} << 20, 'a');
+  bool grewMeanwhile = false;
+  for (int round = 0; round < 100 && !grewMeanwhile; ++round) {
+    folder.put("log", before);
+    std::filesystem::remove(folder.path("copy"));
+    std::atomic<bool> grown = false;
+    std::thread writer([&] {
+      // The copy is made after the log's length is known.
+      while (!files.fileExists(folder.path("copy"))) std::this_thread::yield();
+      std::ofstream(folder.path("log"), std::ios::app) << "more" << std::flush;
+      grown = true;
+    });
+    const bool copied = static_cast<bool>(files.copyFile(folder.path("log"), folder.path("copy")));
+    grewMeanwhile = grown;
+    writer.join();
+    ASSERT_TRUE(copied);
+    EXPECT_EQ(std::filesystem::file_size(folder.path("copy")), before.size());
+  }
+  EXPECT_TRUE(grewMeanwhile);
 }
 
 TEST_F(PosixFileManagerTest, TellsTheSpaceOfTheFileSystemAndNothingForAMissingPath) {
