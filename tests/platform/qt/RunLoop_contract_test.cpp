@@ -1,4 +1,4 @@
-// What every run loop keeps, the one with virtual time that the logic is tested with and the real one. Times are
+// What every run loop keeps, the one with virtual time that the logic is tested with and the real ones. Times are
 // only ever bounds here: how late something ran is the machine's business.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 #include <optional>
 #include <thread>
 
+#include "platform/posix/PollRunLoop.h"
 #include "platform/qt/QtRunLoop.h"
 #include "support/VirtualRunLoop.h"
 
@@ -36,7 +37,7 @@ class RunLoopContract : public testing::Test {
   RunLoop* loop = owner.get();
 };
 
-using Loops = testing::Types<VirtualRunLoop, QtRunLoop>;
+using Loops = testing::Types<VirtualRunLoop, QtRunLoop, PollRunLoop>;
 TYPED_TEST_SUITE(RunLoopContract, Loops);
 
 TYPED_TEST(RunLoopContract, APerformRunsOnceAndNeverEarlyOrInsideTheCall) {

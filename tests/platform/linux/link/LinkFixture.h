@@ -9,7 +9,7 @@
 
 #include "helperlink/ZPKDaemon.h"
 #include "platform/linux/link/DBusLinkTransport.h"
-#include "platform/linux/link/PollRunLoop.h"
+#include "platform/linux/link/LinkTestLoop.h"
 #include "platform/linux/link/PrivateBus.h"
 #include "support/RecordingLog.h"
 
@@ -79,7 +79,7 @@ class LinkTest : public testing::Test {
   }
 
   PrivateBus bus;
-  PollRunLoop loop;
+  LinkTestLoop loop;
   RecordingLog log;
   RecordRegistry classes;
   RecordingDelegate delegate;
