@@ -7,6 +7,8 @@ namespace {
 constexpr int kMostNames = 10;
 constexpr std::string_view kArchiver = "/usr/bin/zip";
 constexpr std::string_view kNullDevice = "/dev/null";
+// An archive without entries: the end of its directory, and nothing before it.
+constexpr std::string_view kEmptyArchive{"PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 22};
 // "Could not open a specified file to read": what could be read is in the archive.
 constexpr std::int32_t kSomeFilesUnread = 18;
 
@@ -20,6 +22,24 @@ void makeIntermediateFolders(const std::string& path, FileManager& files) {
 
 bool isArchived(const TaskResult& result) {
   return result.reason == TaskResult::Reason::exit && (result.status == 0 || result.status == kSomeFilesUnread);
+}
+
+Expected<TaskResult, TaskError> runArchiver(const std::string& archive, const std::string& folder,
+                                            const LogCollectionEnvironment& environment) {
+  // The archiver follows a link that another user put where the archive is to be, and makes archives that everybody
+  // may read. One that is there already, empty and the caller's alone, it fills and leaves the caller's alone.
+  const Bytes empty(kEmptyArchive.begin(), kEmptyArchive.end());
+  if (const auto placed = environment.fileManager.saveFile(archive, empty); !placed) {
+    return TaskError{placed.error().reason};
+  }
+  TaskDescription task;
+  task.launchPath = kArchiver;
+  task.arguments = {archive, "-q", "-r", std::string(lastPathComponent(folder))};
+  // From there, the paths in the archive begin with the folder's name.
+  task.currentDirectory = parentFolder(folder);
+  task.standardOutputPath = kNullDevice;
+  task.standardErrorPath = kNullDevice;
+  return environment.tasks.run(task);
 }
 
 // As the line in the log numbers them.
@@ -50,14 +70,7 @@ std::optional<std::string> makeLogFolder(const std::string& base, const LogColle
 
 std::optional<std::string> zipLogFolder(const std::string& folder, const LogCollectionEnvironment& environment) {
   std::string archive = pathInFolder(parentFolder(folder), lastPathComponent(folder)) + ".zip";
-  TaskDescription task;
-  task.launchPath = kArchiver;
-  task.arguments = {archive, "-q", "-r", std::string(lastPathComponent(folder))};
-  // From there, the paths in the archive begin with the folder's name.
-  task.currentDirectory = parentFolder(folder);
-  task.standardOutputPath = kNullDevice;
-  task.standardErrorPath = kNullDevice;
-  const Expected<TaskResult, TaskError> result = environment.tasks.run(task);
+  const Expected<TaskResult, TaskError> result = runArchiver(archive, folder, environment);
   const int reason = result ? numberOf(result->reason) : 0;
   const std::int32_t status = result ? result->status : 0;
   environment.log.line("launched = " + std::to_string(result ? 1 : 0) + ", reason = " + std::to_string(reason) +
