@@ -69,6 +69,7 @@ class MemoryFileManager final : public FileManager {
 
   Expected<std::vector<std::string>, FileError> contentsOfDirectory(std::string_view path) const override {
     const std::lock_guard lock(_mutex);
+    if (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
     if (const auto failure = failureAt(path)) return *failure;
     if (!_folders.contains(path)) return error(path, _files.contains(path) ? "Not a directory" : kMissing);
     std::set<std::string> names;
