@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "FakeUserManager.h"
+#include "base/PropertyList.h"
+#include "platform/posix/FileManager_posix.h"
+#include "support/TemporaryFolder.h"
+#include "tools/launchctl/Launcher.h"
+
+namespace zpk {
+
+// A launcher with a manager that is none, and a folder for job files.
+struct LauncherWorld {
+  static constexpr auto kNow = Launcher::Persistence::presentLogin;
+  static constexpr auto kAlways = Launcher::Persistence::futureLogins;
+
+  TemporaryFolder home;
+  PosixFileManager files;
+  UnitFolder folder{home.path("data/systemd/user")};
+  FakeUserManager manager{folder};
+  SystemdUser user{manager.tasks()};
+  Launcher launcher{files, folder, user};
+
+  static Dictionary timedJob(int hour = 12) {
+    return {{"Label", "a.b"},
+            {"ProgramArguments", Array{"/usr/bin/zpkctl", "backup"}},
+            {"KeepAlive", false},
+            {"RunAtLoad", false},
+            {"StartCalendarInterval", Dictionary{{"Minute", 0}, {"Hour", hour}}}};
+  }
+  static Dictionary agentJob() {
+    return {{"Label", "a.b"}, {"ProgramArguments", Array{"/bin/agent"}}, {"RunAtLoad", true}};
+  }
+
+  // Writes the job file and gives its path.
+  std::string put(const Dictionary& job) const {
+    const auto xml = writeXMLPropertyList(job);
+    home.put("job.plist", std::string(xml->begin(), xml->end()));
+    return home.path("job.plist");
+  }
+  std::string load(const Dictionary& job, Launcher::Persistence persistence) const {
+    return outcome(launcher.load(put(job), persistence));
+  }
+  std::string unload(Launcher::Persistence persistence) const {
+    return outcome(launcher.unload(home.path("job.plist"), persistence));
+  }
+  static std::string outcome(const Expected<Done, JobError>& done) { return done ? "done" : done.error().reason; }
+  bool has(std::string_view unit) const { return folder.contents(unit).has_value(); }
+};
+
+}  // namespace zpk

@@ -1,0 +1,84 @@
+#include "tools/launchctl/SystemdUnits.h"
+
+#include "tools/launchctl/ExecLine.h"
+
+namespace zpk {
+
+namespace {
+
+constexpr std::string_view kFirstWords = "# Made by launchctl from ";
+constexpr std::string_view kExecStart = "\nExecStart=";
+
+std::string head(std::string_view plist, std::string_view description) {
+  return std::string(kFirstWords) + quotedForUnit(plist) +
+         "; what is changed here is lost.\n[Unit]\nDescription=" + std::string(description) + "\n";
+}
+
+std::string restartLines(JobDefinition::KeepAlive keepAlive) {
+  switch (keepAlive) {
+    case JobDefinition::KeepAlive::no:
+      return "";
+    case JobDefinition::KeepAlive::onFailure:
+      return "Restart=on-failure\nRestartSec=5\n";
+    case JobDefinition::KeepAlive::always:
+      return "Restart=always\nRestartSec=5\n";
+  }
+  return "";
+}
+
+std::string serviceText(const JobDefinition& job, std::string_view plist) {
+  const bool isGraphical = job.session == JobDefinition::Session::graphical;
+  std::string text = head(plist, job.label);
+  if (isGraphical) text += "PartOf=graphical-session.target\n";
+  // A program that cannot live yet, because its display is still to come, is tried again for a while; one that can
+  // never live is given up.
+  if (job.keepAlive != JobDefinition::KeepAlive::no) text += "StartLimitIntervalSec=300\nStartLimitBurst=20\n";
+  text += "\n[Service]\nType=exec\nExecStart=" + execLine(job.programArguments) + "\n";
+  text += restartLines(job.keepAlive);
+  // Whoever unloads a job waits for its end.
+  text += "TimeoutStopSec=10\n";
+  if (job.calendar.empty()) text += "RemainAfterExit=yes\n";
+  if (job.runAtLoad) {
+    // A session that does not announce itself as graphical has only the first.
+    text += "\n[Install]\nWantedBy=default.target\n";
+    if (isGraphical) text += "WantedBy=graphical-session.target\n";
+  }
+  return text;
+}
+
+std::string timerText(const JobDefinition& job, std::string_view plist) {
+  std::string text = head(plist, "Times of " + job.label) + "\n[Timer]\n";
+  for (const CalendarInterval& interval : job.calendar) {
+    for (const std::string& expression : calendarExpressions(interval)) text += "OnCalendar=" + expression + "\n";
+  }
+  return text + "Persistent=true\nAccuracySec=1s\n\n[Install]\nWantedBy=timers.target\n";
+}
+
+}  // namespace
+
+std::string serviceName(std::string_view label) {
+  return std::string(label) + ".service";
+}
+
+std::string timerName(std::string_view label) {
+  return std::string(label) + ".timer";
+}
+
+std::vector<UnitFile> systemdUnits(const JobDefinition& job, std::string_view plist) {
+  std::vector<UnitFile> units = {{serviceName(job.label), serviceText(job, plist), job.runAtLoad}};
+  if (!job.calendar.empty()) units.push_back({timerName(job.label), timerText(job, plist), true});
+  return units;
+}
+
+bool isMadeHere(std::string_view unitText) {
+  return unitText.starts_with(kFirstWords);
+}
+
+std::optional<std::vector<std::string>> programArgumentsOf(std::string_view serviceText) {
+  const std::size_t start = serviceText.find(kExecStart);
+  if (!isMadeHere(serviceText) || start == std::string_view::npos) return std::nullopt;
+  const std::string_view line = serviceText.substr(start + kExecStart.size());
+  return argumentsOfExecLine(line.substr(0, line.find('\n')));
+}
+
+}  // namespace zpk
