@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -17,7 +18,8 @@
 
 namespace zpk {
 
-// What the application's delegate works with. All of it outlives the delegate.
+// What the application's delegate works with. All of it outlives the delegate and the work that it has done in the
+// background.
 struct ZPKAppDelegateEnvironment {
   NotificationCenter& notificationCenter;
   Application& application;
@@ -39,7 +41,9 @@ struct ZPKAppDelegateEnvironment {
 // "collectingLogs".
 class ZPKAppDelegate : public Observable {
  public:
-  ZPKAppDelegate(const ZPKAppDelegateEnvironment& environment, ZPKSchedulerViewController& schedulerViewController);
+  // The schedule's editor outlives the delegate. Work on the background queue may outlive the delegate; it then
+  // ends without a word.
+  ZPKAppDelegate(ZPKAppDelegateEnvironment environment, ZPKSchedulerViewController& schedulerViewController);
   ~ZPKAppDelegate() override;
 
   // Outlets, set by the interface before launch; not owned. Null when there is no window (any more).
@@ -51,8 +55,10 @@ class ZPKAppDelegate : public Observable {
   ZPKSchedulerViewController& schedulerViewController() { return _schedulerViewController; }
   bool isCollectingLogs() const { return _collectingLogs; }
 
-  // Waits for the application's launch notification.
+  // Waits for the application's launch notification. Before the schedule's editor does, so that what that reads at
+  // launch is shown.
   void awakeFromNib();
+  // From now on the window of the collection and the controls of the schedule follow.
   void applicationDidFinishLaunching();
   bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
   // Later while logs are collected: the application is told when they are.
@@ -64,16 +70,21 @@ class ZPKAppDelegate : public Observable {
   // it.
   void scheduleAction(const View* sender);
   void openCollectLogsWindow();
+  // Returns at once. Does not ask whether a collection runs already.
   void collectLogs();
+  // Each starts a program that goes on by itself; one that is not there is no error.
   void uninstall();
   void checkForUpdate();
 
  private:
   void schedulerEnabledChanged();
+  void collectingLogsChanged();
   void _setCollectingLogs(bool collecting);
   void logsCollected(const std::optional<std::string>& archive);
 
   ZPKAppDelegateEnvironment _environment;
+  // Ends with this object; a collection that ends later has nobody to tell.
+  std::shared_ptr<ZPKAppDelegate*> _self;
   bool _terminateAfterCollegtingLogs = false;
   bool _collectingLogs = false;
   CollectLogsWindow* _collectLogsWindow = nullptr;
@@ -83,6 +94,7 @@ class ZPKAppDelegate : public Observable {
   AnchoredPopover* _schedulePopover = nullptr;
   Token _launchRegistration;
   Token _enabledObservation;
+  Token _collectingObservation;
 };
 
 }  // namespace zpk
