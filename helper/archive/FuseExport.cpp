@@ -1,10 +1,12 @@
 #include "helper/archive/FuseExport.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <optional>
+#include <vector>
 
 namespace zpk {
 namespace {
@@ -37,24 +39,23 @@ std::string optionValue(const std::string& text) {
   return result;
 }
 
-ToolCommand daemonCommand(const DiskSource& image, ByteRange range, const std::string& place) {
+ToolCommand daemonCommand(int handed, const std::vector<std::string>& nodes, const std::string& access,
+                          const std::string& place) {
   ToolCommand command;
   command.executable = "/usr/bin/qemu-storage-daemon";
-  command.arguments = {
-      "--blockdev",
-      "driver=file,node-name=image,filename=/proc/self/fd/3,read-only=on,auto-read-only=off,locking=off",
-      "--blockdev",
-      "driver=raw,node-name=partition,file=image,read-only=on,offset=" + std::to_string(range.start) +
-          ",size=" + std::to_string(range.size()),
-      "--export",
-      "type=fuse,id=export,node-name=partition,writable=off,allow-other=off,mountpoint=" + optionValue(place),
-      // Options take effect in their order, so the greeting of the monitor says that the export is up.
-      "--chardev", "file,id=ready,path=/proc/self/fd/1", "--monitor", "chardev=ready"};
+  for (const std::string& node : nodes) command.arguments.insert(command.arguments.end(), {"--blockdev", node});
+  command.arguments.insert(
+      command.arguments.end(),
+      {"--export",
+       "type=fuse,id=export,node-name=partition,writable=" + access +
+           ",allow-other=off,mountpoint=" + optionValue(place),
+       // Options take effect in their order, so the greeting of the monitor says that the export is up.
+       "--chardev", "file,id=ready,path=/proc/self/fd/1", "--monitor", "chardev=ready"});
   command.limits.wallClock = std::chrono::seconds(10);
   command.limits.cpuSeconds = std::uint64_t{30} * 60;
   command.limits.memoryBytes = std::uint64_t{2} << 30U;
   command.access = ToolAccess::Mounts;
-  command.handed = image.file().fd.get();
+  command.handed = handed;
   return command;
 }
 
@@ -78,10 +79,34 @@ ArchiveResult<FuseExport> FuseExport::make(const DiskSource& image, ByteRange ra
   if (const std::optional<ArchiveError> refusal = whyNoFuse()) return *refusal;
   ArchiveResult<ExportPlace> place = ExportPlace::make(folder);
   if (!place) return place.error();
-  const ToolCommand command = daemonCommand(image, range, place->path());
+  const std::vector<std::string> nodes{
+      "driver=file,node-name=image,filename=/proc/self/fd/3,read-only=on,auto-read-only=off,locking=off",
+      "driver=raw,node-name=partition,file=image,read-only=on,offset=" + std::to_string(range.start) +
+          ",size=" + std::to_string(range.size())};
+  const ToolCommand command = daemonCommand(image.file().fd.get(), nodes, "off", place->path());
+  return start(command, std::nullopt, std::move(*place), cancel);
+}
+
+ArchiveResult<FuseExport> FuseExport::makeForView(BlockView& view, const std::string& folder,
+                                                  const CancelFlag& cancel) {
+  if (const std::optional<ArchiveError> refusal = whyNoFuse()) return *refusal;
+  ArchiveResult<ExportPlace> place = ExportPlace::make(folder);
+  if (!place) return place.error();
+  Expected<NbdServer, int> server = NbdServer::start(view);
+  if (!server) return noExport("The partition could not be shown to the file-system tools", {}, server.error());
+  ToolCommand command = daemonCommand(
+      server->clientEnd(), {"driver=nbd,node-name=partition,server.type=fd,server.str=3"}, "on", place->path());
+  // For as long as a large volume is resized.
+  command.limits.cpuSeconds = RLIM_INFINITY;
+  return start(command, std::move(*server), std::move(*place), cancel);
+}
+
+ArchiveResult<FuseExport> FuseExport::start(const ToolCommand& command, std::optional<NbdServer> server,
+                                            ExportPlace place, const CancelFlag& cancel) {
   auto daemon = ServingTool::start(command, cancel);
   if (!daemon) return notServed(daemon.error(), command.executable);
-  return FuseExport(std::move(*place), std::move(*daemon));
+  if (server) server->closeClientEnd();
+  return FuseExport(std::move(server), std::move(place), std::move(*daemon));
 }
 
 }  // namespace zpk

@@ -33,6 +33,16 @@ bool qemuLocks(int file, off_t start, off_t size) {
 
 }  // namespace
 
+bool keepOthersOut(const FileDescriptor& file) {
+  struct flock lock = {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = firstRight;
+  lock.l_len = allRights;
+  // A file system without locks has none to look at either.
+  return ::fcntl(file.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+}
+
 bool isOpenForWriting(const FileDescriptor& file) {
   return leaseIsRefused(file.get(), F_RDLCK) || qemuLocks(file.get(), rightToWrite, 1);
 }

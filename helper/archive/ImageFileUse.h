@@ -16,4 +16,8 @@ bool isOpenForWriting(const FileDescriptor& file);
 // rewritten. Asked in the same two ways; any other descriptor of this process counts as well.
 bool isOpenElsewhere(const FileDescriptor& file);
 
+// Takes all of the locks that qemu's programs look at, so that none of them opens the file until the descriptor is
+// closed. `file` is open for writing. False when one of them was quicker.
+bool keepOthersOut(const FileDescriptor& file);
+
 }  // namespace zpk

@@ -36,4 +36,25 @@ std::optional<NtfsGeometry> parseNtfsBootSector(ByteSpan bootSector, std::uint64
   return NtfsGeometry{sectorSize, static_cast<std::uint32_t>(perCluster * sectorSize), sectors};
 }
 
+void placeNtfsBootSector(std::span<std::byte> bootSector, std::uint64_t partitionStart,
+                         std::uint64_t partitionSize) {
+  constexpr std::size_t sectorsPerTrack = 24;
+  constexpr std::size_t heads = 26;
+  constexpr std::size_t hiddenSectors = 28;
+  constexpr std::size_t sectorCount = 40;
+  const std::optional<NtfsGeometry> geometry = parseNtfsBootSector(bootSector, partitionSize);
+  if (!geometry) return;
+  // The field has 32 bits; nobody who starts from beyond them reads it.
+  putLittleEndian(bootSector, hiddenSectors, static_cast<std::uint32_t>(partitionStart / geometry->sectorSize));
+  // The last sector is that of the copy.
+  NtfsGeometry whole = *geometry;
+  whole.sectors = partitionSize / geometry->sectorSize - 1;
+  if (whole.clusters() == geometry->clusters()) putLittleEndian(bootSector, sectorCount, whole.sectors);
+  if (littleEndianAt<std::uint16_t>(bootSector, sectorsPerTrack) == 0 ||
+      littleEndianAt<std::uint16_t>(bootSector, heads) == 0) {
+    putLittleEndian(bootSector, sectorsPerTrack, std::uint16_t{63});
+    putLittleEndian(bootSector, heads, std::uint16_t{255});
+  }
+}
+
 }  // namespace zpk

@@ -24,4 +24,10 @@ bool looksEncryptedByWindows(ByteSpan bootSector);
 // least 512 bytes long.
 std::optional<NtfsGeometry> parseNtfsBootSector(ByteSpan bootSector, std::uint64_t partitionSize);
 
+// Makes the boot sector right for another place: the sector of the disk that the volume begins with, which Windows'
+// boot code reads from; the sectors that the partition has, when the volume uses all clusters that fit there; and
+// the geometry that every firmware reports, where the volume has none at all.
+void placeNtfsBootSector(std::span<std::byte> bootSector, std::uint64_t partitionStart,
+                         std::uint64_t partitionSize);
+
 }  // namespace zpk

@@ -1,0 +1,72 @@
+#include "helper/archive/TableChange.h"
+
+#include <algorithm>
+
+#include "helper/archive/GptTable.h"
+#include "helper/process/ToolRunner.h"
+
+namespace zpk {
+namespace {
+
+std::optional<GptTable> storedTable(PointDisk& source) {
+  ArchiveResult<GptTable> table = readGptTable(
+      [&source](std::uint64_t offset, std::span<std::byte> bytes) { return source.read(offset, bytes); },
+      source.size(), source.description().sectorSize);
+  return table ? std::optional(std::move(*table)) : std::nullopt;
+}
+
+ArchiveResult<Done> runProgram(const std::string& program, const TableEdit& edit, const RestoreTarget& target,
+                               const CancelFlag& cancel) {
+  ToolCommand command{program, argumentsOf(edit), {}, ToolAccess::ReadsAndWrites, {}};
+  command.handed = target.descriptor();
+  const auto result = runTool(command, cancel);
+  if (!result) return ArchiveError{ArchiveFault::ToolFailed, result.error().text(), {}, 0, 0};
+  if (result->end == ToolEnd::Cancelled) return cancelledError();
+  if (result->succeeded()) return Done{};
+  std::string said = result->errors.substr(0, 300);
+  while (said.ends_with('\n')) said.pop_back();
+  return ArchiveError{edit.writes ? ArchiveFault::ToolFailed : ArchiveFault::Refused,
+                      std::string("The partition table ") + (edit.writes ? "could not" : "cannot") +
+                          " be changed (" + (said.empty() ? "the program ended without a reason" : said) + ")",
+                      target.path(), 0, 0};
+}
+
+}  // namespace
+
+TableEdit tableEditFor(const RestorePlan& plan, PointDisk& source, std::uint32_t sectorSize, bool takesIdentity) {
+  TableEdit edit;
+  edit.isNew = plan.use == TargetUse::WholeDisk;
+  edit.sectorSize = sectorSize;
+  const std::optional<GptTable> stored = storedTable(source);
+  if (stored && takesIdentity) edit.diskId = guidText(stored->diskId);
+  for (const PlannedEntry& planned : plan.entries) {
+    TableEditEntry entry{planned.place.start, planned.place.size(), guidText(planned.type), "", 0, ""};
+    if (!planned.stored) entry.name = "EFI System Partition";
+    const auto number = planned.stored ? source.description().partitions[*planned.stored].number : 0;
+    const auto isIt = [&](const GptEntry& other) { return other.number == number && other.type == planned.type; };
+    if (stored && planned.stored) {
+      const auto found = std::ranges::find_if(stored->entries, isIt);
+      if (found != stored->entries.end()) {
+        entry.attributes = found->attributes;
+        entry.name = found->name;
+        if (takesIdentity) entry.id = guidText(found->id);
+      }
+    }
+    edit.entries.push_back(std::move(entry));
+  }
+  return edit;
+}
+
+ArchiveResult<Done> checkTableEdit(const std::string& program, TableEdit edit, const RestoreTarget& target,
+                                   const CancelFlag& cancel) {
+  edit.writes = false;
+  return runProgram(program, edit, target, cancel);
+}
+
+ArchiveResult<Done> writeTableEdit(const std::string& program, TableEdit edit, const RestoreTarget& target) {
+  edit.writes = true;
+  const CancelFlag never;
+  return runProgram(program, edit, target, never);
+}
+
+}  // namespace zpk

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "base/Expected.h"
+#include "helper/archive/table/TableEdit.h"
+
+namespace zpk {
+
+// Edits the table of the disk that is open for reading and writing, and tells the kernel about the new partitions.
+// The error is a sentence part: "there is no free entry".
+Expected<Done, std::string> editTable(int disk, const TableEdit& edit);
+
+}  // namespace zpk

@@ -1,0 +1,207 @@
+#include "helper/archive/RestoreWorld.h"
+
+#include <sys/mount.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "helper/archive/BackupOperation.h"
+#include "helper/archive/NtfsBootSector.h"
+
+namespace zpk::test {
+namespace {
+
+struct Origin {
+  ScratchFolder folder;
+  SampleDisk disk{folder};
+
+  Origin() {
+    ArchiveResult<Archive> archive = Archive::create(path(), {"disk-id", "Sample", 1});
+    for (std::size_t i = 0; i < RestoreWorld::points; ++i) {
+      if (i > 0) change();
+      const auto made = makeBackup(*archive, describedRequest(), [](std::uint64_t, std::uint64_t) {}, {});
+      EXPECT_TRUE(made.hasValue()) << (made ? "" : made.error().text());
+      mustRun("/bin/cp", {"--sparse=always", folder / "volume.img", moment(i)});
+    }
+  }
+  std::string path() const { return folder / "a.rldbackup"; }
+  std::string moment(std::size_t point) const { return folder / ("moment" + std::to_string(point)); }
+
+  // As the helper describes the disk, with the types that a restore needs.
+  BackupRequest describedRequest() const {
+    BackupRequest request = disk.request();
+    StoredDisk& description = request.disks[0].description;
+    description.partitions[0].typeGuid = gpttype::efiSystem;
+    description.partitions[3].typeGuid = gpttype::microsoftBasicData;
+    description.partitions[2].typeGuid = {0x16, 0xE3, 0xC9, 0xE3, 0x5C, 0x0B, 0xB8, 0x4D,
+                                          0x81, 0x7D, 0xF9, 0x2D, 0xF0, 0x02, 0x15, 0xAE};
+    description.partitions[3].minSize = 20 * RestoreWorld::mib;
+    return request;
+  }
+
+  void change() const {
+    disk.change([](const std::string& root) {
+      const ByteBuffer bytes = randomBytes(3'000'000, 42);
+      writeAll(root + "/Users/new", {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+      writeAll(root + "/Windows/System32/file3", "changed");
+      std::filesystem::remove(root + "/Windows/System32/file151");
+    });
+  }
+};
+
+const Origin& origin() {
+  static const Origin made;
+  return made;
+}
+
+TargetLayout layoutOf(const GptTable& table, std::uint64_t size) {
+  TargetLayout layout{size, 512, table.diskId, {}};
+  for (const GptEntry& entry : table.entries) {
+    layout.partitions.push_back({entry.number, entry.start, entry.size, entry.type});
+  }
+  return layout;
+}
+
+ByteSpan bytesOf(const std::string& text, std::size_t from, std::size_t size) {
+  return std::as_bytes(std::span(text)).subspan(from, size);
+}
+
+}  // namespace
+
+RestoreWorld::RestoreWorld() {
+  request.point = 1;
+  request.path = targetPath;
+  request.exportFolder = folder / "exports";
+  request.tableProgram = ZPK_TABLE_PROGRAM;
+  request.say = [this](const std::string& line) { said.push_back(line); };
+  origin();
+}
+
+void RestoreWorld::makeTarget(std::uint64_t size, const std::vector<Entry>& entries) {
+  std::string content(size, '\xA5');
+  if (!entries.empty()) {
+    std::fill_n(content.begin(), mib, '\0');
+    std::fill_n(content.end() - mib, mib, '\0');
+  } else {
+    content.assign(size, '\0');
+  }
+  writeAll(targetPath, content);
+  std::string script = "label: gpt\n";
+  for (const Entry& entry : entries) {
+    script += "start=" + std::to_string(entry.start / 512) + ",size=" + std::to_string(entry.size / 512) +
+              ",type=" + entry.type + "\n";
+  }
+  if (!entries.empty()) {
+    mustRun("/bin/sh", {"-c", "printf '%s' '" + script + "' | /usr/sbin/sfdisk -q '" + targetPath + "'"});
+  }
+  before = readAll(targetPath);
+  request.target = entries.empty() ? TargetLayout{size, 512, {}, {}} : layoutOf(table(), size);
+}
+
+void RestoreWorld::makeBootCampTarget(std::uint64_t windowsSize) {
+  request.use = TargetUse::WindowsPartition;
+  makeTarget(17 * mib + windowsSize,
+             {{mib, 7 * mib, efi}, {8 * mib, 8 * mib, mac}, {16 * mib, windowsSize, basicData}});
+}
+
+void RestoreWorld::makeMacTarget(std::uint64_t freeSpace) {
+  request.use = TargetUse::FreeSpace;
+  request.wantedSize = freeSpace;
+  makeTarget(17 * mib + freeSpace, {{mib, 7 * mib, efi}, {8 * mib, 8 * mib, mac}});
+}
+
+Expected<RestoredPoint, RestoreFailure> RestoreWorld::restore() {
+  lastDone = lastTotal = 0;
+  const auto progress = [this](std::uint64_t done, std::uint64_t total) {
+    EXPECT_GE(done, lastDone);
+    EXPECT_LE(done, total);
+    lastDone = done;
+    lastTotal = total;
+    if (onProgress) onProgress(done, total);
+  };
+  auto restored = restorePoint(archive(), request, progress, cancel);
+  if (restored) {
+    EXPECT_EQ(lastDone, lastTotal);
+  } else {
+    EXPECT_TRUE(lastDone < lastTotal || lastTotal == 0);
+  }
+  return restored;
+}
+
+std::string RestoreWorld::refusal() {
+  const auto restored = restore();
+  if (restored) return "it is accepted";
+  EXPECT_FALSE(restored.error().isTargetIncomplete);
+  EXPECT_EQ(targetBytes(), before) << "the target was touched";
+  return restored.error().error.message;
+}
+
+void RestoreWorld::expectWindows(ByteRange place, std::size_t moment) {
+  const std::string volume = folder / "restored";
+  mustRun("/usr/bin/dd", {"if=" + targetPath, "of=" + volume, "bs=1M", "skip=" + std::to_string(place.start / mib),
+                          "count=" + std::to_string(place.size() / mib), "conv=sparse", "status=none"});
+  mustRun("/usr/sbin/ntfsresize", {"--info", "--no-action", "--force", volume});
+  mustRun("/usr/bin/ntfsfix", {"--no-action", volume});
+  std::filesystem::create_directories(folder / "a");
+  std::filesystem::create_directories(folder / "b");
+  const std::string a = folder / "a";
+  const std::string b = folder / "b";
+  mustRun("/bin/sh", {"-c", "export PATH=/usr/sbin:/usr/bin:/sbin:/bin; ntfs-3g -o ro '" + volume + "' '" + a +
+                                "' && ntfs-3g -o ro '" + origin().moment(moment) + "' '" + b + "'"});
+  mustRun("/usr/bin/diff", {"-r", a, b});
+  EXPECT_TRUE(std::filesystem::exists(a + "/Users/large"));
+  EXPECT_EQ(::umount(a.c_str()), 0);
+  EXPECT_EQ(::umount(b.c_str()), 0);
+
+  const std::string content = readAll(volume);
+  const auto geometry = parseNtfsBootSector(bytesOf(content, 0, 512), place.size());
+  ASSERT_TRUE(geometry.has_value());
+  EXPECT_EQ(littleEndianAt<std::uint32_t>(bytesOf(content, 28, 4), 0), place.start / 512);
+  EXPECT_EQ(littleEndianAt<std::uint16_t>(bytesOf(content, 24, 2), 0), 63);
+  EXPECT_EQ(littleEndianAt<std::uint16_t>(bytesOf(content, 26, 2), 0), 255);
+  EXPECT_EQ(geometry->sectors, place.size() / 512 - 1);
+  EXPECT_EQ(content.substr(0, 512), content.substr(content.size() - 512)) << "the copy of the boot sector";
+}
+
+void RestoreWorld::expectUntouched(ByteRange range) const {
+  EXPECT_EQ(targetBytes().compare(range.start, range.size(), before, range.start, range.size()), 0)
+      << "from " << range.start << " to " << range.end;
+}
+
+void RestoreWorld::expectSoundTable() const {
+  mustRun("/usr/sbin/sfdisk", {"--verify", "--quiet", targetPath});
+  EXPECT_THAT(mustRun("/usr/sbin/sgdisk", {"--verify", targetPath}), testing::HasSubstr("No problems found"));
+}
+
+GptTable RestoreWorld::table() const {
+  const std::string bytes = targetBytes();
+  const DiskBytes read = [&](std::uint64_t offset, std::span<std::byte> into) -> ArchiveResult<Done> {
+    std::ranges::copy(bytesOf(bytes, offset, into.size()), into.begin());
+    return Done{};
+  };
+  ArchiveResult<GptTable> table = readGptTable(read, bytes.size(), 512);
+  EXPECT_TRUE(table.hasValue()) << (table ? "" : table.error().text());
+  return table ? std::move(*table) : GptTable{};
+}
+
+std::string RestoreWorld::targetBytes() const {
+  return readAll(targetPath);
+}
+
+std::string RestoreWorld::archiveFolder() {
+  return origin().path();
+}
+
+Archive RestoreWorld::archive() {
+  ArchiveResult<Archive> archive = Archive::openForReading(archiveFolder());
+  EXPECT_TRUE(archive.hasValue()) << (archive ? "" : archive.error().text());
+  return std::move(*archive);
+}
+
+std::string RestoreWorld::archiveBytes() {
+  return mustRun("/bin/sh", {"-c", "cd '" + archiveFolder() +
+                                       "' && /usr/bin/find . -type f -printf '%p %s %T@\\n' "
+                                       "-exec /usr/bin/sha256sum '{}' ';' | /usr/bin/sort"});
+}
+
+}  // namespace zpk::test
