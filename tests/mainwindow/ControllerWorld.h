@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <map>
@@ -68,6 +69,8 @@ struct SpaceTable final : FileManager {
     return no(path);
   }
   Expected<Done, FileError> createDirectory(std::string_view path) override { return no(path); }
+  Expected<Done, FileError> createDirectories(std::string_view path) override { return no(path); }
+  std::string homeDirectory() const override { return "/"; }
   Expected<Done, FileError> copyFile(std::string_view, std::string_view to) override { return no(to); }
 
  private:
@@ -88,6 +91,8 @@ struct DayFormatter final : DateFormatter {
            kMonths[static_cast<unsigned>(written.month()) - 1] + " " +
            std::to_string(static_cast<int>(written.year()));
   }
+  void setTimeZoneForSecondsFromGMT(std::int32_t) override {}
+  std::array<std::string, 7> standaloneWeekdaySymbols() const override { return {}; }
   bool calendar = false;
 };
 
