@@ -66,9 +66,9 @@ std::optional<Obstacle> pinObstacle(const ZPKUIDaemonController& controller) {
   return selectionObstacle(controller);
 }
 
-// Opening a backup point comes with its own module, which will answer here.
-std::optional<Obstacle> openObstacle(const ZPKUIDaemonController& /*controller*/) {
-  return Obstacle::notOffered;
+// Not while an operation runs: a merge rewrites the images that opening reads.
+std::optional<Obstacle> openObstacle(const ZPKUIDaemonController& controller) {
+  return controller.canMountArcItems() ? selectionObstacle(controller) : Obstacle::notOffered;
 }
 
 }  // namespace zpk

@@ -24,6 +24,7 @@
 #include "helperlink/ZPKDaemonController.h"
 #include "mainwindow/LogScrollView.h"
 #include "mainwindow/SheetPresenter.h"
+#include "mount/BackupPointMounter.h"
 #include "records/ArchiveItemPinning.h"
 #include "records/RLDArchive.h"
 #include "records/ZPKDisk.h"
@@ -45,6 +46,8 @@ struct ZPKUIDaemonControllerEnvironment {
   // The job launcher's tool, and the property list of the status-bar agent that it switches on and off.
   std::string launchctlPath = "/bin/launchctl";
   std::string statusBarAgentPath = std::string(kStatusBarAgentPath);
+  // Null where backup points cannot be mounted.
+  BackupPointMounter* mounter = nullptr;
 };
 
 // The controller of the main window: turns every status of the helper into what the window shows, and the user's
@@ -124,6 +127,10 @@ class ZPKUIDaemonController : public ZPKDaemonController,
   void breakProgress();
   void selectSourceAction();
   void selectBackupPath();
+  // Opens the files of the first selected backup point; blocks for up to a minute for each of its images. Each that
+  // cannot be attached puts its error into the error sheet.
+  void mountArcItem();
+  bool canMountArcItems() const { return _environment.mounter != nullptr; }
   void mergeArvhiveAction();  // spelled so: the interface binds to it under that name
   void sheetOKAction();
   void sheetCancelAction();

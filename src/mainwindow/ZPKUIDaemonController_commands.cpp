@@ -27,6 +27,16 @@ void ZPKUIDaemonController::restore() {
   setModalSession(modalsession::kRestoreTarget);
 }
 
+// In this process, as the user, without the helper.
+void ZPKUIDaemonController::mountArcItem() {
+  const auto arcItem = selectedArcItem();
+  if (!arcItem || !_environment.mounter) return;
+  _environment.mounter->mountArcItem(*arcItem, [this](const std::string& errorText) {
+    setError(errorText, {});
+    setModalSession(modalsession::kError);
+  });
+}
+
 void ZPKUIDaemonController::breakProgress() {
   if (daemon()) daemon()->breakProgress();
 }
