@@ -77,6 +77,31 @@ TYPED_TEST(FileManagerContract, AFolderIsMadeOnce) {
   EXPECT_EQ(this->reason(this->files.createDirectory(this->path("missing/folder"))), "No such file or directory");
 }
 
+TYPED_TEST(FileManagerContract, MakesAFolderWithAllOnTheWayToIt) {
+  EXPECT_TRUE(this->files.createDirectories(this->path("a/b/c")));
+  EXPECT_TRUE(this->files.fileExists(this->path("a/b")));
+  EXPECT_TRUE(this->files.saveFile(this->path("a/b/c/file"), {}));
+  EXPECT_TRUE(this->files.createDirectories(this->path("a/b/c"))) << "it is there already";
+  EXPECT_TRUE(this->files.createDirectories(this->path("a/b/d")));
+  EXPECT_TRUE(this->files.fileExists(this->path("a/b/c/file")));
+}
+
+TYPED_TEST(FileManagerContract, MakesNoFolderWhereSomethingElseIs) {
+  ASSERT_TRUE(this->files.saveFile(this->path("file"), {}));
+  for (const char* name : {"file", "file/a"}) {
+    const auto made = this->files.createDirectories(this->path(name));
+    ASSERT_FALSE(made) << name;
+    EXPECT_EQ(made.error().path, this->path("file"));
+    EXPECT_EQ(made.error().reason, "File exists");
+  }
+}
+
+TYPED_TEST(FileManagerContract, TheHomeFolderIsAnAbsolutePathWithoutASlashAtItsEnd) {
+  const std::string home = this->files.homeDirectory();
+  EXPECT_TRUE(home.starts_with('/'));
+  EXPECT_TRUE(home == "/" || !home.ends_with('/')) << home;
+}
+
 TYPED_TEST(FileManagerContract, ListsWhatIsDirectlyInAFolderByName) {
   ASSERT_TRUE(this->files.createDirectory(this->path("m")));
   ASSERT_TRUE(this->files.saveFile(this->path("m/inner"), {}));

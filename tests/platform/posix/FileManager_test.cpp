@@ -1,11 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <thread>
 
 #include "platform/posix/FileManager_posix.h"
@@ -111,6 +115,66 @@ TEST_F(PosixFileManagerTest, MakesAPrivateFolderOnlyWhereNothingIs) {
   std::filesystem::create_symlink("made", folder.path("link"));
   for (const std::string_view name : {"made", "link", "missing/made"}) {
     EXPECT_FALSE(files.createDirectory(folder.path(name))) << name;
+  }
+}
+
+TEST_F(PosixFileManagerTest, MakesAFolderAndAllOnTheWayAsTheUmaskWants) {
+  const mode_t before = ::umask(027);
+  const auto made = files.createDirectories(folder.path("a//b/c/"));
+  ::umask(before);
+  ASSERT_TRUE(made);
+  for (const std::string_view name : {"a", "a/b", "a/b/c"}) {
+    struct stat facts {};
+    ASSERT_EQ(::stat(folder.path(name).c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 07777, 0750u) << name;
+  }
+}
+
+TEST_F(PosixFileManagerTest, MakesFoldersBehindALinkAndNoneWhereALinkLeadsNowhere) {
+  std::filesystem::create_directory(folder.path("real"));
+  std::filesystem::create_symlink("real", folder.path("link"));
+  std::filesystem::create_symlink("nowhere", folder.path("dangling"));
+  EXPECT_TRUE(files.createDirectories(folder.path("link")));
+  EXPECT_TRUE(files.createDirectories(folder.path("link/a/b")));
+  EXPECT_TRUE(files.fileExists(folder.path("real/a/b")));
+  EXPECT_EQ(files.createDirectories(folder.path("dangling/a")).error().reason, "File exists");
+  EXPECT_FALSE(files.fileExists(folder.path("nowhere")));
+  EXPECT_FALSE(files.createDirectories(""));
+  EXPECT_FALSE(files.createDirectories(folder.path("a") + std::string("\0b", 2)));
+  EXPECT_FALSE(files.createDirectories("/proc/a/b"));
+}
+
+// HOME as a test wants it, and back.
+class HomeOf {
+ public:
+  explicit HomeOf(const char* home) {
+    if (const char* before = ::getenv("HOME")) _before = before;
+    home != nullptr ? ::setenv("HOME", home, 1) : ::unsetenv("HOME");
+  }
+  HomeOf(const HomeOf&) = delete;
+  HomeOf& operator=(const HomeOf&) = delete;
+  ~HomeOf() { _before ? ::setenv("HOME", _before->c_str(), 1) : ::unsetenv("HOME"); }
+
+ private:
+  std::optional<std::string> _before;
+};
+
+TEST_F(PosixFileManagerTest, TheHomeFolderIsWhatTheEnvironmentSaysAtTheTime) {
+  const HomeOf first("/home/ann");
+  EXPECT_EQ(files.homeDirectory(), "/home/ann");
+  const HomeOf second("/home/ben//");
+  EXPECT_EQ(files.homeDirectory(), "/home/ben");
+  const HomeOf root("/");
+  EXPECT_EQ(files.homeDirectory(), "/");
+}
+
+TEST_F(PosixFileManagerTest, TheHomeFolderIsThatOfTheAccountWhenTheEnvironmentSaysNone) {
+  const passwd* account = ::getpwuid(::getuid());
+  ASSERT_NE(account, nullptr);
+  const std::string home = account->pw_dir;
+  for (const char* told : {"", "relative/path", "~", static_cast<const char*>(nullptr)}) {
+    const HomeOf environment(told);
+    EXPECT_EQ(files.homeDirectory(), home);
   }
 }
 

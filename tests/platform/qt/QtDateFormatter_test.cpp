@@ -1,5 +1,6 @@
 #include "platform/qt/QtDateFormatter.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -69,6 +70,32 @@ TEST(QtDateFormatter, FollowsTheSystemsZoneAlsoWhenItChanges) {
   EXPECT_EQ(formatter.stringFromDate(kMoment), "14:05");
   before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
   ::tzset();
+}
+
+TEST(QtDateFormatter, ShowsTheTimeOfTheClockThatItIsSetTo) {
+  QtDateFormatter formatter(DateStyle::none, DateStyle::brief, QLocale(QLocale::German), QTimeZone("Asia/Tokyo"));
+  formatter.setTimeZoneForSecondsFromGMT(0);
+  EXPECT_EQ(formatter.stringFromDate({34200}), "09:30");
+  formatter.setTimeZoneForSecondsFromGMT(-2670);
+  EXPECT_EQ(formatter.stringFromDate({34200}), "08:45");
+  formatter.setTimeZoneForSecondsFromGMT(19800);
+  EXPECT_EQ(formatter.stringFromDate({34200}), "15:00");
+  formatter.setTimeZoneForSecondsFromGMT(std::numeric_limits<std::int32_t>::max());
+  EXPECT_EQ(formatter.stringFromDate({34200}), "15:00") << "no clock is that far ahead";
+}
+
+TEST(QtDateFormatter, NamesTheWeekdaysInFullSundayFirstInEveryLocale) {
+  using testing::ElementsAre;
+  const auto names = [](const QLocale& locale) {
+    return QtDateFormatter(DateStyle::none, DateStyle::none, locale).standaloneWeekdaySymbols();
+  };
+  EXPECT_THAT(names(QLocale(QLocale::English, QLocale::UnitedStates)),
+              ElementsAre("Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"));
+  EXPECT_THAT(names(QLocale(QLocale::German)),
+              ElementsAre("Sonntag", "Montag", "Dienstag", "Mittwoch", "Donnerstag", "Freitag", "Samstag"));
+  EXPECT_EQ(names(QLocale(QLocale::Hebrew)).front(), "יום ראשון");
+  // As they stand alone, not as within a date.
+  EXPECT_EQ(names(QLocale(QLocale::Finnish)).at(1), "maanantai");
 }
 
 TEST(QtDateFormatter, ShowsDatesBefore1970) {
