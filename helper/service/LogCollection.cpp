@@ -56,11 +56,13 @@ std::string collectLogs(const std::vector<std::string>& logs, const std::string&
   if (fstat(opened.get(), &status) != 0) return because("the folder cannot be looked at");
   if (status.st_uid != user) return "the folder is not the caller's";
   if ((status.st_mode & S_IWOTH) != 0) return "everybody may write to the folder";
+  std::string first;
   for (const std::string& log : logs) {
     if (access(log.c_str(), F_OK) != 0) continue;
-    if (std::string reason = copyInto(opened.get(), log, user, status.st_gid); !reason.empty()) return reason;
+    const std::string reason = copyInto(opened.get(), log, user, status.st_gid);
+    if (first.empty()) first = reason;
   }
-  return "";
+  return first;
 }
 
 }  // namespace zpk
