@@ -1,0 +1,129 @@
+// The commands that have the helper do something.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "base/Localization.h"
+#include "helperlink/ResultCode.h"
+#include "helperlink/StatusRecord.h"
+#include "tools/zpkctl/Commands.h"
+#include "tools/zpkctl/Words.h"
+
+namespace zpk::ctl {
+namespace {
+
+// It ends a running operation within a second, but for a folder on a dead network share.
+constexpr Seconds kLongestStop{30.0};
+
+// Follows the backup that was just begun, from status to status, to its end.
+class BackupCourse {
+ public:
+  explicit BackupCourse(Console& console) : _console(console) {}
+
+  bool isOver(const Dictionary& status) {
+    const bool over = isAfterIt(status);
+    if (over) {
+      _error = statuskey::lastBackupError.read(status);
+    } else if (statuskey::state.read(status) == HelperState::inProgress) {
+      _elapsed = statuskey::elapsedTime.read(status);
+      _console.showProgress("Backing up: " + progressWords(status));
+    }
+    return over;
+  }
+  // Why it failed, once it is over; nothing when it did not.
+  const std::optional<std::string>& error() const { return _error; }
+
+ private:
+  // Busy is not the end: the helper may still put away what was stopped.
+  bool isAfterIt(const Dictionary& status) const {
+    switch (statuskey::state.read(status)) {
+      case HelperState::idle:
+        return true;
+      case HelperState::inProgress:
+        // Somebody was quick: this is the next operation already, and the last backup is still this one.
+        return statuskey::progressType.read(status) != ProgressType::backup ||
+               statuskey::elapsedTime.read(status) < _elapsed;
+      case HelperState::busy:
+      case HelperState::unknown:
+        break;
+    }
+    return false;
+  }
+
+  Console& _console;
+  std::uint64_t _elapsed = 0;
+  std::optional<std::string> _error;
+};
+
+// Why the backup was not begun, or nothing when it was.
+std::optional<std::string> beginBackup(HelperSession& session) {
+  const Value result = session.helper().doAsyncAction(
+      [&](ZPKDaemon& daemon) { return session.isInterrupted() ? Value() : daemon.backup(); });
+  if (result.isNull()) {
+    if (session.isInterrupted()) return "Interrupted before a backup was begun.";
+    return "The backup service does not answer. No backup was begun.";
+  }
+  const std::uint32_t code = resultCodeOf(result);
+  if (code == static_cast<std::uint32_t>(ResultCode::success)) return std::nullopt;
+  if (code == static_cast<std::uint32_t>(ResultCode::serviceIsBusy)) {
+    const auto status = session.newestStatus();
+    return busyWords(status ? *status : Dictionary());
+  }
+  const EnglishLocalization english;
+  return resultCodeMessage(code, english) + ". " + resultCodeAdvice(code, english);
+}
+
+}  // namespace
+
+int runBackup(HelperSession& session, Console& console) {
+  if (const auto obstacle = beginBackup(session)) {
+    console.complain(*obstacle);
+    return kNotDone;
+  }
+  BackupCourse course(console);
+  const auto wait = session.waitUntil([&](const Dictionary& status) { return course.isOver(status); });
+  if (wait == HelperSession::Wait::interrupted) {
+    console.complain("Interrupted. The backup goes on; 'zpkctl stop' stops it.");
+    return kNotDone;
+  }
+  if (wait != HelperSession::Wait::over) {
+    console.complain(waitFailure(wait, "the backup"));
+    return kNotDone;
+  }
+  if (course.error()) {
+    console.complain("The backup failed. " + *course.error());
+    return kNotDone;
+  }
+  console.say("The backup is complete.");
+  return kDone;
+}
+
+int runStop(HelperSession& session, Console& console) {
+  const auto before = session.newestStatus();
+  if (!before) {
+    console.complain("The backup service does not answer.");
+    return kNotDone;
+  }
+  if (statuskey::state.read(*before) != HelperState::inProgress) {
+    console.say("Nothing is running.");
+    return kDone;
+  }
+  if (session.helper().breakProgress().isNull()) {
+    console.complain("The backup service does not answer.");
+    return kNotDone;
+  }
+  const auto wait = session.waitUntil(
+      [](const Dictionary& status) { return statuskey::state.read(status) != HelperState::inProgress; },
+      kLongestStop);
+  if (wait == HelperSession::Wait::over) {
+    console.say("It has stopped.");
+    return kDone;
+  }
+  console.complain(wait == HelperSession::Wait::timedOut || wait == HelperSession::Wait::interrupted
+                       ? "It was told to stop, and has not stopped yet."
+                       : waitFailure(wait, "what it was to stop"));
+  return kNotDone;
+}
+
+}  // namespace zpk::ctl

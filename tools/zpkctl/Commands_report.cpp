@@ -1,0 +1,62 @@
+// The commands that only look.
+
+#include <optional>
+#include <string>
+
+#include "helperlink/StatusRecord.h"
+#include "tools/zpkctl/Commands.h"
+#include "tools/zpkctl/StatusReport.h"
+#include "tools/zpkctl/Words.h"
+
+namespace zpk::ctl {
+namespace {
+
+// For a helper that has just been started to have read its disks and its archive.
+constexpr Seconds kLongestBusy{30.0};
+
+bool isReadable(const Dictionary& status) {
+  return statuskey::state.read(status) != HelperState::busy;
+}
+
+// Why the backup points cannot be listed, or nothing when they can, none included.
+std::optional<std::string> whyNoPoints(const Dictionary& status) {
+  if (!statuskey::targetArchive.isPresentIn(status)) return "No location for the backups is chosen.";
+  if (statuskey::arcState.read(status) == ArcState::unavailable) {
+    return "The backups at " + *statuskey::targetArchive.read(status) + " cannot be reached.";
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+int runStatus(HelperSession& session, Console& console, Form form) {
+  const auto status = session.newestStatus();
+  if (!status) {
+    console.complain("The backup service does not answer.");
+    return kNotDone;
+  }
+  console.say(form == Form::json ? statusAsJson(*status) : statusInWords(*status));
+  return kDone;
+}
+
+int runList(HelperSession& session, Console& console, Form form) {
+  Dictionary seen;
+  const auto wait = session.waitUntil(
+      [&](const Dictionary& status) {
+        seen = status;
+        return isReadable(status);
+      },
+      kLongestBusy);
+  if (wait != HelperSession::Wait::over) {
+    console.complain(waitFailure(wait, "the list"));
+    return kNotDone;
+  }
+  if (const auto obstacle = whyNoPoints(seen)) {
+    console.complain(*obstacle);
+    return kNotDone;
+  }
+  console.say(form == Form::json ? pointsAsJson(seen) : pointsInWords(seen));
+  return kDone;
+}
+
+}  // namespace zpk::ctl

@@ -1,0 +1,81 @@
+#include "tools/zpkctl/Words.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace zpk::ctl {
+namespace {
+
+std::string timeLeft(std::uint64_t seconds) {
+  constexpr std::uint64_t kMinute = 60;
+  constexpr std::uint64_t kHour = 60 * kMinute;
+  if (seconds < kMinute) return "less than a minute left";
+  if (seconds < kHour) {
+    const std::uint64_t minutes = (seconds + kMinute / 2) / kMinute;
+    return "about " + std::to_string(minutes) + (minutes == 1 ? " minute left" : " minutes left");
+  }
+  return "about " + std::to_string(seconds / kHour) + " h " + std::to_string(seconds % kHour / kMinute) +
+         " min left";
+}
+
+}  // namespace
+
+std::string operationName(ProgressType type) {
+  switch (type) {
+    case ProgressType::backup:
+      return "backing up";
+    case ProgressType::restore:
+      return "restoring";
+    case ProgressType::merge:
+      return "merging backup points";
+    case ProgressType::unknown:
+      break;
+  }
+  return "working";
+}
+
+std::string progressWords(const Dictionary& status) {
+  const double percent = statuskey::progressPercents.read(status).doubleValue();
+  // Rounded down: all means all.
+  const int shown = percent > 0 ? static_cast<int>(std::floor(std::min(percent, 100.0))) : 0;
+  std::string words = std::to_string(shown) + " %";
+  if (statuskey::remainingTime.isPresentIn(status)) {
+    words += ", " + timeLeft(statuskey::remainingTime.read(status));
+  }
+  return words;
+}
+
+std::string busyWords(const Dictionary& status) {
+  if (statuskey::state.read(status) != HelperState::inProgress) {
+    return "The backup service is busy with something else. Try again in a while.";
+  }
+  switch (statuskey::progressType.read(status)) {
+    case ProgressType::backup:
+      return "A backup is already running.";
+    case ProgressType::restore:
+      return "A restore is running. Try again when it is over.";
+    case ProgressType::merge:
+      return "Backup points are being merged. Try again when that is over.";
+    case ProgressType::unknown:
+      break;
+  }
+  return "Something else is being done. Try again when it is over.";
+}
+
+std::string waitFailure(HelperSession::Wait wait, const std::string& what) {
+  switch (wait) {
+    case HelperSession::Wait::over:
+    case HelperSession::Wait::timedOut:
+      break;
+    case HelperSession::Wait::helperGone:
+      return "The backup service ended before " + what + " was over.";
+    case HelperSession::Wait::helperSilent:
+      return "The backup service does not answer any more. What became of " + what + " is not known.";
+    case HelperSession::Wait::interrupted:
+      return "Interrupted. " + what + " goes on.";
+  }
+  return "It took too long.";
+}
+
+}  // namespace zpk::ctl

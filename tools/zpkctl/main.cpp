@@ -1,0 +1,100 @@
+// The program's entry point: everything put together, and one command done.
+
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <variant>
+#include <vector>
+
+#include "base/NotificationCenter.h"
+#include "helperlink/ZPKDaemon.h"
+#include "platform/linux/link/DBusLinkTransport.h"
+#include "platform/posix/Log_posix.h"
+#include "platform/posix/PollRunLoop.h"
+#include "records/RecordClasses.h"
+#include "tools/zpkctl/CommandLine.h"
+#include "tools/zpkctl/Commands.h"
+#include "tools/zpkctl/InterruptSignals.h"
+#include "tools/zpkctl/Terminal.h"
+
+namespace zpk::ctl {
+namespace {
+
+constexpr int kUsageMistake = 2;
+constexpr int kSignalBase = 128;
+
+// The system starts the helper when it is looked for, and at log-in the machine may be slow; on a session bus it is
+// there or it is not.
+constexpr Seconds kSystemPatience{30.0};
+constexpr Seconds kSessionPatience{3.0};
+
+class NoLog final : public Log {
+ public:
+  void line(std::string_view) override {}
+};
+
+int run(const RunCommand& command, HelperSession& session, Console& console) {
+  const Form form = command.json ? Form::json : Form::words;
+  switch (command.verb) {
+    case Verb::backup:
+      return runBackup(session, console);
+    case Verb::status:
+      return runStatus(session, console, form);
+    case Verb::list:
+      return runList(session, console, form);
+    case Verb::stop:
+      return runStop(session, console);
+  }
+  return kNotDone;
+}
+
+// In the order in which each needs the ones before it.
+int runConnected(const RunCommand& command) {
+  PosixLog log("zpkctl");
+  NoLog noLog;
+  Log& linkLog = command.verbose ? static_cast<Log&>(log) : noLog;
+  PollRunLoop loop;
+  NotificationCenter notificationCenter;
+  const BusEndpoint bus{.which = command.sessionBus ? WhichBus::session : WhichBus::system, .address = {}};
+  DBusLinkTransport transport(
+      {.loop = loop, .watcher = loop, .log = linkLog, .classes = recordClasses(), .bus = bus});
+  std::optional<ZPKDaemon> daemon;
+  const auto connectedDaemon = [&]() -> ZPKDaemon& {
+    if (!daemon) daemon.emplace(ZPKDaemonEnvironment{transport, notificationCenter, loop, linkLog});
+    return *daemon;
+  };
+  HelperSession session({transport, notificationCenter, loop, connectedDaemon});
+  const InterruptSignals signals(loop, [&] { session.interrupt(); });
+  Terminal terminal;
+
+  int status = kNotDone;
+  if (const auto problem = session.connect(command.sessionBus ? kSessionPatience : kSystemPatience)) {
+    terminal.complain(session.isInterrupted() ? "Interrupted." : *problem);
+  } else {
+    status = run(command, session, terminal);
+  }
+  if (!terminal.flush() && status == kDone) status = kNotDone;
+  return status != kDone && signals.signal() != 0 ? kSignalBase + signals.signal() : status;
+}
+
+int start(const CommandLine& commandLine) {
+  if (const auto* mistake = std::get_if<UsageMistake>(&commandLine)) {
+    std::fprintf(stderr, "zpkctl: %s\n", mistake->message.c_str());
+    return kUsageMistake;
+  }
+  if (std::holds_alternative<ShowHelp>(commandLine)) return std::fputs(helpText().c_str(), stdout) < 0;
+  if (std::holds_alternative<ShowVersion>(commandLine)) return std::puts("zpkctl " ZPK_VERSION) < 0;
+  return runConnected(std::get<RunCommand>(commandLine));
+}
+
+}  // namespace
+}  // namespace zpk::ctl
+
+int main(int argc, char** argv) {
+  try {
+    return zpk::ctl::start(zpk::ctl::parseCommandLine({argv + (argc > 0 ? 1 : 0), argv + argc}));
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "zpkctl: %s\n", problem.what());
+    return zpk::ctl::kNotDone;
+  }
+}
