@@ -1,0 +1,160 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "tools/zpkctl/Commands.h"
+#include "tools/zpkctl/StatusReport.h"
+#include "tools/zpkctl/Words.h"
+#include "zpkctl/SessionWorld.h"
+
+namespace zpk::ctl {
+namespace {
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// 2023-11-14 22:13:20 UTC.
+constexpr double kDate = 1'700'000'000;
+
+Dictionary threePoints() {
+  Dictionary status = readyStatus();
+  statuskey::archiveDescription.set(
+      status, archiveOf({backupPoint(0, "before the update", kDate, true), backupPoint(1, "", kDate + 60),
+                         backupPoint(2, "last", kDate + 120)}));
+  return status;
+}
+
+struct ReportCommand : SessionWorld, testing::Test {
+  ReportCommand() {
+    ::setenv("TZ", "UTC", 1);
+    ::tzset();
+    EXPECT_TRUE(connect());
+  }
+};
+
+TEST_F(ReportCommand, StatusTellsWhatIsBackedUpWhere) {
+  nowIs(threePoints());
+  EXPECT_EQ(runStatus(session, console, Form::words), kDone);
+  ASSERT_EQ(console.said.size(), 1U);
+  EXPECT_THAT(console.said[0], HasSubstr("State:        ready\n"));
+  EXPECT_THAT(console.said[0], HasSubstr("Destination:  /backups/Office PC.rldbackup (ready)\n"));
+  EXPECT_THAT(console.said[0], HasSubstr("Last backup:  2023-11-14 22:15"));
+  EXPECT_THAT(console.said[0], testing::Not(HasSubstr("Last error")));
+}
+
+TEST_F(ReportCommand, StatusSaysThatAHelperDoesNotAnswer) {
+  transport.helperDies();
+  EXPECT_EQ(runStatus(session, console, Form::words), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("The backup service does not answer."));
+}
+
+TEST_F(ReportCommand, ListWaitsForAHelperThatReadsItsDisks) {
+  Dictionary busy;
+  statuskey::state.set(busy, HelperState::busy);
+  nowIs(busy);
+  soonIs(Seconds(2), threePoints());
+  EXPECT_EQ(runList(session, console, Form::words), kDone);
+  EXPECT_THAT(console.said, ElementsAre("Date              Kind       Pinned  Label\n"
+                                        "2023-11-14 22:13  full       yes     before the update\n"
+                                        "2023-11-14 22:14  increment  no\n"
+                                        "2023-11-14 22:15  increment  no      last"));
+}
+
+TEST_F(ReportCommand, AListThatCannotBeReadIsNotAnEmptyOne) {
+  Dictionary away = readyStatus();
+  statuskey::arcState.set(away, ArcState::unavailable);
+  nowIs(away);
+  EXPECT_EQ(runList(session, console, Form::json), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre(HasSubstr("cannot be reached")));
+  Dictionary notChosen = idleStatus({});
+  nowIs(notChosen);
+  EXPECT_EQ(runList(session, console, Form::json), kNotDone);
+  EXPECT_THAT(console.complained.back(), HasSubstr("No location"));
+}
+
+TEST_F(ReportCommand, AnArchiveWithoutPointsIsAnEmptyList) {
+  Dictionary empty = readyStatus();
+  statuskey::arcState.set(empty, ArcState::empty);
+  statuskey::archiveDescription.set(empty, nullptr);
+  nowIs(empty);
+  EXPECT_EQ(runList(session, console, Form::words), kDone);
+  EXPECT_EQ(runList(session, console, Form::json), kDone);
+  EXPECT_THAT(console.said, ElementsAre("There is no backup point yet.", "[]"));
+}
+
+TEST(StatusAsJson, HasEveryKeyAlsoWhenNothingIsKnown) {
+  EXPECT_EQ(json::parse(statusAsJson({})), json::parse(R"({"state": "idle", "operation": null, "source": null,
+    "destination": null, "lastBackup": null, "lastBackupError": null})"));
+}
+
+TEST(StatusAsJson, TellsTheRunningOperation) {
+  Dictionary status = runningBackup(41.5, 30);
+  statuskey::remainingTime.set(status, 90);
+  EXPECT_EQ(json::parse(statusAsJson(status))["operation"],
+            json::parse(R"({"kind": "backup", "percent": 41.5, "elapsedSeconds": 30, "remainingSeconds": 90})"));
+}
+
+TEST(StatusAsJson, TellsSourceDestinationAndTheNewestPoint) {
+  const json told = json::parse(statusAsJson(threePoints()));
+  EXPECT_EQ(told["destination"], json::parse(R"({"path": "/backups/Office PC.rldbackup", "state": "ready"})"));
+  EXPECT_EQ(told["source"]["isConnected"], true);
+  EXPECT_EQ(told["lastBackup"], "2023-11-14T22:15:20Z");
+}
+
+TEST(StatusAsJson, ADiskThatIsAwayKeepsItsIdentifier) {
+  Dictionary status = readyStatus();
+  statuskey::disks.set(status, {});
+  const json source = json::parse(statusAsJson(status))["source"];
+  EXPECT_EQ(source["id"], *statuskey::sourceDisk.read(status));
+  EXPECT_EQ(source["name"], nullptr);
+  EXPECT_EQ(source["isConnected"], false);
+}
+
+TEST(StatusAsJson, TextThatIsNoTextAndDatesThatAreNoneDoNoHarm) {
+  Dictionary status = readyStatus();
+  statuskey::lastBackupError.set(status, "broken \xff text");
+  for (const double date : {-1.0, 1e300, std::numeric_limits<double>::quiet_NaN()}) {
+    statuskey::archiveDescription.set(status, archiveOf({backupPoint(0, "x", date)}));
+    const json told = json::parse(statusAsJson(status));
+    EXPECT_EQ(told["lastBackup"], nullptr);
+    EXPECT_EQ(told["lastBackupError"], "broken \xef\xbf\xbd text");
+    EXPECT_THAT(statusInWords(status), HasSubstr("Last backup:  unknown"));
+  }
+}
+
+TEST(PointsAsJson, HasARowForEachPoint) {
+  EXPECT_EQ(json::parse(pointsAsJson(threePoints()))[1],
+            json::parse(R"({"index": 1, "date": "2023-11-14T22:14:20Z", "kind": "increment", "pinned": false,
+    "label": ""})"));
+  EXPECT_EQ(json::parse(pointsAsJson(threePoints()))[0]["kind"], "full");
+  EXPECT_EQ(json::parse(pointsAsJson(threePoints())).size(), 3U);
+}
+
+TEST(ProgressWords, RoundDownAndTellTheTimeAsAPersonWould) {
+  const auto words = [](double percent, std::optional<std::uint64_t> remaining) {
+    Dictionary status = runningBackup(percent, 0);
+    statuskey::remainingTime.set(status, 0);
+    if (remaining) {
+      statuskey::remainingTime.set(status, *remaining);
+    } else {
+      status.remove(statuskey::remainingTime.key);
+    }
+    return progressWords(status);
+  };
+  EXPECT_EQ(words(99.99, std::nullopt), "99 %");
+  EXPECT_EQ(words(100, 0), "100 %, less than a minute left");
+  EXPECT_EQ(words(5, 80), "5 %, about 1 minute left");
+  EXPECT_EQ(words(5, 3000), "5 %, about 50 minutes left");
+  EXPECT_EQ(words(5, 2 * 3600 + 300), "5 %, about 2 h 5 min left");
+  EXPECT_EQ(words(-3, std::nullopt), "0 %");
+  EXPECT_EQ(words(1e9, std::nullopt), "100 %");
+  EXPECT_EQ(words(std::numeric_limits<double>::quiet_NaN(), std::nullopt), "0 %");
+}
+
+}  // namespace
+}  // namespace zpk::ctl

@@ -1,0 +1,174 @@
+#!/usr/bin/env python3
+"""Runs zpkctl with the real helper on a message bus of its own: what it says and with which status it ends when a backup
+is made, refused, stopped by somebody else, interrupted, and when the helper is killed in the middle of it.
+"""
+import argparse
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+
+SERVICE = ["com.tarnwick.zpkhelper", "/com/tarnwick/zpkhelper", "com.tarnwick.ZPKDaemonProtocol"]
+
+IDENTIFIER = "5d2c1f6e-8a47-4b6e-9c0d-2e7f31a4b0c5"
+
+# A Windows side of which so much is to be read that somebody can step in: its reserved partition is stored whole.
+DISK = """
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
+truncate -s 500M "$1/slow.img"
+sgdisk -U "$2" -n 1:1M:+400M -t 1:0c01 -n 2:401M:+64M -t 2:0700 "$1/slow.img" >/dev/null
+head -c 400M /dev/urandom | dd of="$1/slow.img" bs=1M seek=1 iflag=fullblock conv=notrunc status=none
+truncate -s 64M "$1/volume"
+mkntfs -F -Q -q -p 821248 "$1/volume" >/dev/null 2>&1
+dd if="$1/volume" of="$1/slow.img" bs=1M seek=401 conv=notrunc status=none
+rm "$1/volume"
+"""
+
+
+def eventually(what, condition):
+    for _ in range(1500):
+        result = condition()
+        if result:
+            return result
+        subprocess.run(["sleep", "0.01"], check=True)
+    sys.exit(f"waited in vain for {what}")
+
+
+def expect(condition, what):
+    if not condition:
+        sys.exit(f"not so: {what}")
+
+
+class World:
+    def __init__(self, zpkctl, helper, work):
+        self.zpkctl, self.helper_program, self.work = zpkctl, helper, work
+        self.helper = None
+
+    def start_helper(self):
+        with open(self.work / "helper.log", "ab") as log:
+            self.helper = subprocess.Popen([self.helper_program, "--session", "--disks", self.work / "disks", "--state",
+                                            self.work / "state"], stderr=log)
+        eventually("the helper", lambda: self.run("status").returncode == 0)
+        eventually("its first look at the disks", lambda: self.status()["state"] == "idle")
+
+    def end_helper(self):
+        self.helper.terminate()
+        self.helper.wait(10)
+
+    def start(self, *words):
+        return subprocess.Popen([self.zpkctl, "--session", *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+    def run(self, *words):
+        return subprocess.run([self.zpkctl, "--session", *words], capture_output=True, text=True, timeout=60)
+
+    def status(self):
+        return json.loads(self.run("status", "--json").stdout)
+
+    def tell(self, command, text):
+        answer = subprocess.run(["busctl", "--user", "call", *SERVICE, command, "s", text], capture_output=True, text=True,
+                                check=True).stdout
+        expect(answer.split() == ["u", "0"], f"{command} answered {answer}")
+
+    def expect_end(self, process, status, output, complaint):
+        out, err = process.communicate(timeout=60)
+        expect(process.returncode == status, f"status {status} instead of {process.returncode}; it said {out!r}, {err!r}")
+        expect(output in out and (output or not out), f"{output!r} on standard output: {out!r}")
+        expect(complaint in err and (complaint or not err), f"{complaint!r} on standard error: {err!r}")
+
+    def begin_backup(self):
+        backup = self.start("backup")
+        eventually("the backup to run", lambda: self.status()["operation"])
+        return backup
+
+    def points(self):
+        return json.loads(self.run("list", "--json").stdout)
+
+
+def refusals(world):
+    world.expect_end(world.start("backup"), 1, "", "Source disk not set")
+    world.tell("setBackupSource", IDENTIFIER)
+    world.expect_end(world.start("backup"), 1, "", "Archive path not set")
+    world.tell("setTargetPath", str(world.work / "archives/Windows.rldbackup"))
+    (world.work / "archives").rename(world.work / "away")
+    world.expect_end(world.start("backup"), 1, "", "The folder for the backups is not there")
+    (world.work / "away").rename(world.work / "archives")
+
+
+def stopped_by_another(world):
+    backup = world.begin_backup()
+    world.expect_end(world.start("stop"), 0, "It has stopped.", "")
+    world.expect_end(backup, 1, "", "stopped before it was complete")
+    eventually("the helper to be done", lambda: world.status()["state"] == "idle")
+    expect(world.points() == [], "what was stopped leaves nothing behind")
+
+
+def interrupted(world):
+    backup = world.begin_backup()
+    backup.send_signal(signal.SIGINT)
+    world.expect_end(backup, 128 + signal.SIGINT, "", "The backup goes on; 'zpkctl stop' stops it.")
+    eventually("the backup, which goes on, to be complete", lambda: world.status()["state"] == "idle" and world.points())
+    expect(world.status()["lastBackupError"] is None, "it was not stopped")
+
+
+def killed(world):
+    backup = world.begin_backup()
+    world.helper.send_signal(signal.SIGKILL)
+    world.helper.wait()
+    world.expect_end(backup, 1, "", "The backup service ended before the backup was over.")
+    world.expect_end(world.start("status"), 1, "", "The backup service is not running.")
+
+
+def made(world):
+    before = len(world.points())
+    world.expect_end(world.start("backup"), 0, "The backup is complete.", "")
+    points = world.points()
+    expect(len(points) == before + 1, f"one more point: {points}")
+    expect(points[0]["kind"] == "full", "the first one is a full one")
+    expect(world.status()["lastBackup"] == points[-1]["date"], "the status tells the date of the newest")
+    expect("full" in world.run("list").stdout, "the list in words")
+
+
+def inner(options, work):
+    for folder in ("disks", "state", "archives"):
+        (work / folder).mkdir()
+    subprocess.run(["sh", "-ec", DISK, "sh", work / "disks", IDENTIFIER], check=True)
+    world = World(options.zpkctl, options.helper, work)
+    world.expect_end(world.start("backup"), 1, "", "The backup service is not running.")
+    world.start_helper()
+    try:
+        refusals(world)
+        stopped_by_another(world)
+        interrupted(world)
+        killed(world)
+        world.start_helper()
+        made(world)
+        world.end_helper()
+    finally:
+        if world.helper and world.helper.poll() is None:
+            world.helper.kill()
+            world.helper.wait()
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--helper", required=True, type=pathlib.Path)
+    parser.add_argument("--zpkctl", required=True, type=pathlib.Path)
+    options = parser.parse_args()
+    if "ZPKCTL_TEST_INNER" in os.environ:
+        inner(options, pathlib.Path(os.environ["ZPKCTL_TEST_INNER"]))
+        return
+    work = tempfile.mkdtemp(prefix="zpkctl-")
+    try:
+        environment = dict(os.environ, ZPKCTL_TEST_INNER=work)
+        outcome = subprocess.run(["dbus-run-session", "--", sys.executable, __file__, *sys.argv[1:]], env=environment)
+    finally:
+        shutil.rmtree(work)
+    sys.exit(outcome.returncode)
+
+
+if __name__ == "__main__":
+    main()
