@@ -21,7 +21,7 @@ struct Origin {
       if (i > 0) change();
       const auto made = makeBackup(*archive, describedRequest(), [](std::uint64_t, std::uint64_t) {}, {});
       EXPECT_TRUE(made.hasValue()) << (made ? "" : made.error().text());
-      mustRun("/bin/cp", {"--sparse=always", folder / "volume.img", moment(i)});
+      disk.change([&](const std::string& root) { mustRun("/bin/cp", {"-r", root, moment(i)}); });
     }
   }
   std::string path() const { return folder / "a.rldbackup"; }
@@ -35,7 +35,7 @@ struct Origin {
     description.partitions[3].typeGuid = gpttype::microsoftBasicData;
     description.partitions[2].typeGuid = {0x16, 0xE3, 0xC9, 0xE3, 0x5C, 0x0B, 0xB8, 0x4D,
                                           0x81, 0x7D, 0xF9, 0x2D, 0xF0, 0x02, 0x15, 0xAE};
-    description.partitions[3].minSize = 20 * RestoreWorld::mib;
+    description.partitions[3].minSize = 6 * RestoreWorld::mib;
     return request;
   }
 
@@ -68,6 +68,22 @@ ByteSpan bytesOf(const std::string& text, std::size_t from, std::size_t size) {
 
 }  // namespace
 
+void DiskFile::overwrite(std::uint64_t offset, const std::string& bytes) const {
+  std::fstream file(_path, std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(static_cast<std::streamoff>(offset));
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  EXPECT_TRUE(file.good());
+}
+
+std::string bytesAt(const std::string& path, std::uint64_t offset, std::uint64_t size) {
+  std::ifstream file(path, std::ios::binary);
+  std::string bytes(size, '\0');
+  file.seekg(static_cast<std::streamoff>(offset));
+  file.read(bytes.data(), static_cast<std::streamsize>(size));
+  EXPECT_TRUE(file.good()) << path;
+  return bytes;
+}
+
 RestoreWorld::RestoreWorld() {
   request.point = 1;
   request.path = targetPath;
@@ -86,16 +102,23 @@ void RestoreWorld::makeTarget(std::uint64_t size, const std::vector<Entry>& entr
     content.assign(size, '\0');
   }
   writeAll(targetPath, content);
-  std::string script = "label: gpt\n";
-  for (const Entry& entry : entries) {
-    script += "start=" + std::to_string(entry.start / 512) + ",size=" + std::to_string(entry.size / 512) +
-              ",type=" + entry.type + "\n";
-  }
   if (!entries.empty()) {
-    mustRun("/bin/sh", {"-c", "printf '%s' '" + script + "' | /usr/sbin/sfdisk -q '" + targetPath + "'"});
+    // The tools of the field also sync every other file of the machine.
+    std::string command = std::string("exec '") + ZPK_TABLE_PROGRAM + "' new write 512 ''";
+    for (const Entry& entry : entries) {
+      command +=
+          " " + std::to_string(entry.start) + " " + std::to_string(entry.size) + " " + entry.type + " '' 0 ''";
+    }
+    mustRun("/bin/sh", {"-c", command + " 3<>'" + targetPath + "'"});
   }
+  if (!entries.empty()) return takeAsTarget();
+  before = std::move(content);
+  request.target = TargetLayout{size, 512, {}, {}};
+}
+
+void RestoreWorld::takeAsTarget() {
   before = readAll(targetPath);
-  request.target = entries.empty() ? TargetLayout{size, 512, {}, {}} : layoutOf(table(), size);
+  request.target = layoutOf(table(), before.size());
 }
 
 void RestoreWorld::makeBootCampTarget(std::uint64_t windowsSize) {
@@ -132,7 +155,7 @@ std::string RestoreWorld::refusal() {
   const auto restored = restore();
   if (restored) return "it is accepted";
   EXPECT_FALSE(restored.error().isTargetIncomplete);
-  EXPECT_EQ(targetBytes(), before) << "the target was touched";
+  EXPECT_TRUE(readAll(targetPath) == before) << "the target was touched";
   return restored.error().error.message;
 }
 
@@ -142,29 +165,27 @@ void RestoreWorld::expectWindows(ByteRange place, std::size_t moment) {
                           "count=" + std::to_string(place.size() / mib), "conv=sparse", "status=none"});
   mustRun("/usr/sbin/ntfsresize", {"--info", "--no-action", "--force", volume});
   mustRun("/usr/bin/ntfsfix", {"--no-action", volume});
-  std::filesystem::create_directories(folder / "a");
-  std::filesystem::create_directories(folder / "b");
-  const std::string a = folder / "a";
-  const std::string b = folder / "b";
-  mustRun("/bin/sh", {"-c", "export PATH=/usr/sbin:/usr/bin:/sbin:/bin; ntfs-3g -o ro '" + volume + "' '" + a +
-                                "' && ntfs-3g -o ro '" + origin().moment(moment) + "' '" + b + "'"});
-  mustRun("/usr/bin/diff", {"-r", a, b});
-  EXPECT_TRUE(std::filesystem::exists(a + "/Users/large"));
-  EXPECT_EQ(::umount(a.c_str()), 0);
-  EXPECT_EQ(::umount(b.c_str()), 0);
+  const std::string root = folder / "files";
+  std::filesystem::create_directories(root);
+  mustRun("/bin/sh", {"-c", "export PATH=/usr/sbin:/usr/bin:/sbin:/bin; setsid -w ntfs-3g -o ro '" + volume +
+                                "' '" + root + "'"});
+  EXPECT_TRUE(std::filesystem::exists(root + "/Users/large"));
+  mustRun("/usr/bin/diff", {"-r", root, origin().moment(moment)});
+  EXPECT_EQ(::umount(root.c_str()), 0);
+  mustRun("/usr/bin/flock", {volume, "true"});
 
-  const std::string content = readAll(volume);
+  const std::string content = bytesAt(volume, 0, 512);
   const auto geometry = parseNtfsBootSector(bytesOf(content, 0, 512), place.size());
   ASSERT_TRUE(geometry.has_value());
   EXPECT_EQ(littleEndianAt<std::uint32_t>(bytesOf(content, 28, 4), 0), place.start / 512);
   EXPECT_EQ(littleEndianAt<std::uint16_t>(bytesOf(content, 24, 2), 0), 63);
   EXPECT_EQ(littleEndianAt<std::uint16_t>(bytesOf(content, 26, 2), 0), 255);
   EXPECT_EQ(geometry->sectors, place.size() / 512 - 1);
-  EXPECT_EQ(content.substr(0, 512), content.substr(content.size() - 512)) << "the copy of the boot sector";
+  EXPECT_EQ(content, bytesAt(volume, place.size() - 512, 512)) << "the copy of the boot sector";
 }
 
 void RestoreWorld::expectUntouched(ByteRange range) const {
-  EXPECT_EQ(targetBytes().compare(range.start, range.size(), before, range.start, range.size()), 0)
+  EXPECT_EQ(bytesAt(targetPath, range.start, range.size()).compare(before.substr(range.start, range.size())), 0)
       << "from " << range.start << " to " << range.end;
 }
 
@@ -173,19 +194,23 @@ void RestoreWorld::expectSoundTable() const {
   EXPECT_THAT(mustRun("/usr/sbin/sgdisk", {"--verify", targetPath}), testing::HasSubstr("No problems found"));
 }
 
-GptTable RestoreWorld::table() const {
-  const std::string bytes = targetBytes();
+GptTable RestoreWorld::tableOf(const std::string& path) {
   const DiskBytes read = [&](std::uint64_t offset, std::span<std::byte> into) -> ArchiveResult<Done> {
-    std::ranges::copy(bytesOf(bytes, offset, into.size()), into.begin());
+    const std::string bytes = bytesAt(path, offset, into.size());
+    std::ranges::copy(bytesOf(bytes, 0, bytes.size()), into.begin());
     return Done{};
   };
-  ArchiveResult<GptTable> table = readGptTable(read, bytes.size(), 512);
+  ArchiveResult<GptTable> table = readGptTable(read, std::filesystem::file_size(path), 512);
   EXPECT_TRUE(table.hasValue()) << (table ? "" : table.error().text());
   return table ? std::move(*table) : GptTable{};
 }
 
-std::string RestoreWorld::targetBytes() const {
-  return readAll(targetPath);
+std::string RestoreWorld::sourcePath() {
+  return origin().disk.path();
+}
+
+GptTable RestoreWorld::storedTable() {
+  return tableOf(sourcePath());
 }
 
 std::string RestoreWorld::archiveFolder() {

@@ -13,6 +13,18 @@
 
 namespace zpk::test {
 
+// A disk image that is changed behind everybody's back.
+class DiskFile {
+ public:
+  explicit DiskFile(std::string path) : _path(std::move(path)) {}
+  void overwrite(std::uint64_t offset, const std::string& bytes) const;
+
+ private:
+  std::string _path;
+};
+
+std::string bytesAt(const std::string& path, std::uint64_t offset, std::uint64_t size);
+
 // An archive with a full point and an increment, what the disk held at each moment, and disks to restore onto whose
 // every byte is something else before. The archive is made once and only read.
 class RestoreWorld : public testing::Test {
@@ -20,7 +32,7 @@ class RestoreWorld : public testing::Test {
   static constexpr std::uint64_t mib = SampleDisk::mib;
   static constexpr std::size_t points = 2;
 
-  // One entry of a target's table, in the words of sfdisk.
+  // One entry of a target's table.
   struct Entry {
     std::uint64_t start = 0;
     std::uint64_t size = 0;
@@ -35,6 +47,8 @@ class RestoreWorld : public testing::Test {
 
   // Makes the image file "target.img": full of bytes that are in no backup, then the table.
   void makeTarget(std::uint64_t size, const std::vector<Entry>& entries);
+  // What lies at `targetPath` is the target.
+  void takeAsTarget();
   // EFI, macOS and a Windows partition of that size.
   void makeBootCampTarget(std::uint64_t windowsSize);
   // EFI and macOS, and that much behind them.
@@ -50,9 +64,12 @@ class RestoreWorld : public testing::Test {
   // The bytes of the target are what they were before the restore.
   void expectUntouched(ByteRange range) const;
   void expectSoundTable() const;
-  GptTable table() const;
-  std::string targetBytes() const;
+  GptTable table() const { return tableOf(targetPath); }
+  static GptTable tableOf(const std::string& path);
 
+  // The disk that the archive is of, as it was when the newest point was made.
+  static std::string sourcePath();
+  static GptTable storedTable();
   static Archive archive();
   static std::string archiveFolder();
   // A copy of all of the archive's bytes, to see that none changes.

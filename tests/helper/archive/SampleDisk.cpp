@@ -81,8 +81,9 @@ void SampleDisk::makeVolume() const {
 void SampleDisk::change(const std::function<void(const std::string& mountPoint)>& work) const {
   const std::string mountPoint = _folder / "mnt";
   std::filesystem::create_directories(mountPoint);
-  mustRun("/bin/sh", {"-c", "export PATH=/usr/sbin:/usr/bin:/sbin:/bin; mnt='" + mountPoint + "'; ntfs-3g '" +
-                                _volume + "' \"$mnt\" && mountpoint -q \"$mnt\""});
+  // In a session of its own: what is left of a tool's process group does not outlive the tool.
+  mustRun("/bin/sh", {"-c", "export PATH=/usr/sbin:/usr/bin:/sbin:/bin; mnt='" + mountPoint +
+                                "'; setsid -w ntfs-3g '" + _volume + "' \"$mnt\" && mountpoint -q \"$mnt\""});
   work(mountPoint);
   EXPECT_EQ(::umount(mountPoint.c_str()), 0);
   // The driver writes its last metadata after the mount is gone and lets go of the volume then.

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include "helper/archive/FileAccess.h"
@@ -49,9 +48,13 @@ inline OpenFile openFile(const ScratchFolder& folder, const std::string& name) {
 }
 
 inline std::string readAll(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
+  std::ifstream file(path, std::ios::binary);
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  std::string text(error ? 0 : size, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(file.gcount() > 0 ? static_cast<std::size_t>(file.gcount()) : 0);
+  return text;
 }
 
 inline void writeAll(const std::string& path, const std::string& text) {
