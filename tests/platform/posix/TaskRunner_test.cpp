@@ -121,7 +121,7 @@ TEST_F(PosixTaskRunnerTest, BothStreamsShareAFileThatBothName) {
 
 TEST_F(PosixTaskRunnerTest, ReadsOnUntilADescendantClosesTheStreamToo) {
   ASSERT_EQ(::mkfifo(folder.path("go").c_str(), 0600), 0);
-  TaskDescription task = shell("(read line < go; echo late) & echo early");
+  TaskDescription task = shell("echo early; (read line < go; echo late) &");
   task.currentDirectory = folder.path();
   std::thread goer([&] { folder.put("go", "\n"); });
   const TaskResult result = run(task);
