@@ -2,9 +2,13 @@
 
 #include <QEvent>
 #include <chrono>
+#include <thread>
 
 #include "helperlink/ZPKDaemon.h"
 #include "interface/Translations.h"
+#include "platform/linux/diagnostics/LogTasks_linux.h"
+#include "platform/posix/TerminationSignals.h"
+#include "platform/qt/QtLogNames.h"
 #include "records/RecordClasses.h"
 
 namespace zpk {
@@ -44,10 +48,19 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
       _localization(translationsFolder(), languages, _log),
       _backupDates(DateStyle::medium, DateStyle::brief),
       _times(DateStyle::none, DateStyle::brief),
+      _scheduleTimes(DateStyle::none, DateStyle::brief),
       _images(_fileManager),
-      _transport({.loop = _runLoop, .watcher = _runLoop, .log = _log, .classes = recordClasses(), .bus = bus}) {
+      _transport({.loop = _runLoop, .watcher = _runLoop, .log = _log, .classes = recordClasses(), .bus = bus}),
+      _launchctl(_tasks, paths.launcher),
+      _mainQueue(_runLoop) {
   setToolkitLanguage(_localization.language());
   ZPKDaemon::setSharedEnvironment(daemonEnvironment());
+  // They hear of the launch in this order: the delegate shows what the schedule's editor then reads.
+  _scheduler = std::make_unique<ZPKSchedulerViewController>(schedulerEnvironment());
+  _delegate = std::make_unique<ZPKAppDelegate>(delegateEnvironment(paths), *_scheduler);
+  _application.setDelegate(_delegate.get());
+  _delegate->awakeFromNib();
+  _scheduler->awakeFromNib();
   _controller = std::make_shared<ZPKUIDaemonController>(
       ZPKDaemonControllerEnvironment{_transport, _notificationCenter, _runLoop},
       ZPKUIDaemonControllerEnvironment{_localization, _fileManager, _workspace, _images, _backupDates, _log, _tasks,
@@ -58,10 +71,52 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
       _controller, MainWindow::Surroundings{_localization, _backupDates, _times, _images, *_watch});
 }
 
-Composition::~Composition() = default;
+Composition::~Composition() {
+  _application.setDelegate(nullptr);
+}
 
 ZPKDaemonEnvironment Composition::daemonEnvironment() {
   return {.transport = _transport, .notificationCenter = _notificationCenter, .runLoop = _runLoop, .log = _log};
+}
+
+ZPKSchedulerEnvironment Composition::schedulerEnvironment() {
+  return {.notificationCenter = _notificationCenter,
+          .fileManager = _fileManager,
+          .launchctl = _launchctl,
+          .localization = _localization,
+          .timeFormatter = _scheduleTimes,
+          .defaultFormatter = _backupDates};
+}
+
+ZPKAppDelegateEnvironment Composition::delegateEnvironment(const InstalledPaths& paths) {
+  return {.notificationCenter = _notificationCenter,
+          .application = _application,
+          .workspace = _workspace,
+          .localization = _localization,
+          .log = _log,
+          .mainQueue = _mainQueue,
+          .logCollection = logCollectionEnvironment(),
+          .updaterPath = paths.updater,
+          .uninstallerPath = paths.uninstaller};
+}
+
+LogCollectionEnvironment Composition::logCollectionEnvironment() {
+  return {.fileManager = _fileManager,
+          .tasks = _tasks,
+          .backgroundQueue = _backgroundQueue,
+          .log = _log,
+          .timeStamp = [] { return logTimeStamp(); },
+          .dateDescription = [] { return dateDescription(); },
+          .randomUUID = &randomUUID,
+          .sleep = [](Seconds duration) { std::this_thread::sleep_for(duration); },
+          .platformTasks = platformLogTasks()};
+}
+
+void Composition::run() {
+  // In a later turn, since a signal may come in the middle of a command.
+  const TerminationSignals askedToEnd(_runLoop,
+                                      [this] { _runLoop.performAfterDelay(Seconds(0), [this] { terminate(); }); });
+  _runLoop.run();
 }
 
 void Composition::show() {

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 
+#include "app/QtApplication.h"
+#include "app/delegate/ZPKAppDelegate.h"
 #include "base/NotificationCenter.h"
 #include "interface/MainWindow.h"
 #include "mainwindow/OperationWatch.h"
@@ -14,16 +16,23 @@
 #include "platform/posix/FileManager_posix.h"
 #include "platform/posix/Log_posix.h"
 #include "platform/posix/TaskRunner_posix.h"
+#include "platform/qt/BackgroundQueue.h"
+#include "platform/qt/MainQueue.h"
 #include "platform/qt/QtDateFormatter.h"
 #include "platform/qt/QtImage.h"
 #include "platform/qt/QtLocalization.h"
 #include "platform/qt/QtRunLoop.h"
 #include "platform/qt/QtWorkspace.h"
+#include "schedule/TMBLaunchctlManager.h"
+#include "schedule/ZPKSchedulerViewController.h"
 
 namespace zpk {
 
-// The program put together: every adapter, the main window's controller and the window. Made once a process, on the
-// main thread, after the application object; the helper is not contacted before launch().
+// The program put together: every adapter, the controllers, the application's delegate and the window. Made once a
+// process, on the main thread, after the application object; neither the helper nor the job launcher is asked
+// anything before launch().
+//
+// It may end at any moment, but waits for a collection of logs that is at work.
 class Composition {
  public:
   // Its texts are in the first of `languages` that it speaks, else in English.
@@ -36,19 +45,27 @@ class Composition {
   // Shows the window and launches once it has been painted, so that no helper, however slow, keeps it from the
   // screen.
   void show();
-  // Announces that the application has launched, which makes the first contact with the helper; once.
+  // Announces that the application has launched, which makes the first contact with the helper and asks the job
+  // launcher; once.
   void launch();
-  // Serves until the last window is closed.
-  void run() { _runLoop.run(); }
+  // Serves until the application quits, also when it is told to by a signal.
+  void run();
+  // Asks the application to quit, which it does at once or when the logs are collected.
+  void terminate() { _application.terminate(); }
 
   QtRunLoop& runLoop() { return _runLoop; }
   ZPKUIDaemonController& controller() { return *_controller; }
+  ZPKSchedulerViewController& scheduler() { return *_scheduler; }
+  ZPKAppDelegate& delegate() { return *_delegate; }
   MainWindow& window() { return *_window; }
 
  private:
   class FirstPaint;
 
   ZPKDaemonEnvironment daemonEnvironment();
+  ZPKSchedulerEnvironment schedulerEnvironment();
+  ZPKAppDelegateEnvironment delegateEnvironment(const InstalledPaths& paths);
+  LogCollectionEnvironment logCollectionEnvironment();
 
   // In the order in which each needs the ones before it.
   PosixLog _log;
@@ -59,10 +76,19 @@ class Composition {
   QtLocalization _localization;
   QtDateFormatter _backupDates;
   QtDateFormatter _times;
+  QtDateFormatter _scheduleTimes;
   QtWorkspace _workspace;
   QtImageLoader _images;
   DBusLinkTransport _transport;
-  // The one daemon of the process refers to what is above for good; nothing calls it once this is gone.
+  TMBLaunchctlManager _launchctl;
+  MainQueue _mainQueue;
+  // Ends only when its work is done, which uses what is above: the main queue at last.
+  BackgroundQueue _backgroundQueue;
+  QtApplication _application;
+  std::unique_ptr<ZPKSchedulerViewController> _scheduler;
+  std::unique_ptr<ZPKAppDelegate> _delegate;
+  // The one daemon of the process refers to what is above for good; nothing calls it once this is gone. A check of
+  // the status-bar agent that is still to come keeps the controller as long as the run loop, which then drops both.
   std::shared_ptr<ZPKUIDaemonController> _controller;
   std::unique_ptr<OperationWatch> _watch;
   std::unique_ptr<MainWindow> _window;

@@ -22,7 +22,7 @@ class CollectLogsWindow {
  public:
   virtual ~CollectLogsWindow() = default;
   virtual void makeKeyAndOrderFront() = 0;
-  // Takes it down, also when the user may not close it.
+  // Takes it down, also when the user may not close it. Like any window that is closed it may be the last one.
   virtual void close() = 0;
   // Whether the user can close it.
   virtual void setCloseButtonEnabled(bool enabled) = 0;

@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <csignal>
+
+#include "app/QuittingWorld.h"
+#include "platform/posix/TerminationSignals.h"
+
+namespace zpk {
+namespace {
+
+// Every way to ask for the end of the program.
+struct Way {
+  const char* name;
+  std::function<void(QuittingWorld&)> take;
+};
+void PrintTo(const Way& way, std::ostream* out) {
+  *out << way.name;
+}
+
+class Quitting : public testing::TestWithParam<Way> {
+ protected:
+  void quit() { GetParam().take(world); }
+
+  QuittingWorld world;
+  const TerminationSignals askedToEnd{world.loop, [this] { world.application.terminate(); }};
+};
+
+TEST_P(Quitting, EndsAnIdleProgramAtOnce) {
+  world.run([this] { quit(); });
+  EXPECT_TRUE(world.workspace.revealed.empty());
+}
+
+TEST_P(Quitting, WaitsForTheArchiveToBeRevealed) {
+  bool wasAlive = false;
+  world.run([&] {
+    world.delegate.openCollectLogsWindow();
+    world.delegate.collectLogs();
+    quit();
+    world.soon([&] {
+      wasAlive = true;
+      EXPECT_TRUE(world.workspace.revealed.empty());
+      EXPECT_FALSE(world.mainWindow.isVisible());
+      EXPECT_TRUE(world.collectWindow.isVisible());
+      world.door.open();
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+  EXPECT_EQ(world.workspace.revealed, std::vector<std::string>({"/tmp/ZPK_Logs_now.zip"}));
+  EXPECT_FALSE(world.delegate.isCollectingLogs());
+}
+
+TEST_P(Quitting, MayBeAskedForAgainWhileItWaits) {
+  world.run([&] {
+    world.delegate.openCollectLogsWindow();
+    world.delegate.collectLogs();
+    quit();
+    world.soon([&] {
+      world.application.terminate();
+      QCoreApplication::quit();
+      world.collectWindow.QWidget::close();
+      world.soon([&] {
+        EXPECT_TRUE(world.delegate.isCollectingLogs());
+        world.door.open();
+      });
+    });
+  });
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+TEST_P(Quitting, WaitsWithoutAWindowOfTheCollectionToo) {
+  world.run([&] {
+    world.delegate.collectLogs();
+    quit();
+    world.soon([&] { world.door.open(); });
+  });
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByEveryWay, Quitting,
+                         testing::Values(Way{"Menu", [](QuittingWorld& world) { world.application.terminate(); }},
+                                         Way{"ToolkitOrSession", [](QuittingWorld&) { QCoreApplication::quit(); }},
+                                         Way{"Terminate", [](QuittingWorld&) { ::raise(SIGTERM); }},
+                                         Way{"Interrupt", [](QuittingWorld&) { ::raise(SIGINT); }},
+                                         Way{"HangUp", [](QuittingWorld&) { ::raise(SIGHUP); }}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST(QuittingWithTheLastWindow, EndsAnIdleProgram) {
+  QuittingWorld world;
+  world.run([&] { world.mainWindow.close(); });
+}
+
+TEST(QuittingWithTheLastWindow, WaitsForACollectionWhoseWindowIsNotOpen) {
+  QuittingWorld world;
+  world.run([&] {
+    world.delegate.collectLogs();
+    world.mainWindow.close();
+    world.soon([&] { world.door.open(); });
+  });
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+// The window of the collection is the last one then; the program ends when that is taken down.
+TEST(QuittingWithTheLastWindow, WaitsForTheWindowOfTheCollection) {
+  QuittingWorld world;
+  world.run([&] {
+    world.delegate.openCollectLogsWindow();
+    world.delegate.collectLogs();
+    world.mainWindow.close();
+    world.soon([&] {
+      EXPECT_TRUE(world.delegate.isCollectingLogs());
+      world.door.open();
+    });
+  });
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+TEST(QuittingWithTheLastWindow, DoesNotHappenWhileAnotherIsOpen) {
+  QuittingWorld world;
+  bool wasAlive = false;
+  world.run([&] {
+    world.delegate.openCollectLogsWindow();
+    world.mainWindow.close();
+    world.soon([&] {
+      wasAlive = true;
+      world.collectWindow.QWidget::close();
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+}
+
+TEST(QuittingApplication, TakesAnAnswerThatNobodyWaitsForForNothing) {
+  QuittingWorld world;
+  bool wasAlive = false;
+  world.run([&] {
+    world.application.replyToApplicationShouldTerminate(true);
+    world.soon([&] {
+      wasAlive = true;
+      world.application.terminate();
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+}
+
+TEST(QuittingApplication, CanBeAskedAgainAfterARefusal) {
+  QuittingWorld world;
+  bool wasAlive = false;
+  world.run([&] {
+    world.delegate.collectLogs();
+    world.application.terminate();
+    world.application.replyToApplicationShouldTerminate(false);
+    world.soon([&] {
+      wasAlive = true;
+      world.application.terminate();
+      world.door.open();
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+}  // namespace
+}  // namespace zpk
