@@ -107,12 +107,24 @@ TEST_F(SwitchingSchedule, OnWithADamagedJobRepairsItAndKeepsWhatIsGood) {
 
 TEST_F(SwitchingSchedule, OnTakesAFileThatIsNoJobForAnEmptyOne) {
   world.makeFolder();
-  for (const std::string& content : {std::string(), std::string("<plist"), std::string("(a, b)"),
-                                     std::string("\0\1\2\xff", 4), std::string(2 << 20, ' ')}) {
+  for (const std::string& content :
+       {std::string(), std::string("<plist"), std::string("(a, b)"), std::string("\0\1\2\xff", 4)}) {
     world.files.add(kPath, content);
     controller.setEnabled(true);
     EXPECT_EQ(world.job(), ScheduleWorld::jobWithCalendar(Dictionary{{"Minute", 0}, {"Hour", 12}}));
   }
+}
+
+TEST_F(SwitchingSchedule, OnTakesAFileBeyondAMebibyteForAnEmptyOne) {
+  world.putJob(ScheduleWorld::jobWithCalendar(Dictionary{{"Minute", 30}, {"Hour", 9}}));
+  std::string content = world.files.content(kPath);
+  content.resize(1 << 20, '\n');
+  world.files.add(kPath, content);
+  controller.setEnabled(true);
+  EXPECT_EQ(seconds(), 34200);
+  world.files.add(kPath, content + "\n");
+  controller.setEnabled(true);
+  EXPECT_EQ(seconds(), 12 * 3600);
 }
 
 TEST_F(SwitchingSchedule, OnReadsAJobInEveryForm) {
@@ -324,6 +336,7 @@ TEST_F(StartOfSchedule, ShowsTheTimeAsItIsStored) {
   EXPECT_EQ(world.timeFormatter.stringFromDate({34200}), "11:30");
   launch();
   EXPECT_EQ(world.timeFormatter.stringFromDate({34200}), "9:30");
+  EXPECT_EQ(world.timeFormatter.stringFromDate({34199}), "9:29");
   EXPECT_EQ(world.defaultFormatter.stringFromDate({34200}), "11:30") << "the other one is left alone";
 }
 
