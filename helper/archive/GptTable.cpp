@@ -148,7 +148,7 @@ ArchiveResult<GptTable> readGptTable(const DiskBytes& read, std::uint64_t diskSi
   return Parser(read, diskSize, sectorSize).parse();
 }
 
-std::string guidText(const GuidBytes& guid) {
+std::string textOfGuid(const GuidBytes& guid) {
   // The first three groups are little-endian.
   constexpr std::array<std::size_t, 16> order{3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
   std::string text;

@@ -47,6 +47,6 @@ using DiskBytes = std::function<ArchiveResult<Done>(std::uint64_t offset, std::s
 ArchiveResult<GptTable> readGptTable(const DiskBytes& read, std::uint64_t diskSize, std::uint32_t sectorSize);
 
 // "c12a7328-f81f-11d2-ba4b-00a0c93ec93b"
-std::string guidText(const GuidBytes& guid);
+std::string textOfGuid(const GuidBytes& guid);
 
 }  // namespace zpk

@@ -38,9 +38,9 @@ TableEdit tableEditFor(const RestorePlan& plan, PointDisk& source, std::uint32_t
   edit.isNew = plan.use == TargetUse::WholeDisk;
   edit.sectorSize = sectorSize;
   const std::optional<GptTable> stored = storedTable(source);
-  if (stored && takesIdentity) edit.diskId = guidText(stored->diskId);
+  if (stored && takesIdentity) edit.diskId = textOfGuid(stored->diskId);
   for (const PlannedEntry& planned : plan.entries) {
-    TableEditEntry entry{planned.place.start, planned.place.size(), guidText(planned.type), "", 0, ""};
+    TableEditEntry entry{planned.place.start, planned.place.size(), textOfGuid(planned.type), "", 0, ""};
     if (!planned.stored) entry.name = "EFI System Partition";
     const auto number = planned.stored ? source.description().partitions[*planned.stored].number : 0;
     const auto isIt = [&](const GptEntry& other) { return other.number == number && other.type == planned.type; };
@@ -49,7 +49,7 @@ TableEdit tableEditFor(const RestorePlan& plan, PointDisk& source, std::uint32_t
       if (found != stored->entries.end()) {
         entry.attributes = found->attributes;
         entry.name = found->name;
-        if (takesIdentity) entry.id = guidText(found->id);
+        if (takesIdentity) entry.id = textOfGuid(found->id);
       }
     }
     edit.entries.push_back(std::move(entry));

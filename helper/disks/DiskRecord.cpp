@@ -142,7 +142,7 @@ RLDDisk diskRecordOf(const FoundDisk& disk, const DiskContent& content, std::uin
   fields.diskSize = content.table.diskSize;
   fields.diskMinSize = content.table.diskSize - largestFreeStretch(content.table);
   fields.name = disk.name;
-  if (content.table.diskGuid) fields.gptID = TMBGUID(*content.table.diskGuid);
+  fields.gptID = content.table.diskGuid ? TMBGUID(*content.table.diskGuid) : TMBGUID();
   fields.partitions = partitionsOf(disk, content, diskNumber);
   fields.iconPath = iconPath;
   fields.partitioningSchemes = content.table.schemes;

@@ -19,6 +19,7 @@ FileSystemType fileSystemTypeOf(const VolumeReport& volume);
 // - `partUsedSize`, `partMinSize`: of NTFS what its bitmap says; of anything else the whole partition.
 // - `partMaxSize`: the partition and the free space behind it.
 // - `isResizable`: an NTFS volume with nothing left to check.
+// - `gptID`: that of the GPT; all zeros without one, so that a blank disk can be named as the target of a restore.
 // - `diskMinSize`: all but the largest free stretch, so that `diskSize` less this is what a new partition can have.
 // - `name` of a partition: the volume's label, else the name in the GPT, else what libblkid calls a volume that the
 //   records have no file system for.

@@ -79,7 +79,8 @@ std::vector<std::shared_ptr<const ZPKDisk>> DiskScanner::scan(const CancelFlag& 
             [](const auto& a, const auto& b) { return a->diskNumber() < b->diskNumber(); });
   std::map<std::string, std::string> owners;
   std::erase_if(disks, [&](const auto& disk) {
-    if (!disk->gptID()) return false;
+    // Disks without a table have no identifier of their own; their numbers tell them apart.
+    if (!disk->gptID() || *disk->gptID() == TMBGUID()) return false;
     const auto [owner, isNew] = owners.try_emplace(disk->gptID()->stringValue(), disk->filePath().value_or(""));
     if (!isNew) say(disk->filePath().value_or("") + ": it has the identifier of " + owner->second);
     return !isNew;

@@ -61,13 +61,13 @@ bool beginsWithTable(const std::string& path, const FileIdentity& file) {
 }
 
 struct AttachedLoop {
-  LoopDevice loop;
+  LoopMapping loop;
   FileIdentity file;
 };
 
 std::vector<AttachedLoop> attachedLoops(const LinuxPaths& paths) {
   std::vector<AttachedLoop> attached;
-  for (LoopDevice& loop : loopDevices(paths)) {
+  for (LoopMapping& loop : loopDevices(paths)) {
     struct stat status = {};
     if (::stat(loop.backingFile.c_str(), &status) != 0) continue;
     attached.push_back({std::move(loop), {status.st_dev, status.st_ino}});

@@ -57,8 +57,8 @@ std::optional<std::string> mountPointOf(const std::vector<MountedVolume>& mounts
   return std::nullopt;
 }
 
-std::vector<LoopDevice> loopDevices(const LinuxPaths& paths) {
-  std::vector<LoopDevice> loops;
+std::vector<LoopMapping> loopDevices(const LinuxPaths& paths) {
+  std::vector<LoopMapping> loops;
   for (const std::string& name : namesIn(paths.sys + "/block")) {
     const std::string folder = paths.sys + "/block/" + name;
     const std::string backing = systemText(folder + "/loop/backing_file");

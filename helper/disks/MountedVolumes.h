@@ -23,13 +23,13 @@ std::vector<MountedVolume> mountedVolumes(const LinuxPaths& paths);
 std::optional<std::string> mountPointOf(const std::vector<MountedVolume>& mounts, DeviceNumber device);
 
 // A loop device and what it shows: `offset` bytes into the file behind it.
-struct LoopDevice {
+struct LoopMapping {
   DeviceNumber device;
   std::string backingFile;
   std::uint64_t offset = 0;
 };
 
 // Every attached loop device, and each partition that the kernel found on one, as a stretch of the file behind it.
-std::vector<LoopDevice> loopDevices(const LinuxPaths& paths);
+std::vector<LoopMapping> loopDevices(const LinuxPaths& paths);
 
 }  // namespace zpk

@@ -145,4 +145,20 @@ StoredDisk storedDisk(const ZPKDisk& disk) {
   return stored;
 }
 
+TargetLayout targetLayout(const ZPKDisk& disk) {
+  TargetLayout layout{disk.diskSize(), disk.sectorSize(), std::nullopt, {}};
+  if (const GuidBytes id = bytesOf(disk.gptID()); id != GuidBytes{}) layout.id = id;
+  for (const auto& partition : disk.partitions()) {
+    if (partition->partType() == 0) continue;
+    layout.partitions.push_back({partition->partNumber(), partition->partStart(), partition->partSize(),
+                                 bytesOf(partition->gptTypeGUID())});
+  }
+  return layout;
+}
+
+TargetUse targetUse(const ZPKDisk& disk) {
+  if (disk.isBootCamp()) return TargetUse::WindowsPartition;
+  return disk.isEmpty() ? TargetUse::WholeDisk : TargetUse::FreeSpace;
+}
+
 }  // namespace zpk

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "helper/archive/Archive.h"
+#include "helper/archive/RestorePlan.h"
 #include "records/RLDArchive.h"
 #include "records/ZPKDisk.h"
 
@@ -16,5 +17,9 @@ ArchiveResult<std::shared_ptr<const RLDArchive>> archiveRecord(const Archive& ar
 
 // A disk as a backup point describes it. Its Windows side is to be stored: the partitions of Microsoft's types.
 StoredDisk storedDisk(const ZPKDisk& disk);
+
+// A disk as the target of a restore, and what of it a restore takes.
+TargetLayout targetLayout(const ZPKDisk& disk);
+TargetUse targetUse(const ZPKDisk& disk);
 
 }  // namespace zpk

@@ -1,7 +1,5 @@
 #include "helper/service/EngineArchives.h"
 
-#include <algorithm>
-#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
@@ -12,6 +10,8 @@
 #include "helper/service/ArchiveRecords.h"
 #include "helper/service/ArchiveWords.h"
 #include "helper/service/PointMerges.h"
+#include "helper/service/PointRestores.h"
+#include "helper/service/ProgressNarrator.h"
 
 namespace zpk {
 namespace {
@@ -42,38 +42,6 @@ ArchiveResult<Archive> holding(const PointReference& point, ArchiveResult<Archiv
   }
   return archive;
 }
-
-// Tells the board how far a backup is, with a line for every tenth.
-class Narrator {
- public:
-  explicit Narrator(OperationBoard& board) : _board(board) {}
-
-  void progress(std::uint64_t done, std::uint64_t total) {
-    _board.setProgress(done, total);
-    if (_total == 0 && total != 0) {
-      _total = total;
-      _began = std::chrono::steady_clock::now();
-      _board.line("Reading " + byteSizeString(total) + " that are in use");
-    }
-    const std::uint64_t tenth =
-        total == 0 ? 0 : static_cast<std::uint64_t>(10.0 * static_cast<double>(done) / static_cast<double>(total));
-    if (tenth > _tenth && tenth < 10) _board.line(std::to_string(tenth * 10) + " % read, " + byteSizeString(done));
-    _tenth = std::max(_tenth, tenth);
-  }
-
-  std::string account() const {
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - _began;
-    const double rate = static_cast<double>(_total) / std::max(took.count(), 0.001);
-    return byteSizeString(_total) + " in " + durationText(took.count()) + ", " +
-           byteSizeString(static_cast<std::uint64_t>(rate)) + " a second";
-  }
-
- private:
-  OperationBoard& _board;
-  std::uint64_t _total = 0;
-  std::uint64_t _tenth = 0;
-  std::chrono::steady_clock::time_point _began = std::chrono::steady_clock::now();
-};
 
 ArchiveSource sourceOf(const ZPKDisk& disk) {
   return {disk.gptID() ? disk.gptID()->stringValue() : std::string(), disk.name().value_or("")};
@@ -124,7 +92,7 @@ class Run {
 
   ArchiveResult<MadePoint> makePoint(Archive& archive) {
     _board.line("Examining the Windows side");
-    Narrator narrator(_board);
+    ProgressNarrator narrator(_board, "read", "Reading ", " that are in use");
     const auto progress = [&](std::uint64_t done, std::uint64_t total) { narrator.progress(done, total); };
     const BackupDisk disk{_order.disk->filePath().value_or(""), storedDisk(*_order.disk), !_order.checkFileSystem};
     const auto becomesFull = [&](const std::string& why) { _board.line("Making a full backup point: " + why); };
@@ -168,7 +136,8 @@ class Run {
 
 }  // namespace
 
-EngineArchives::EngineArchives(std::string exportFolder) : _exportFolder(std::move(exportFolder)) {
+EngineArchives::EngineArchives(std::string exportFolder, std::string tableProgram)
+    : _exportFolder(std::move(exportFolder)), _tableProgram(std::move(tableProgram)) {
   clearExportFolder(_exportFolder);
 }
 
@@ -188,6 +157,13 @@ ArchiveView EngineArchives::look(const std::string& archivePath) {
 
 OperationOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
   return Run(order, _exportFolder, board, cancel).run();
+}
+
+OperationOutcome EngineArchives::restore(const RestoreOrder& order, OperationBoard& board,
+                                         const CancelFlag& cancel) {
+  const ArchiveResult<Archive> archive = holding(order.point, Archive::openForReading(order.point.archivePath));
+  if (!archive) return OperationFailed{sentenceOf(archive.error())};
+  return runRestore(*archive, order, {_exportFolder, _tableProgram}, board, cancel);
 }
 
 OperationOutcome EngineArchives::merge(const PointReference& point, OperationBoard& board,

@@ -10,7 +10,8 @@ namespace zpk {
 class EngineArchives final : public ArchiveKeeper {
  public:
   // `exportFolder` is this helper's alone; what an earlier one left in it is taken away (ExportFolder.h).
-  explicit EngineArchives(std::string exportFolder);
+  // `tableProgram` is the absolute path of zpktable.
+  EngineArchives(std::string exportFolder, std::string tableProgram);
 
   ArchiveView look(const std::string& archivePath) override;
 
@@ -19,12 +20,15 @@ class EngineArchives final : public ArchiveKeeper {
   // made for this backup and got no point is taken away again.
   OperationOutcome backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) override;
 
+  OperationOutcome restore(const RestoreOrder& order, OperationBoard& board, const CancelFlag& cancel) override;
+
   OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) override;
 
   Expected<Done, std::string> pin(const PinOrder& order) override;
 
  private:
   const std::string _exportFolder;
+  const std::string _tableProgram;
 };
 
 }  // namespace zpk

@@ -68,7 +68,7 @@ class Helper {
         _log(state.fileAt("zpkhelper.log")),
         _settings(_files, state.fileAt("settings.json")),
         _disks(scannerOptions(options), _log),
-        _archives(state.fileAt("partitions")),
+        _archives(state.fileAt("partitions"), siblingProgram("zpktable")),
         _folders(options.disks),
         _mounts(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
         _bus(std::move(bus)),

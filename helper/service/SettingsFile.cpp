@@ -60,6 +60,7 @@ std::string settingsText(const HelperSettings& settings) {
               {"stateTimeLimit", static_cast<std::uint64_t>(settings.stateTimeLimit)}};
   if (settings.source) object["source"] = *settings.source;
   if (settings.archivePath) object["archivePath"] = *settings.archivePath;
+  if (settings.restoringOnto) object["restoringOnto"] = *settings.restoringOnto;
   if (settings.lastBackupError) object["lastBackupError"] = *settings.lastBackupError;
   // An error's text may quote a path of any bytes.
   return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
@@ -78,6 +79,7 @@ Expected<HelperSettings, SettingsTextError> settingsFromText(std::string_view te
   reader.flag("checkFileSystem", settings.checkFileSystem);
   reader.text("lastBackupError", settings.lastBackupError);
   reader.flag("backupRunning", settings.backupRunning);
+  reader.text("restoringOnto", settings.restoringOnto);
   reader.number("stateTimeLimit", std::int64_t{0}, kHighestStateTime, settings.stateTimeLimit);
   if (!reader.complaint().empty()) return SettingsTextError{reader.complaint()};
   return settings;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "base/Expected.h"
 #include "helper/process/CancelFlag.h"
@@ -64,6 +65,14 @@ struct PinOrder {
   std::optional<std::string> label;  // None: the point keeps the one that it has.
 };
 
+struct RestoreOrder {
+  PointReference point;
+  std::shared_ptr<const ZPKDisk> disk;  // As it is now; a restore target.
+  std::uint64_t size = 0;               // For the Windows side, where the disk leaves a choice.
+  // Text forms of the identifiers of all other disks that are attached: nothing else may bear one of them.
+  std::vector<std::string> otherDisks;
+};
+
 // Everything that is done to archives. All calls take their time and are made on the worker, one at a time.
 class ArchiveKeeper {
  public:
@@ -74,6 +83,10 @@ class ArchiveKeeper {
   // Makes a backup point; makes the archive where there is none yet. Tells its progress to `board`. Ends within a
   // second of a request to stop.
   virtual OperationOutcome backup(const BackupOrder& request, OperationBoard& board, const CancelFlag& cancel) = 0;
+
+  // Writes a point onto a disk; the archive is only read. Tells its progress to `board`; ends within a second of a
+  // request to stop. A disk that has been written in part is always a failure, whose reason says so.
+  virtual OperationOutcome restore(const RestoreOrder& order, OperationBoard& board, const CancelFlag& cancel) = 0;
 
   // Merges a point into the one before it. Tells its progress to `board`; ends within a second of a request to
   // stop.

@@ -22,6 +22,10 @@ std::uint64_t wholeSeconds(Seconds time) {
 
 void describeKind(Dictionary& status, const OperationKind& kind) {
   if (std::holds_alternative<BackupKind>(kind)) statuskey::progressType.set(status, ProgressType::backup);
+  if (const auto* restore = std::get_if<RestoreKind>(&kind)) {
+    statuskey::progressType.set(status, ProgressType::restore);
+    statuskey::restoreTarget.set(status, restore->target);
+  }
   if (const auto* merge = std::get_if<MergeKind>(&kind)) {
     statuskey::progressType.set(status, ProgressType::merge);
     statuskey::mergeIndex.set(status, merge->point);

@@ -24,10 +24,13 @@ struct Busy {};
 
 // What an operation that runs does.
 struct BackupKind {};
+struct RestoreKind {
+  std::shared_ptr<const ZPKDisk> target;  // As it was chosen; never null.
+};
 struct MergeKind {
   std::uint64_t point = 0;  // Its place in the archive as the facts have it; its parent is the one before.
 };
-using OperationKind = std::variant<BackupKind, MergeKind>;
+using OperationKind = std::variant<BackupKind, RestoreKind, MergeKind>;
 
 struct RunningOperation {
   OperationKind kind;

@@ -52,6 +52,10 @@ HelperModel::HelperModel(const HelperParts& parts, HelperSettings settings, Anno
         "It did not finish: the backup service ended while it ran. "
         "The archive is as it was before. Start the backup again.";
   }
+  if (_facts.settings.restoringOnto) {
+    fail(interruptedRestoreText(*_facts.settings.restoringOnto));
+    _facts.settings.restoringOnto.reset();
+  }
   _facts.stateTime = std::max(_facts.settings.stateTimeLimit, stateTimeOf(_parts.clock.date()));
   _facts.settings.stateTimeLimit = _facts.stateTime + kStateTimesAtOnce;
   save();
@@ -126,25 +130,6 @@ std::optional<ResultCode> HelperModel::missingForArchive(std::uint64_t arcItem) 
   const auto* present = std::get_if<PresentArchive>(&_facts.archive);
   if (!present || arcItem >= present->archive->items().size()) return ResultCode::badIndex;
   return std::nullopt;
-}
-
-ResultCode HelperModel::notAvailable(const char* what) {
-  fail(std::string(what) + " is not available yet.");
-  changed(Weight::milestone);
-  return ResultCode::success;
-}
-
-ResultCode HelperModel::restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
-                                std::uint64_t) {
-  if (!takesCommands()) return ResultCode::serviceIsBusy;
-  if (const auto code = missingForArchive(arcItem)) return *code;
-  // Copies of one disk share their identifier; the number tells which one is meant.
-  const auto named = [&](const auto& disk) { return disk->gptID() && disk->gptID()->stringValue() == toDisk; };
-  if (std::none_of(_facts.disks.begin(), _facts.disks.end(), named)) return ResultCode::diskNotFound;
-  const bool fits = std::any_of(_facts.disks.begin(), _facts.disks.end(), [&](const auto& disk) {
-    return named(disk) && disk->diskNumber() == withNumber && disk->isRestoreTarget();
-  });
-  return fits ? notAvailable("Restoring a backup point") : ResultCode::badTargetDisk;
 }
 
 void HelperModel::errorWasShown() {

@@ -26,6 +26,13 @@ struct HelperParts {
   Log& log;
 };
 
+// The disk that somebody chose to restore onto, and the size for the restored Windows side.
+struct RestoreChoice {
+  std::string identifier;
+  std::uint64_t number = 0;
+  std::uint64_t size = 0;
+};
+
 // The helper itself: what it knows, what it does, and what it answers. No bus, no file, no thread of its own.
 //
 // Everything happens on the loop's thread; disks and archives are read and written on the worker, one job at a
@@ -33,7 +40,7 @@ struct HelperParts {
 //
 //   busy        from the start until disks and archive were read once; while reading them again, or any command,
 //               takes more than half a second
-//   in progress while a backup or a merge runs; one that was told to stop runs until it has stopped
+//   in progress while a backup, a restore or a merge runs; one that was told to stop runs until it has stopped
 //   idle        else
 //
 // Commands other than `breakProgress` are answered "busy" unless the helper is idle and no other command waits for
@@ -62,6 +69,8 @@ class HelperModel {
   ResultCode setBackupSource(const std::string& source);
   void setTargetPath(const std::string& path, Answer answer);
   void backup(Answer answer);
+  // A point of the archive onto the disk with that identifier and number. What keeps the disk from being written
+  // (a mounted volume, the archive itself on it) is told as an error in plain words.
   ResultCode restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
                      std::uint64_t withTargetSize);
   ResultCode breakProgress();
@@ -92,7 +101,6 @@ class HelperModel {
 
   bool takesCommands() const;
   std::optional<ResultCode> missingForArchive(std::uint64_t arcItem) const;
-  ResultCode notAvailable(const char* what);
   PointReference pointAt(std::uint64_t arcItem) const;  // One that is there.
   void changed(Weight weight = Weight::ordinary);
   bool refreshActivity();  // Whether it is another than before.
@@ -108,6 +116,10 @@ class HelperModel {
   std::optional<std::string> whyArchiveMayNotLieThere(const ZPKDisk& source) const;
   void startBackup(std::shared_ptr<const ZPKDisk> disk);
   void backupEnded(const OperationOutcome& outcome);
+  void startRestore(const PointReference& point, const std::shared_ptr<const ZPKDisk>& disk,
+                    const RestoreChoice& choice);
+  static OperationOutcome restoreNow(const HelperParts& parts, const PointReference& point, const ZPKDisk& chosen,
+                                     const RestoreChoice& choice, Shared& shared);
 
   std::shared_ptr<Shared> beginOperation(const OperationKind& kind);
   void tick();

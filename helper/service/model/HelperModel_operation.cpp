@@ -10,7 +10,8 @@ namespace {
 constexpr Seconds kTick{0.25};
 
 std::string nameOf(const OperationKind& kind) {
-  return std::holds_alternative<BackupKind>(kind) ? "Backup" : "Merge";
+  if (std::holds_alternative<BackupKind>(kind)) return "Backup";
+  return std::holds_alternative<RestoreKind>(kind) ? "Restore" : "Merge";
 }
 
 }  // namespace

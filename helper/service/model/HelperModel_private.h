@@ -7,6 +7,9 @@
 
 namespace zpk {
 
+// What the error is when a restore was cut off by the end of the helper.
+std::string interruptedRestoreText(const std::string& diskName);
+
 // What the model and the worker share of a running operation.
 struct HelperModel::Shared {
   OperationBoard board;

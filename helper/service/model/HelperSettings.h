@@ -21,7 +21,9 @@ struct HelperSettings {
   bool checkFileSystem = true;
   std::optional<std::string> lastBackupError;  // Nothing once a backup succeeded.
   bool backupRunning = false;                  // Set while one runs: found at a start, it was cut off.
-  std::int64_t stateTimeLimit = 0;             // No state time at or above it was ever given out.
+  std::optional<std::string>
+      restoringOnto;                // Name of a disk while a restore onto it runs; found at a start likewise.
+  std::int64_t stateTimeLimit = 0;  // No state time at or above it was ever given out.
 
   friend bool operator==(const HelperSettings&, const HelperSettings&) = default;
 };

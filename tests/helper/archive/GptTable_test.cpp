@@ -44,7 +44,7 @@ class TableOfADisk : public testing::Test {
 TEST_F(TableOfADisk, IsReadWithAllThatItsEntriesSay) {
   const auto table = read();
   ASSERT_TRUE(table.hasValue()) << table.error().text();
-  EXPECT_EQ(guidText(table->diskId), "01234567-89ab-cdef-0123-456789abcdef");
+  EXPECT_EQ(textOfGuid(table->diskId), "01234567-89ab-cdef-0123-456789abcdef");
   ASSERT_EQ(table->entries.size(), 2U);
   EXPECT_EQ(table->entries[0].number, 1U);
   EXPECT_EQ(table->entries[0].type, gpttype::efiSystem);
@@ -52,7 +52,7 @@ TEST_F(TableOfADisk, IsReadWithAllThatItsEntriesSay) {
   EXPECT_EQ(table->entries[0].size, 8 * mib);
   EXPECT_EQ(table->entries[1].number, 3U);
   EXPECT_EQ(table->entries[1].type, gpttype::microsoftBasicData);
-  EXPECT_EQ(guidText(table->entries[1].id), "aaaaaaaa-bbbb-cccc-dddd-eeeeeeeeeeee");
+  EXPECT_EQ(textOfGuid(table->entries[1].id), "aaaaaaaa-bbbb-cccc-dddd-eeeeeeeeeeee");
   EXPECT_EQ(table->entries[1].start, 16 * mib);
   EXPECT_EQ(table->entries[1].attributes, std::uint64_t{1} << 62U);
   EXPECT_EQ(table->entries[1].name, "Wïndows 💾");

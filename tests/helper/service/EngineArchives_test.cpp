@@ -38,7 +38,7 @@ class EnginePoints : public testing::Test {
   PointReference reference(std::size_t place) { return {path(), place, *item(place)->indexFilePath()}; }
 
   ScratchFolder folder;
-  EngineArchives archives{folder / "export"};
+  EngineArchives archives{folder / "export", ""};
 };
 
 TEST_F(EnginePoints, APinAndItsLabelAreKeptInThePoint) {

@@ -204,25 +204,11 @@ TEST(HelperModel, BackupSaysWhatIsMissing) {
   EXPECT_TRUE(world.requests.empty());
 }
 
-TEST(HelperModel, RestoreChecksPointDiskAndNumber) {
-  HelperWorld world;
-  EXPECT_EQ((world.start(), world.settle(), world.model->restore(0, kMacDisk, 3, 1)),
-            ResultCode::archivePathNotSet);
-  world.archives[HelperWorld::kArchive] = test::archiveWith(1);
-  world.startConfigured();
-  EXPECT_EQ(world.model->restore(1, kMacDisk, 3, 1), ResultCode::badIndex);
-  EXPECT_EQ(world.model->restore(~std::uint64_t{0}, kMacDisk, 3, 1), ResultCode::badIndex);
-  EXPECT_EQ(world.model->restore(0, "unknown", 3, 1), ResultCode::diskNotFound);
-  EXPECT_EQ(world.model->restore(0, kMacDisk, 4, 1), ResultCode::badTargetDisk);
-  EXPECT_EQ(world.model->restore(0, kMacDisk, 3, 1), ResultCode::success);
-  EXPECT_THAT(*statuskey::opError.read(world.status()), HasSubstr("not available yet"));
-}
-
 TEST(HelperModel, AnErrorStaysUntilItWasShown) {
   HelperWorld world;
-  world.archives[HelperWorld::kArchive] = test::archiveWith(1);
+  world.archives[HelperWorld::kArchive] = test::archiveWith(2, kWindowsDisk, true);
   world.startConfigured();
-  world.model->restore(0, kMacDisk, 3, 1);
+  world.model->mergeArchiveWithParent(1);
   EXPECT_EQ(world.announced.back().weight, Weight::milestone);
   EXPECT_TRUE(statuskey::opError.isPresentIn(world.announced.back().status));
   world.model->errorWasShown();

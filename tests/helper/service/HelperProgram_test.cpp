@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <optional>
 
 #include "helper/archive/SampleDisk.h"
@@ -220,6 +221,72 @@ TEST_F(HelperProgram, AVolumeThatWasNotClosedIsBackedUpWithoutTheCheck) {
   ASSERT_EQ(frontEnd.call(DaemonMember::backup), code(ResultCode::success));
   ASSERT_TRUE(frontEnd.waitFor([&] { return isIdle(frontEnd.status()); }));
   EXPECT_EQ(statuskey::arcState.read(frontEnd.status()), ArcState::ready) << log();
+}
+
+// A blank disk has no identifier of its own: all zeros stand for it.
+TEST_F(HelperProgram, RestoresOntoABlankDiskWhichIsAWindowsDiskThen) {
+  addSampleDisk();
+  start();
+  configure();
+  ASSERT_EQ(frontEnd.call(DaemonMember::backup), code(ResultCode::success));
+  ASSERT_TRUE(frontEnd.waitFor([&] { return isIdle(frontEnd.status()); }));
+  const std::string lost = onlyDisk();
+  std::filesystem::remove(folder.path("disks/sample.img"));
+  std::ofstream(folder.path("disks/new.img"));
+  std::filesystem::resize_file(folder.path("disks/new.img"), std::uint64_t{80} << 20U);
+  frontEnd.checkIn(0);
+  ASSERT_TRUE(frontEnd.waitForState([](const auto& status) {
+    const auto disks = statuskey::disks.read(status);
+    return disks.size() == 1 && disks[0]->name() == "new";
+  })) << log();
+  const auto blank = statuskey::disks.read(frontEnd.states.back()).at(0);
+  ASSERT_TRUE(blank->isEmpty());
+  const std::string zeros = blank->gptID()->stringValue();
+  EXPECT_EQ(zeros, "00000000-0000-0000-0000-000000000000");
+  ASSERT_EQ(frontEnd.call(DaemonMember::restore, std::uint64_t{0}, zeros.c_str(),
+                          std::uint64_t{blank->diskNumber()}, std::uint64_t{0}),
+            code(ResultCode::success));
+  ASSERT_TRUE(frontEnd.waitForState([](const auto& status) {
+    return isInProgress(status) && statuskey::progressType.read(status) == ProgressType::restore;
+  })) << log();
+  EXPECT_EQ(statuskey::restoreTarget.read(frontEnd.states.back())->name(), "new");
+  ASSERT_TRUE(frontEnd.waitForState([](const auto& status) {
+    const auto disks = statuskey::disks.read(status);
+    return isIdle(status) && disks.size() == 1 && disks[0]->isBootCamp();
+  })) << log();
+  EXPECT_FALSE(statuskey::opError.isPresentIn(frontEnd.states.back())) << log();
+  EXPECT_EQ(onlyDisk(), lost) << "it takes the place of the lost disk";
+  const auto windows = statuskey::disks.read(frontEnd.states.back())[0]->objectForKeyedSubscript("winPartition");
+  EXPECT_EQ(windows->fileSystemType(), 2);
+  EXPECT_EQ(windows->name(), "BOOTCAMP");
+  EXPECT_THAT(log(), HasSubstr("The restore is complete"));
+}
+
+TEST_F(HelperProgram, ARestoreThatWasCutOffIsToldAtTheNextStart) {
+  useLargeDisk();
+  start();
+  configure();
+  ASSERT_EQ(frontEnd.call(DaemonMember::backup), code(ResultCode::success));
+  ASSERT_TRUE(frontEnd.waitFor([&] { return isIdle(frontEnd.status()); }));
+  helper.kill();
+  std::filesystem::create_directories(folder.path("targets"));
+  std::ofstream(folder.path("targets/new.img"));
+  std::filesystem::resize_file(folder.path("targets/new.img"), std::uint64_t{600} << 20U);
+  diskFolder = folder.path("targets");
+  start();
+  const auto blank = statuskey::disks.read(frontEnd.status()).at(0);
+  ASSERT_EQ(frontEnd.call(DaemonMember::restore, std::uint64_t{0}, blank->gptID()->stringValue().c_str(),
+                          std::uint64_t{blank->diskNumber()}, std::uint64_t{0}),
+            code(ResultCode::success));
+  ASSERT_TRUE(frontEnd.waitFor([&] {
+    return statuskey::progressPercents.read(frontEnd.status()).doubleValue() > 0;
+  })) << log();
+  helper.kill();
+  start();
+  EXPECT_THAT(*statuskey::opError.read(frontEnd.status()), HasSubstr("The restore onto \"new\" did not finish"));
+  const auto after = statuskey::disks.read(frontEnd.status());
+  ASSERT_EQ(after.size(), 1U) << "it can be repeated";
+  EXPECT_TRUE(after[0]->isEmpty());
 }
 
 TEST_F(HelperProgram, AStoppedBackupLeavesNoArchiveWhereNoneWas) {

@@ -148,6 +148,10 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
     merges.push_back(point);
     return mergeBody ? mergeBody(board, cancel) : OperationDone{};
   }
+  OperationOutcome restore(const RestoreOrder& order, OperationBoard& board, const CancelFlag& cancel) override {
+    restores.push_back(order);
+    return restoreBody ? restoreBody(board, cancel) : OperationDone{};
+  }
   Expected<Done, std::string> pin(const PinOrder& order) override {
     pins.push_back(order);
     if (onPin) onPin(order);
@@ -210,6 +214,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   BackupBody body = [](const BackupOrder&, OperationBoard&, const CancelFlag&) { return OperationDone{}; };
   std::function<void(const PinOrder&)> onPin;
   std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> mergeBody;
+  std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> restoreBody;
   Expected<Done, std::string> pinResult{Done{}};
   bool saveFails = false;
 
@@ -218,6 +223,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   std::vector<BackupOrder> requests;
   std::vector<PinOrder> pins;
   std::vector<PointReference> merges;
+  std::vector<RestoreOrder> restores;
   std::vector<HelperSettings> saved;
   std::vector<std::string> lines;
   std::vector<Announced> announced;

@@ -34,6 +34,7 @@ HelperSettings someSettings() {
   settings.checkFileSystem = false;
   settings.lastBackupError = "line one\nline two";
   settings.backupRunning = true;
+  settings.restoringOnto = "Disk 1";
   settings.stateTimeLimit = (std::int64_t{1} << 55) + 1;
   return settings;
 }
