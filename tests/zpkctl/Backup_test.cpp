@@ -121,7 +121,7 @@ TEST_F(BackupCommand, SaysThatTheHelperEnded) {
   backupBegins();
   loop.performAfterDelay(Seconds(3), [this] { transport.helperDies(); });
   EXPECT_EQ(run(), kNotDone);
-  EXPECT_THAT(console.complained, ElementsAre("The backup service ended before the backup was over."));
+  EXPECT_THAT(console.complained, ElementsAre("The backup helper ended before the backup was over."));
   EXPECT_LT(loop.now(), Seconds(5));
 }
 
@@ -139,7 +139,7 @@ TEST_F(BackupCommand, AHelperThatCameBackIsAnotherOne) {
 TEST_F(BackupCommand, AHelperThatDiesOfTheCommandIsToldOf) {
   helper().whenCalled("backup", [this] { transport.helperDies(); });
   EXPECT_EQ(run(), kNotDone);
-  EXPECT_THAT(console.complained, ElementsAre("The backup service does not answer. No backup was begun."));
+  EXPECT_THAT(console.complained, ElementsAre("The backup helper does not answer. No backup was begun."));
 }
 
 TEST_F(BackupCommand, DoesNotWaitForEverForAHelperThatStandsStill) {
@@ -194,7 +194,7 @@ TEST(HelperSession, SaysThatThereIsNoHelper) {
                            if (!daemon) daemon.emplace(link.environment());
                            return *daemon;
                          }});
-  EXPECT_EQ(session.connect(Seconds(3)), "The backup service is not running.");
+  EXPECT_EQ(session.connect(Seconds(3)), "The backup helper is not running.");
   EXPECT_GE(link.loop.now(), Seconds(3));
 }
 

@@ -50,7 +50,7 @@ TEST_F(ReportCommand, StatusTellsWhatIsBackedUpWhere) {
 TEST_F(ReportCommand, StatusSaysThatAHelperDoesNotAnswer) {
   transport.helperDies();
   EXPECT_EQ(runStatus(session, console, Form::words), kNotDone);
-  EXPECT_THAT(console.complained, ElementsAre("The backup service does not answer."));
+  EXPECT_THAT(console.complained, ElementsAre("The backup helper does not answer."));
 }
 
 TEST_F(ReportCommand, ListWaitsForAHelperThatReadsItsDisks) {

@@ -118,8 +118,8 @@ def killed(world):
     backup = world.begin_backup()
     world.helper.send_signal(signal.SIGKILL)
     world.helper.wait()
-    world.expect_end(backup, 1, "", "The backup service ended before the backup was over.")
-    world.expect_end(world.start("status"), 1, "", "The backup service is not running.")
+    world.expect_end(backup, 1, "", "The backup helper ended before the backup was over.")
+    world.expect_end(world.start("status"), 1, "", "The backup helper is not running.")
 
 
 def made(world):
@@ -137,7 +137,7 @@ def inner(options, work):
         (work / folder).mkdir()
     subprocess.run(["sh", "-ec", DISK, "sh", work / "disks", IDENTIFIER], check=True)
     world = World(options.zpkctl, options.helper, work)
-    world.expect_end(world.start("backup"), 1, "", "The backup service is not running.")
+    world.expect_end(world.start("backup"), 1, "", "The backup helper is not running.")
     world.start_helper()
     try:
         refusals(world)

@@ -28,8 +28,8 @@ struct OptionRow {
 
 constexpr std::array kOptions{
     OptionRow{"--json", "status, list: as JSON, for programs"},
-    OptionRow{"--session", "look for the backup service on the session bus instead of the system bus"},
-    OptionRow{"--verbose", "tell on standard error how the service is reached"},
+    OptionRow{"--session", "look for the backup helper on the session bus instead of the system bus"},
+    OptionRow{"--verbose", "tell on standard error how the helper is reached"},
     OptionRow{"--help", "show this text"},
     OptionRow{"--version", "show the version"},
 };
@@ -94,7 +94,7 @@ CommandLine parseCommandLine(const std::vector<std::string_view>& arguments) {
 }
 
 std::string helpText() {
-  return "Usage: zpkctl [OPTION]… COMMAND\n\nTells the backup service of ZPK what to do, and shows what it "
+  return "Usage: zpkctl [OPTION]… COMMAND\n\nTells the backup helper of ZPK what to do, and shows what it "
          "does.\n\n"
          "Commands:\n" +
          tableOf(kVerbs) + "\nOptions:\n" + tableOf(kOptions) +

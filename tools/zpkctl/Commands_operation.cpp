@@ -62,7 +62,7 @@ std::optional<std::string> beginBackup(HelperSession& session) {
       [&](ZPKDaemon& daemon) { return session.isInterrupted() ? Value() : daemon.backup(); });
   if (result.isNull()) {
     if (session.isInterrupted()) return "Interrupted before a backup was begun.";
-    return "The backup service does not answer. No backup was begun.";
+    return "The backup helper does not answer. No backup was begun.";
   }
   const std::uint32_t code = resultCodeOf(result);
   if (code == static_cast<std::uint32_t>(ResultCode::success)) return std::nullopt;
@@ -102,7 +102,7 @@ int runBackup(HelperSession& session, Console& console) {
 int runStop(HelperSession& session, Console& console) {
   const auto before = session.newestStatus();
   if (!before) {
-    console.complain("The backup service does not answer.");
+    console.complain("The backup helper does not answer.");
     return kNotDone;
   }
   if (statuskey::state.read(*before) != HelperState::inProgress) {
@@ -110,7 +110,7 @@ int runStop(HelperSession& session, Console& console) {
     return kDone;
   }
   if (session.helper().breakProgress().isNull()) {
-    console.complain("The backup service does not answer.");
+    console.complain("The backup helper does not answer.");
     return kNotDone;
   }
   const auto wait = session.waitUntil(

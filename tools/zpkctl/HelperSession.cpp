@@ -46,7 +46,7 @@ std::optional<std::string> HelperSession::connect(Seconds patience) {
   while (!isHelperReachable() && !_interrupted && runLoop().now() < end) {
     runLoop().runInMode(kDefaultRunLoopMode, end - runLoop().now());
   }
-  if (!isHelperReachable()) return "The backup service is not running.";
+  if (!isHelperReachable()) return "The backup helper is not running.";
   _helperLeft = false;
   _lastHeard = runLoop().now();
   return std::nullopt;

@@ -48,7 +48,7 @@ std::string progressWords(const Dictionary& status) {
 
 std::string busyWords(const Dictionary& status) {
   if (statuskey::state.read(status) != HelperState::inProgress) {
-    return "The backup service is busy with something else. Try again in a while.";
+    return "The backup helper is busy with something else. Try again in a while.";
   }
   switch (statuskey::progressType.read(status)) {
     case ProgressType::backup:
@@ -69,9 +69,9 @@ std::string waitFailure(HelperSession::Wait wait, const std::string& what) {
     case HelperSession::Wait::timedOut:
       break;
     case HelperSession::Wait::helperGone:
-      return "The backup service ended before " + what + " was over.";
+      return "The backup helper ended before " + what + " was over.";
     case HelperSession::Wait::helperSilent:
-      return "The backup service does not answer any more. What became of " + what + " is not known.";
+      return "The backup helper does not answer any more. What became of " + what + " is not known.";
     case HelperSession::Wait::interrupted:
       return "Interrupted. " + what + " goes on.";
   }

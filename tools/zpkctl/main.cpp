@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 #include <optional>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -28,9 +29,24 @@ constexpr int kSignalBase = 128;
 constexpr Seconds kSystemPatience{30.0};
 constexpr Seconds kSessionPatience{3.0};
 
-class NoLog final : public Log {
+// The link's log: shown when that was asked for, else kept for its last failure, which may be why the user's
+// command failed (no right to command the helper, say).
+class LinkLog final : public Log {
  public:
-  void line(std::string_view) override {}
+  explicit LinkLog(bool isShown) : _isShown(isShown) {}
+
+  void line(std::string_view text) override {
+    if (_isShown) _shown.line(text);
+    constexpr std::string_view kFailure = "ZPKD::Exc: ";
+    if (text.starts_with(kFailure)) _lastFailure = text.substr(kFailure.size());
+  }
+  // Empty when there was none, or when it was shown already.
+  std::string failureToTell() const { return _isShown ? std::string() : _lastFailure; }
+
+ private:
+  const bool _isShown;
+  PosixLog _shown{"zpkctl"};
+  std::string _lastFailure;
 };
 
 int run(const RunCommand& command, HelperSession& session, Console& console) {
@@ -50,9 +66,7 @@ int run(const RunCommand& command, HelperSession& session, Console& console) {
 
 // In the order in which each needs the ones before it.
 int runConnected(const RunCommand& command) {
-  PosixLog log("zpkctl");
-  NoLog noLog;
-  Log& linkLog = command.verbose ? static_cast<Log&>(log) : noLog;
+  LinkLog linkLog(command.verbose);
   PollRunLoop loop;
   NotificationCenter notificationCenter;
   const BusEndpoint bus{.which = command.sessionBus ? WhichBus::session : WhichBus::system, .address = {}};
@@ -72,6 +86,8 @@ int runConnected(const RunCommand& command) {
     terminal.complain(session.isInterrupted() ? "Interrupted." : *problem);
   } else {
     status = run(command, session, terminal);
+    const std::string failure = linkLog.failureToTell();
+    if (status != kDone && !failure.empty()) terminal.complain("The link failed: " + failure);
   }
   if (!terminal.flush() && status == kDone) status = kNotDone;
   return status != kDone && signals.signal() != 0 ? kSignalBase + signals.signal() : status;
