@@ -80,12 +80,20 @@
         <translation>&amp;OK</translation>
     </message>
     <message>
+        <source>&amp;Open ZPK</source>
+        <translation>ZPK ö&amp;ffnen</translation>
+    </message>
+    <message>
         <source>&amp;Pin</source>
         <translation>&amp;Anheften</translation>
     </message>
     <message>
         <source>&amp;Pin…</source>
         <translation>&amp;Anheften…</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
     </message>
     <message>
         <source>&amp;Quit ZPK</source>
@@ -444,6 +452,10 @@ OLDER</translation>
         <translation>Nicht angeheftet</translation>
     </message>
     <message>
+        <source>OPERATION: NUMBER %</source>
+        <translation>OPERATION: NUMBER %</translation>
+    </message>
+    <message>
         <source>Ope&amp;n</source>
         <translation>&amp;Öffnen</translation>
     </message>
@@ -470,6 +482,14 @@ OLDER</translation>
     <message>
         <source>Ready to back up</source>
         <translation>Bereit zum Sichern</translation>
+    </message>
+    <message>
+        <source>Ready. Last backup: DATE</source>
+        <translation>Bereit. Letzte Sicherung: DATE</translation>
+    </message>
+    <message>
+        <source>Ready. There is no backup yet.</source>
+        <translation>Bereit. Es gibt noch keine Sicherung.</translation>
     </message>
     <message>
         <source>Remaining</source>
@@ -556,6 +576,10 @@ OLDER</translation>
         <translation>Die Sicherungspunkte sind zurzeit nicht lesbar. Schließen Sie den Datenträger an, auf dem sie liegen.</translation>
     </message>
     <message>
+        <source>The backups at this place are of another disk.</source>
+        <translation>Die Sicherungen an diesem Ort sind von einem anderen Datenträger.</translation>
+    </message>
+    <message>
         <source>The backups cannot be reached now</source>
         <translation>Die Sicherungen sind zurzeit nicht erreichbar</translation>
     </message>
@@ -566,6 +590,10 @@ OLDER</translation>
     <message>
         <source>The disk is not connected any more, or its Windows side is gone. Connect it and choose it again.</source>
         <translation>Der Datenträger ist nicht mehr angeschlossen, oder sein Windows-Teil fehlt. Schließen Sie ihn an und wählen Sie ihn erneut.</translation>
+    </message>
+    <message>
+        <source>The disk that is backed up is not connected.</source>
+        <translation>Der Datenträger, der gesichert wird, ist nicht angeschlossen.</translation>
     </message>
     <message>
         <source>The first backup point has none before it to be merged into.</source>
@@ -596,6 +624,10 @@ OLDER</translation>
         <translation>Die letzte Sicherung ist fehlgeschlagen:</translation>
     </message>
     <message>
+        <source>The last backup failed: REASON</source>
+        <translation>Die letzte Sicherung ist fehlgeschlagen: REASON</translation>
+    </message>
+    <message>
         <source>The log of a backup is shown here while it runs.</source>
         <translation>Während einer Sicherung steht hier ihr Protokoll.</translation>
     </message>
@@ -610,6 +642,10 @@ OLDER</translation>
     <message>
         <source>The operation is being stopped.</source>
         <translation>Der Vorgang wird angehalten.</translation>
+    </message>
+    <message>
+        <source>The place of the backups cannot be reached.</source>
+        <translation>Der Ort der Sicherungen ist nicht erreichbar.</translation>
     </message>
     <message>
         <source>The place where the backups are kept cannot be reached now.</source>
@@ -680,12 +716,20 @@ OLDER</translation>
         <translation>Windows auf NAME (SIZE)</translation>
     </message>
     <message>
+        <source>Working</source>
+        <translation>In Arbeit</translation>
+    </message>
+    <message>
         <source>XFS</source>
         <translation>XFS</translation>
     </message>
     <message>
         <source>ZPK</source>
         <translation>ZPK</translation>
+    </message>
+    <message>
+        <source>ZPK could not be started.</source>
+        <translation>ZPK konnte nicht gestartet werden.</translation>
     </message>
     <message>
         <source>empty</source>

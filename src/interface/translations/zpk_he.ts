@@ -80,12 +80,20 @@
         <translation>&amp;אישור</translation>
     </message>
     <message>
+        <source>&amp;Open ZPK</source>
+        <translation>&amp;פתיחת ZPK</translation>
+    </message>
+    <message>
         <source>&amp;Pin</source>
         <translation>&amp;הצמדה</translation>
     </message>
     <message>
         <source>&amp;Pin…</source>
         <translation>&amp;הצמדה…</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>י&amp;ציאה</translation>
     </message>
     <message>
         <source>&amp;Quit ZPK</source>
@@ -444,6 +452,10 @@ OLDER</translation>
         <translation>לא מוצמדת</translation>
     </message>
     <message>
+        <source>OPERATION: NUMBER %</source>
+        <translation>OPERATION: NUMBER%</translation>
+    </message>
+    <message>
         <source>Ope&amp;n</source>
         <translation>&amp;פתיחה</translation>
     </message>
@@ -470,6 +482,14 @@ OLDER</translation>
     <message>
         <source>Ready to back up</source>
         <translation>מוכן לגיבוי</translation>
+    </message>
+    <message>
+        <source>Ready. Last backup: DATE</source>
+        <translation>מוכן. גיבוי אחרון: DATE</translation>
+    </message>
+    <message>
+        <source>Ready. There is no backup yet.</source>
+        <translation>מוכן. אין עדיין גיבוי.</translation>
     </message>
     <message>
         <source>Remaining</source>
@@ -556,6 +576,10 @@ OLDER</translation>
         <translation>לא ניתן לקרוא כעת את נקודות הגיבוי. חברו את הדיסק שבו הן שמורות.</translation>
     </message>
     <message>
+        <source>The backups at this place are of another disk.</source>
+        <translation>הגיבויים במקום זה הם של דיסק אחר.</translation>
+    </message>
+    <message>
         <source>The backups cannot be reached now</source>
         <translation>לא ניתן להגיע כעת אל הגיבויים</translation>
     </message>
@@ -566,6 +590,10 @@ OLDER</translation>
     <message>
         <source>The disk is not connected any more, or its Windows side is gone. Connect it and choose it again.</source>
         <translation>הדיסק אינו מחובר עוד, או שחלק ה־Windows שלו נעלם. חברו אותו ובחרו בו שוב.</translation>
+    </message>
+    <message>
+        <source>The disk that is backed up is not connected.</source>
+        <translation>הדיסק המגובה אינו מחובר.</translation>
     </message>
     <message>
         <source>The first backup point has none before it to be merged into.</source>
@@ -596,6 +624,10 @@ OLDER</translation>
         <translation>הגיבוי האחרון נכשל:</translation>
     </message>
     <message>
+        <source>The last backup failed: REASON</source>
+        <translation>הגיבוי האחרון נכשל: REASON</translation>
+    </message>
+    <message>
         <source>The log of a backup is shown here while it runs.</source>
         <translation>יומן הגיבוי יוצג כאן בזמן הגיבוי.</translation>
     </message>
@@ -610,6 +642,10 @@ OLDER</translation>
     <message>
         <source>The operation is being stopped.</source>
         <translation>הפעולה נעצרת.</translation>
+    </message>
+    <message>
+        <source>The place of the backups cannot be reached.</source>
+        <translation>אין גישה למקום הגיבויים.</translation>
     </message>
     <message>
         <source>The place where the backups are kept cannot be reached now.</source>
@@ -680,12 +716,20 @@ OLDER</translation>
         <translation>Windows ב־NAME (SIZE)</translation>
     </message>
     <message>
+        <source>Working</source>
+        <translation>בפעולה</translation>
+    </message>
+    <message>
         <source>XFS</source>
         <translation>XFS</translation>
     </message>
     <message>
         <source>ZPK</source>
         <translation>ZPK</translation>
+    </message>
+    <message>
+        <source>ZPK could not be started.</source>
+        <translation>לא ניתן היה להפעיל את ZPK.</translation>
     </message>
     <message>
         <source>empty</source>
