@@ -1,0 +1,138 @@
+#!/usr/bin/env python3
+"""Installs into an empty folder and holds what is there to the list below, and every file that names a path of the
+installed program to what is there.
+"""
+import argparse
+import configparser
+import os
+import pathlib
+import plistlib
+import re
+import subprocess
+import sys
+import tempfile
+import xml.etree.ElementTree as ET
+
+PROGRAMS = {
+    "usr/bin/zpk",
+    "usr/bin/zpkctl",
+    "usr/libexec/zpk/launchctl",
+    "usr/libexec/zpk/zpkhelper",
+    "usr/libexec/zpk/zpkprobe",
+    "usr/libexec/zpk/zpkstatusbar",
+}
+FILES = {
+    "usr/lib/systemd/system/zpkhelper.service",
+    "usr/share/applications/com.tarnwick.zpk.desktop",
+    "usr/share/dbus-1/interfaces/com.tarnwick.zpkhelper.xml",
+    "usr/share/dbus-1/system-services/com.tarnwick.zpkhelper.service",
+    "usr/share/dbus-1/system.d/com.tarnwick.zpkhelper.conf",
+    "usr/share/icons/hicolor/scalable/apps/com.tarnwick.zpk.svg",
+    "usr/share/zpk/LaunchAgents/com.tarnwick.zpkstatusbar.plist",
+    "usr/share/zpk/icons/disk-external.png",
+    "usr/share/zpk/icons/disk-image.png",
+    "usr/share/zpk/icons/disk-internal.png",
+}
+# Their work is the package manager's; the program is ready for them not being there.
+NEVER_INSTALLED = {"/usr/libexec/zpk/zpk-updater", "/usr/libexec/zpk/zpk-uninstall"}
+PATH = re.compile(r"/usr/(?:bin|libexec|share)/zpk[\w./-]*")
+
+problems = []
+
+
+def expect(condition, what):
+    if not condition:
+        problems.append(what)
+
+
+def ini(file):
+    parser = configparser.ConfigParser(interpolation=None, strict=True, delimiters=("=",))
+    parser.optionxform = str
+    parser.read_string(file.read_text())
+    return parser
+
+
+def check_list(root):
+    found = {str(path.relative_to(root)) for path in root.rglob("*") if not path.is_dir()}
+    for path in sorted(found ^ (PROGRAMS | FILES)):
+        problems.append(f"{path} is {'not wanted' if path in found else 'missing'}")
+    for path in sorted(PROGRAMS & found):
+        expect(os.access(root / path, os.X_OK), f"{path} cannot be run")
+    for path in sorted(FILES & found):
+        expect((root / path).stat().st_mode & 0o777 == 0o644, f"{path} has an odd mode")
+
+
+def check_programs(root):
+    for path in sorted(PROGRAMS - {"usr/libexec/zpk/launchctl", "usr/libexec/zpk/zpkprobe"}):
+        said = subprocess.run([root / path, "--version"], capture_output=True, text=True, timeout=60)
+        name = path.rsplit("/", 1)[1]
+        expect(said.returncode == 0 and said.stdout.startswith(name + " "), f"{path} --version says {said.stdout!r}")
+
+
+def check_named_paths(root, source):
+    """Every path that an installed text names, and every one that the sources do."""
+    texts = [root / path for path in FILES if not path.endswith(".png")]
+    texts += [file for folder in ("src", "tools") for file in sorted((source / folder).rglob("*"))
+              if file.suffix in (".h", ".cpp")]
+    named = set()
+    for text in texts:
+        for path in (found.rstrip('./') for found in PATH.findall(text.read_text())):
+            named.add(path)
+            expect(path in NEVER_INSTALLED or (root / path[1:]).exists(), f"{text} names {path}, which is not installed")
+    expect(len(named) >= 5, f"hardly any path was found: {sorted(named)}")
+
+
+def check_helper_start(root):
+    unit = ini(root / "usr/lib/systemd/system/zpkhelper.service")
+    service = ini(root / "usr/share/dbus-1/system-services/com.tarnwick.zpkhelper.service")
+    expect(unit["Service"]["ExecStart"] == service["D-BUS Service"]["Exec"],
+           "the bus and the service manager start the helper in different ways")
+    expect(service["D-BUS Service"]["SystemdService"] == "zpkhelper.service", "the bus names another unit")
+    expect(unit["Service"]["BusName"] == service["D-BUS Service"]["Name"], "the two wait for different names")
+    program = unit["Service"]["ExecStart"].split()[0]
+    expect(program[1:] in PROGRAMS, f"the unit starts {program}")
+    policy = ET.parse(root / "usr/share/dbus-1/system.d/com.tarnwick.zpkhelper.conf")
+    owned = {allow.get("own") for allow in policy.iter("allow")} - {None}
+    expect(owned == {service["D-BUS Service"]["Name"]}, f"the policy lets own {owned}")
+    ET.parse(root / "usr/share/dbus-1/interfaces/com.tarnwick.zpkhelper.xml")
+
+
+def check_agent(root):
+    file = root / "usr/share/zpk/LaunchAgents/com.tarnwick.zpkstatusbar.plist"
+    agent = plistlib.loads(file.read_bytes())
+    expect(agent == {"Label": file.stem, "ProgramArguments": ["/usr/libexec/zpk/zpkstatusbar"], "RunAtLoad": True,
+                     "KeepAlive": {"SuccessfulExit": False}}, f"the agent is {agent}")
+
+
+def check_menu_entry(root):
+    entry = ini(root / "usr/share/applications/com.tarnwick.zpk.desktop")["Desktop Entry"]
+    expect("usr/bin/" + entry["Exec"].split()[0] in PROGRAMS, f"the menu starts {entry['Exec']}")
+    icon = f"usr/share/icons/hicolor/scalable/apps/{entry['Icon']}.svg"
+    expect((root / icon).exists(), f"the menu's icon {entry['Icon']} is missing")
+    expect(ET.parse(root / icon).getroot().get("viewBox") is not None, "the icon cannot be scaled")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--build", required=True, type=pathlib.Path)
+    parser.add_argument("--source", required=True, type=pathlib.Path)
+    options = parser.parse_args()
+    with tempfile.TemporaryDirectory() as folder:
+        root = pathlib.Path(folder)
+        # The prefix as packages have it, however this build was configured.
+        subprocess.run(["cmake", "--install", options.build, "--prefix", "/usr"], check=True, capture_output=True,
+                       env=dict(os.environ, DESTDIR=folder))
+        check_list(root)
+        if not problems:
+            check_programs(root)
+            check_named_paths(root, options.source)
+            check_helper_start(root)
+            check_agent(root)
+            check_menu_entry(root)
+    for problem in problems:
+        print(problem)
+    sys.exit(1 if problems else 0)
+
+
+if __name__ == "__main__":
+    main()
