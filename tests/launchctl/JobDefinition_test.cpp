@@ -93,10 +93,22 @@ TEST(JobDefinition, ArgumentsThatNoProgramCanHaveAreRefused) {
   EXPECT_EQ(refusal(with(scheduleJob(), "ProgramArguments", Array{})), notAnArray);
   EXPECT_EQ(refusal(with(scheduleJob(), "ProgramArguments", Array{"/bin/true", 5})),
             "ProgramArguments has something that is not a text");
-  EXPECT_EQ(refusal(with(scheduleJob(), "ProgramArguments", Array{"/bin/true", std::string("a\0b", 3)})),
-            "ProgramArguments has a NUL character");
   EXPECT_EQ(refusal(with(scheduleJob(), "ProgramArguments", Array{"/bin/true", std::string(40'000, 'a')})),
             "ProgramArguments is too long");
+}
+
+TEST(JobDefinition, CharactersThatAreNoneAreRefused) {
+  const auto refusalOf = [](std::string argument) {
+    return refusal(with(scheduleJob(), "ProgramArguments", Array{"/bin/true", std::move(argument)}));
+  };
+  const std::string none = "ProgramArguments has a character that no program can be given";
+  for (const char* text : {"\ufdd0", "a\ufdef", "\ufffe", "\uffff", "\U0001ffff", "\U000ffffe", "\U0010fffe"}) {
+    EXPECT_EQ(refusalOf(text), none) << text;
+  }
+  EXPECT_EQ(refusalOf(std::string("a\0b", 3)), none);
+  for (const char* text : {"\ufdcf", "\ufdf0", "\ufffd", "\U0001fffd", "\U00010fff", "\u0001\u007f"}) {
+    EXPECT_EQ(refusalOf(text), "(none)") << text;
+  }
 }
 
 TEST(JobDefinition, AKeyThatIsNotKnownIsRefusedRatherThanPassedOver) {

@@ -26,13 +26,13 @@ struct LauncherWorld {
 
   static Dictionary timedJob(int hour = 12) {
     return {{"Label", "a.b"},
-            {"ProgramArguments", Array{"/usr/bin/zpkctl", "backup"}},
+            {"ProgramArguments", Array{"/bin/sh", "backup"}},
             {"KeepAlive", false},
             {"RunAtLoad", false},
             {"StartCalendarInterval", Dictionary{{"Minute", 0}, {"Hour", hour}}}};
   }
   static Dictionary agentJob() {
-    return {{"Label", "a.b"}, {"ProgramArguments", Array{"/bin/agent"}}, {"RunAtLoad", true}};
+    return {{"Label", "a.b"}, {"ProgramArguments", Array{"/bin/true"}}, {"RunAtLoad", true}};
   }
 
   // Writes the job file and gives its path.

@@ -115,6 +115,15 @@ TEST_F(LauncherTest, AJobThatCannotBeMappedChangesNothing) {
   EXPECT_TRUE(launcher.list("a.b"));
 }
 
+TEST_F(LauncherTest, AJobWhoseProgramIsNotThereIsNotLoaded) {
+  Dictionary job = timedJob();
+  job.set("ProgramArguments", Array{home.path("program"), "backup"});
+  EXPECT_EQ(load(job, kAlways), "there is no program " + home.path("program"));
+  EXPECT_THAT(manager.takeVerbs(), IsEmpty());
+  home.put("program", "");
+  EXPECT_EQ(load(job, kAlways), "done");
+}
+
 TEST_F(LauncherTest, AnAgentIsAServiceThatIsEnabledAndStarted) {
   EXPECT_EQ(load(agentJob(), kAlways), "done");
   EXPECT_THAT(manager.takeVerbs(), ElementsAre("reenable a.b.service", "start a.b.service"));
@@ -187,7 +196,7 @@ TEST_F(LauncherTest, WhatIsKnownOfAJob) {
   const auto info = launcher.info("a.b");
   ASSERT_TRUE(info);
   EXPECT_EQ(*info, (Dictionary{{"Label", "a.b"},
-                               {"ProgramArguments", Array{"/usr/bin/zpkctl", "backup"}},
+                               {"ProgramArguments", Array{"/bin/sh", "backup"}},
                                {"LastExitStatus", 2},
                                {"NextRun", Date{1795348800}}}));
   manager.unit("a.b.service").pid = 99;

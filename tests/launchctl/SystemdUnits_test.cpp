@@ -26,7 +26,7 @@ TEST(SystemdUnits, AJobWithTimesIsAServiceAndItsTimer) {
       {"a.b.service",
        "# Made by launchctl from \"/p\"; what is changed here is lost.\n"
        "[Unit]\nDescription=a.b\n\n"
-       "[Service]\nType=exec\nExecStart=\":/usr/bin/zpkctl\" \"backup\"\nTimeoutStopSec=10\n",
+       "[Service]\nType=simple\nExecStart=\":/usr/bin/zpkctl\" \"backup\"\nTimeoutStopSec=10\n",
        false},
       {"a.b.timer",
        "# Made by launchctl from \"/p\"; what is changed here is lost.\n"

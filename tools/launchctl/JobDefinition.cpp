@@ -37,6 +37,20 @@ bool isProgramPath(const std::string& path) {
          });
 }
 
+// NUL, which ends an argument, and what Unicode sets aside as no character: with one of those in a command line,
+// the manager runs the program but answers nobody who asks for the service any more. `text` is valid UTF-8.
+bool hasImpossibleCharacter(const std::string& text) {
+  const auto byte = [&text](std::size_t i) { return i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0U; };
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isInBlock = byte(i) == 0xef && byte(i + 1) == 0xb7 && byte(i + 2) >= 0x90 && byte(i + 2) <= 0xaf;
+    const bool endsFirstPlane = byte(i) == 0xef && byte(i + 1) == 0xbf && byte(i + 2) >= 0xbe;
+    const bool endsPlane =
+        byte(i) >= 0xf0 && (byte(i + 1) & 0xfU) == 0xf && byte(i + 2) == 0xbf && byte(i + 3) >= 0xbe;
+    if (text[i] == '\0' || isInBlock || endsFirstPlane || endsPlane) return true;
+  }
+  return false;
+}
+
 std::optional<JobError> readProgramArguments(const Value& value, JobDefinition& job) {
   if (value.array() == nullptr || value.array()->empty()) {
     return JobError{"ProgramArguments is not an array with the program in it"};
@@ -44,7 +58,9 @@ std::optional<JobError> readProgramArguments(const Value& value, JobDefinition& 
   std::size_t bytes = 0;
   for (const Value& argument : *value.array()) {
     if (argument.text() == nullptr) return JobError{"ProgramArguments has something that is not a text"};
-    if (argument.text()->find('\0') != std::string::npos) return JobError{"ProgramArguments has a NUL character"};
+    if (hasImpossibleCharacter(*argument.text())) {
+      return JobError{"ProgramArguments has a character that no program can be given"};
+    }
     bytes += argument.text()->size() + 1;
     if (bytes > kMaxArgumentBytes) return JobError{"ProgramArguments is too long"};
     job.programArguments.push_back(*argument.text());

@@ -66,6 +66,10 @@ Expected<Done, JobError> Launcher::load(const std::string& plist, Persistence pe
   if (!dictionary) return dictionary.error();
   const auto job = jobDefinition(*dictionary);
   if (!job) return job.error();
+  // The service manager would start what is not there and say so nowhere but in its log.
+  if (!_files.fileExists(job->programArguments.front())) {
+    return JobError{"there is no program " + job->programArguments.front()};
+  }
   const auto state = stateOf(job->label);
   if (!state) return state.error();
   if (persistence == Persistence::presentLogin && !state->isEnabled()) {

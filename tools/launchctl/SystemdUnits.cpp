@@ -33,7 +33,8 @@ std::string serviceText(const JobDefinition& job, std::string_view plist) {
   // A program that cannot live yet, because its display is still to come, is tried again for a while; one that can
   // never live is given up.
   if (job.keepAlive != JobDefinition::KeepAlive::no) text += "StartLimitIntervalSec=300\nStartLimitBurst=20\n";
-  text += "\n[Service]\nType=exec\nExecStart=" + execLine(job.programArguments) + "\n";
+  // "simple": whether a program that fails at once is started must not depend on who is quicker.
+  text += "\n[Service]\nType=simple\nExecStart=" + execLine(job.programArguments) + "\n";
   text += restartLines(job.keepAlive);
   // Whoever unloads a job waits for its end.
   text += "TimeoutStopSec=10\n";
