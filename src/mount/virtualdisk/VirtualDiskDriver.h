@@ -20,7 +20,7 @@ namespace zpk {
 // connections to them, and notices that arrive through the run loop.
 //
 // The shapes are those of a kernel's registry of drivers, so that the adapter to a real one passes each call on. A
-// platform without one serves the same contract from user space. Everything is called on one
+// platform without one serves the same contract from user space (docs/mounting.md). Everything is called on one
 // thread, by one client at a time; what is handed out belongs to the caller and ends before the driver world does.
 
 // A result of the driver world; 0 is success, any other one has a text (VirtualDiskDriver::errorText).
