@@ -1,0 +1,173 @@
+#include "tools/qrx-helper/DriveKeeper.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <set>
+
+#include "helper/process/ToolRunner.h"
+#include "tools/qrx-helper/StoredImage.h"
+
+namespace zpk {
+namespace {
+
+// Lower ones look too much like a machine's own disks.
+constexpr int kFirstNumber = 4;
+// A drive of that age without a keeper has lost it; a younger one may be about to get it.
+constexpr std::chrono::minutes kLongestStart{2};
+
+std::string diskName(int number) {
+  return "disk" + std::to_string(number);
+}
+
+bool isOld(const std::string& path) {
+  std::error_code error;
+  const auto changed = std::filesystem::last_write_time(path, error);
+  return !error && std::filesystem::file_time_type::clock::now() - changed > kLongestStart;
+}
+
+void removeMountPoint(const std::string& path) {
+  if (::rmdir(path.c_str()) == 0) return;
+  ToolCommand command;
+  command.executable = "/usr/bin/fusermount3";
+  command.arguments = {"-u", "-z", "-q", "--", path};
+  command.limits.wallClock = std::chrono::seconds(5);
+  command.access = ToolAccess::Mounts;
+  const CancelFlag never;
+  (void)runTool(command, never);
+  ::rmdir(path.c_str());
+}
+
+sigset_t endingSignals() {
+  sigset_t set;
+  ::sigemptyset(&set);
+  for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGCHLD}) ::sigaddset(&set, number);
+  return set;
+}
+
+}  // namespace
+
+void removeDrive(const DriveFolder& drive) {
+  std::error_code error;
+  const std::string volumes = drive.filePath(DriveFolder::kVolumes);
+  for (std::filesystem::directory_iterator entry(volumes, error), end; !error && entry != end;
+       entry.increment(error)) {
+    removeMountPoint(entry->path().string());
+  }
+  ::rmdir(volumes.c_str());
+  for (const char* name : {DriveFolder::kCompletion, DriveFolder::kMedia, DriveFolder::kRequest})
+    ::unlink(drive.filePath(name).c_str());
+  ::rmdir(drive.path().c_str());
+}
+
+DriveKeeper::~DriveKeeper() {
+  if (_lock) takeDown();
+}
+
+bool DriveKeeper::take() {
+  FileDescriptor request(::open(_drive.filePath(DriveFolder::kRequest).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  if (!request || ::flock(request.get(), LOCK_EX | LOCK_NB) != 0) return false;
+  _lock = std::move(request);
+  return true;
+}
+
+bool DriveKeeper::run() {
+  const sigset_t signals = endingSignals();
+  ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+  if (!take()) return false;
+  for (const DriveFolder& other : allDrives(_drives)) {
+    if (other.id() != _drive.id() && !other.isKept() && isOld(other.path())) removeDrive(other);
+  }
+  const auto request = _drive.request();
+  if (!request || !imagePathOf(*request).starts_with('/')) return fail(EINVAL, "The request is damaged");
+  if (!bringUp(std::string(imagePathOf(*request)))) return false;
+  waitForVolumes();
+  return true;
+}
+
+bool DriveKeeper::fail(int result, const std::string& message) {
+  DriveFolder::Completion completion{result, {}};
+  const std::string kept = message.substr(0, completion.reply.errorMessage.size() - 1);
+  std::copy(kept.begin(), kept.end(), completion.reply.errorMessage.begin());
+  (void)_drive.saveCompletion(completion);
+  return false;
+}
+
+bool DriveKeeper::bringUp(const std::string& imagePath) {
+  const ArchiveResult<StoredImage> image = StoredImage::open(imagePath);
+  if (!image) return fail(EIO, image.error().text());
+  const std::string volumes = _drive.filePath(DriveFolder::kVolumes);
+  if (::mkdir(volumes.c_str(), 0700) != 0)
+    return fail(errno, "A folder for the volumes cannot be made: " + systemReason(errno));
+
+  const std::string disk = diskName(reserveNumber());
+  std::vector<std::string> media{disk};
+  std::string firstError = "The backup point holds no files of Windows";
+  for (const StoredPartition& partition : usedPartitions(image->disk())) {
+    media.push_back(disk + "s" + std::to_string(partition.number));
+    if (!hasFiles(partition)) continue;
+    auto volume = VolumeProcess::start({imagePath, partition, "/dev/" + media.back(), volumes});
+    const auto error = volume ? volume->waitUntilMounted() : systemReason(errno);
+    if (error && _volumes.empty()) firstError = *error;
+    if (!error) _volumes.push_back(std::move(*volume));
+  }
+  if (_volumes.empty()) return fail(EIO, firstError);
+  _drive.saveMedia(media);
+  return _drive.saveCompletion({0, {}});
+}
+
+// The lowest one that no other drive has. The media of this one say it from here on.
+int DriveKeeper::reserveNumber() {
+  const FileDescriptor folder(::open(_drives.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ::flock(folder.get(), LOCK_EX);
+  std::set<std::string> taken;
+  for (const DriveFolder& other : allDrives(_drives)) {
+    const auto names = other.media();
+    if (!names.empty()) taken.insert(names.front());
+  }
+  int number = kFirstNumber;
+  while (taken.contains(diskName(number))) ++number;
+  _drive.saveMedia({diskName(number)});
+  return number;
+}
+
+void DriveKeeper::waitForVolumes() {
+  const sigset_t signals = endingSignals();
+  while (!_volumes.empty()) {
+    int status = 0;
+    pid_t ended = 0;
+    while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0)
+      std::erase_if(_volumes, [ended](const VolumeProcess& volume) { return volume.pid() == ended; });
+    if (_volumes.empty()) return;
+    if (::sigwaitinfo(&signals, nullptr) != SIGCHLD) return;
+  }
+}
+
+// Each volume is asked to end, which unmounts it. One that does not within the time is unmounted over its head.
+void DriveKeeper::takeDown() {
+  for (const VolumeProcess& volume : _volumes) ::kill(volume.pid(), SIGTERM);
+  const sigset_t signals = endingSignals();
+  const timespec patience{5, 0};
+  while (!_volumes.empty()) {
+    const pid_t ended = ::waitpid(-1, nullptr, WNOHANG);
+    if (ended < 0) break;
+    if (ended > 0)
+      std::erase_if(_volumes, [ended](const VolumeProcess& volume) { return volume.pid() == ended; });
+    else if (::sigtimedwait(&signals, nullptr, &patience) < 0 && errno == EAGAIN)
+      break;
+  }
+  for (const VolumeProcess& volume : _volumes) ::kill(volume.pid(), SIGKILL);
+  // A drive that failed is gone at once; its folder stays until the completion has been read.
+  const auto completion = _drive.completion();
+  if (!completion || completion->result == 0) removeDrive(_drive);
+}
+
+}  // namespace zpk

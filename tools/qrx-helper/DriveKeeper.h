@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/linux/virtualdisk/DriveFolder.h"
+#include "platform/posix/FileDescriptor.h"
+#include "tools/qrx-helper/VolumeProcess.h"
+
+namespace zpk {
+
+// Brings a drive up and keeps it: mounts the volumes of the image that its request names, says so in the drive's
+// folder, and takes everything down once the last volume is unmounted or the process is asked to end.
+//
+// One a process, whose children and signals are its own.
+class DriveKeeper {
+ public:
+  DriveKeeper(std::string drives, const std::string& driveId)
+      : _drives(std::move(drives)), _drive(_drives, driveId) {}
+  ~DriveKeeper();
+
+  // Returns when the drive is gone. False when it never came up; the completion says why.
+  bool run();
+
+ private:
+  bool take();
+  bool bringUp(const std::string& imagePath);
+  bool fail(int result, const std::string& message);
+  int reserveNumber();
+  void waitForVolumes();
+  void takeDown();
+
+  std::string _drives;
+  DriveFolder _drive;
+  FileDescriptor _lock;  // of the request, for as long as the drive is there
+  std::vector<VolumeProcess> _volumes;
+};
+
+// Takes away what a keeper that was killed has left: its mounts, whose server is gone, and its folder.
+void removeDrive(const DriveFolder& drive);
+
+}  // namespace zpk

@@ -1,0 +1,30 @@
+// Serves one virtual disk: qrx-helper DRIVE-ID
+//
+// Started by the client of virtual disks for a drive whose folder is there already (docs/mounting.md), and left
+// running beside it.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "tools/qrx-helper/DriveKeeper.h"
+
+int main(int argc, char** argv) {
+  using namespace zpk;
+  if (argc != 2 || !isDriveId(argv[1])) {
+    std::fputs("usage: qrx-helper DRIVE-ID\n", stderr);
+    return 2;
+  }
+  const char* const runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
+  auto drives = drivesFolder(runtimeFolder ? runtimeFolder : "");
+  if (!drives) {
+    std::fprintf(stderr, "qrx-helper: the runtime folder cannot be used: %s\n",
+                 systemReason(drives.error()).c_str());
+    return EXIT_FAILURE;
+  }
+  // The drive outlives the program that asked for it, and the terminal that it was started from.
+  ::setsid();
+  DriveKeeper keeper(std::move(*drives), argv[1]);
+  return keeper.run() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
