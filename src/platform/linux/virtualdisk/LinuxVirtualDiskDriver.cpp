@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/inotify.h>
-#include <sys/pidfd.h>
 #include <sys/random.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -185,6 +185,7 @@ void LinuxVirtualDiskDriver::sleep(std::chrono::microseconds duration) {
 Expected<std::int32_t, SpawnError> LinuxVirtualDiskDriver::spawn(const std::string& path,
                                                                  const std::vector<std::string>& arguments) {
   std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
   words.push_back(nullptr);
   pid_t pid = -1;
@@ -195,7 +196,7 @@ Expected<std::int32_t, SpawnError> LinuxVirtualDiskDriver::spawn(const std::stri
 }
 
 void LinuxVirtualDiskDriver::watchChild(pid_t pid, std::string driveId) {
-  FileDescriptor pidFd(::pidfd_open(pid, 0));
+  FileDescriptor pidFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0U)));
   if (!pidFd) return;
   const auto child = _children.insert(_children.end(), Child{std::move(driveId), pid, std::move(pidFd), {}});
   child->watch = _environment.watcher.watchFileDescriptor(
