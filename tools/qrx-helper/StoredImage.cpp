@@ -49,7 +49,8 @@ VolumeBytes StoredImage::partition(const StoredPartition& partition) {
 std::vector<StoredPartition> usedPartitions(const StoredDisk& disk) {
   std::vector<StoredPartition> used;
   for (const StoredPartition& partition : disk.partitions) {
-    if (partition.type != 0 && partition.number != 0) used.push_back(partition);
+    const bool isUsed = partition.type != 0 || partition.content != PartitionContent::NotStored;
+    if (isUsed && partition.number != 0) used.push_back(partition);
   }
   return used;
 }

@@ -31,6 +31,13 @@ void limitSelf() {
   ::setrlimit(RLIMIT_CORE, &none);
 }
 
+// What the keeper has open is not ours; above all its lock, which says that it lives.
+void closeAllBut(int descriptor) {
+  const auto kept = static_cast<unsigned>(descriptor);
+  if (kept > 3) ::close_range(3, kept - 1, 0);
+  ::close_range(std::max(kept + 1, 3U), ~0U, 0);
+}
+
 void allowSignals() {
   sigset_t none;
   ::sigemptyset(&none);
@@ -73,6 +80,7 @@ std::string serve(const VolumePlace& place, const FileDescriptor& report) {
 [[noreturn]] void run(const VolumePlace& place, const FileDescriptor& report, pid_t parent) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (::getppid() != parent) std::_Exit(EXIT_FAILURE);
+  closeAllBut(report.get());
   limitSelf();
   allowSignals();
   const std::string error = serve(place, report);
