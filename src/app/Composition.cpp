@@ -67,8 +67,7 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
                                        paths.launcher, paths.statusBarAgent});
   _controller->awakeFromNib();
   _watch = std::make_unique<OperationWatch>(_controller, _runLoop, timeOfDay);
-  _window = std::make_unique<MainWindow>(
-      _controller, MainWindow::Surroundings{_localization, _backupDates, _times, _images, *_watch});
+  _window = std::make_unique<MainWindow>(_controller, windowSurroundings(paths));
 }
 
 Composition::~Composition() {
@@ -110,6 +109,20 @@ LogCollectionEnvironment Composition::logCollectionEnvironment() {
           .randomUUID = &randomUUID,
           .sleep = [](Seconds duration) { std::this_thread::sleep_for(duration); },
           .platformTasks = platformLogTasks()};
+}
+
+MainWindow::Surroundings Composition::windowSurroundings(const InstalledPaths& paths) {
+  return {.localization = _localization,
+          .dates = _backupDates,
+          .times = _times,
+          .images = _images,
+          .watch = *_watch,
+          .delegate = *_delegate,
+          .timeZone = _timeZone,
+          .installed = {.updater = _fileManager.fileExists(paths.updater),
+                        .uninstaller = _fileManager.fileExists(paths.uninstaller),
+                        .statusBarAgent = _fileManager.fileExists(paths.statusBarAgent)},
+          .terminate = [this] { terminate(); }};
 }
 
 void Composition::run() {

@@ -22,6 +22,7 @@
 #include "platform/qt/QtImage.h"
 #include "platform/qt/QtLocalization.h"
 #include "platform/qt/QtRunLoop.h"
+#include "platform/qt/QtTimeZone.h"
 #include "platform/qt/QtWorkspace.h"
 #include "schedule/TMBLaunchctlManager.h"
 #include "schedule/ZPKSchedulerViewController.h"
@@ -66,6 +67,7 @@ class Composition {
   ZPKSchedulerEnvironment schedulerEnvironment();
   ZPKAppDelegateEnvironment delegateEnvironment(const InstalledPaths& paths);
   LogCollectionEnvironment logCollectionEnvironment();
+  MainWindow::Surroundings windowSurroundings(const InstalledPaths& paths);
 
   // In the order in which each needs the ones before it.
   PosixLog _log;
@@ -77,6 +79,7 @@ class Composition {
   QtDateFormatter _backupDates;
   QtDateFormatter _times;
   QtDateFormatter _scheduleTimes;
+  QtTimeZone _timeZone;
   QtWorkspace _workspace;
   QtImageLoader _images;
   DBusLinkTransport _transport;

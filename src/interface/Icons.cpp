@@ -120,6 +120,21 @@ void drawFolder(QPainter& painter, const Colours& colours) {
                                 QPointF(6, 38)});
 }
 
+// A shield with a clock's hands.
+void drawSchedule(QPainter& painter, const Colours& colours) {
+  QPainterPath shield;
+  shield.moveTo(24, 4);
+  shield.cubicTo(30, 9, 36, 10, 41, 10);
+  shield.cubicTo(42, 26, 37, 38, 24, 44);
+  shield.cubicTo(11, 38, 6, 26, 7, 10);
+  shield.cubicTo(12, 10, 18, 9, 24, 4);
+  painter.setPen(QPen(colours.line, 3, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.setBrush(colours.fill);
+  painter.drawPath(shield);
+  painter.setPen(QPen(colours.accent, 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.drawPolyline(QPolygonF{QPointF(24, 14), QPointF(24, 25), QPointF(32, 29)});
+}
+
 class SymbolEngine final : public QIconEngine {
  public:
   explicit SymbolEngine(Symbol symbol) : _symbol(symbol) {}
@@ -163,6 +178,8 @@ class SymbolEngine final : public QIconEngine {
         return drawMerge(painter, colours);
       case Symbol::open:
         return drawFolder(painter, colours);
+      case Symbol::schedule:
+        return drawSchedule(painter, colours);
     }
   }
 

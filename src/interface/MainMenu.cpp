@@ -28,14 +28,16 @@ void addMenu(QMenuBar& bar, const QString& title, std::initializer_list<QAction*
 
 void fillMainMenu(QMenuBar& bar, const WindowActions& actions, const Localization& localization) {
   const WindowActions& a = actions;
-  addMenu(bar, localizedText(localization, "&ZPK"), {a.about, nullptr, a.quit});
+  addMenu(bar, localizedText(localization, "&ZPK"),
+          {a.about, a.checkForUpdates, nullptr, a.uninstall, nullptr, a.quit});
   addMenu(bar, localizedText(localization, "&File"),
-          {a.chooseDisk, a.chooseLocation, nullptr, a.backUpNow, a.stop, nullptr, a.close});
+          {a.chooseDisk, a.chooseLocation, nullptr, a.backUpNow, a.stop, nullptr, a.autoProtection,
+           a.changeSchedule, nullptr, a.close});
   addMenu(bar, localizedText(localization, "&Edit"), {a.copy, a.selectAll});
   addMenu(bar, localizedText(localization, "Backup Po&int"), {a.restore, a.merge, a.pin, nullptr, a.open});
   addMenu(bar, localizedText(localization, "&View"), {a.showPoints, a.showLog, nullptr, a.fullScreen});
   addMenu(bar, localizedText(localization, "&Window"), {a.minimize, a.zoom, nullptr, a.raise});
-  addMenu(bar, localizedText(localization, "&Help"), {a.shortcuts, nullptr, a.about});
+  addMenu(bar, localizedText(localization, "&Help"), {a.shortcuts, a.collectLogs, nullptr, a.about});
 }
 
 }  // namespace zpk

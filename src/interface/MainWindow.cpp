@@ -1,10 +1,13 @@
 #include "interface/MainWindow.h"
 
-#include <QEvent>
+#include <QCloseEvent>
 #include <QMenuBar>
 
 #include "interface/ActionButton.h"
+#include "interface/AttributedLabel.h"
+#include "interface/AutoProtectionRow.h"
 #include "interface/BackupPointsPane.h"
+#include "interface/CollectLogsOutlet.h"
 #include "interface/DisplayText.h"
 #include "interface/Headline.h"
 #include "interface/Icons.h"
@@ -12,6 +15,7 @@
 #include "interface/Pictures.h"
 #include "interface/PrimaryButton.h"
 #include "interface/ProgressPane.h"
+#include "interface/SchedulePopover.h"
 #include "interface/SettingsPane.h"
 #include "interface/SheetHost.h"
 #include "interface/StaticTexts.h"
@@ -32,12 +36,19 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
     : _controller(std::move(controller)),
       _localization(surroundings.localization),
       _dates(surroundings.dates),
+      _delegate(surroundings.delegate),
+      _terminate(surroundings.terminate),
       _ui(std::make_unique<Ui::MainWindow>()),
-      _actions(std::make_unique<WindowActions>(*this, *_controller, surroundings.watch, surroundings.localization)),
+      _actions(std::make_unique<WindowActions>(
+          *this, WindowActions::Receivers{*_controller, surroundings.watch, surroundings.delegate},
+          surroundings.installed, surroundings.localization)),
       _sheets(std::make_unique<SheetHost>(
           *this, *_controller,
           SheetHost::Surroundings{
-              surroundings.localization, surroundings.dates, surroundings.images, {_actions->quit}})) {
+              surroundings.localization, surroundings.dates, surroundings.images, {_actions->quit}})),
+      _schedulePopover(std::make_unique<SchedulePopover>(_delegate.schedulerViewController(), _localization,
+                                                         surroundings.timeZone)),
+      _collectLogs(std::make_unique<CollectLogsOutlet>(_delegate, _localization, *this)) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, _localization);
   makePanes(surroundings);
@@ -46,26 +57,39 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
   setUpTabOrder();
   fillMainMenu(*menuBar(), *_actions, _localization);
   connectWindowActions();
+  connectSchedule();
   bindPlaces();
   bindOperation();
   bindLog();
   bindLink();
-  _controller->setMainWindow(_sheets.get());
-  _controller->setLogScrollView(_ui->logView);
+  setOutlets(true);
 }
 
 MainWindow::~MainWindow() {
-  _controller->setMainWindow(nullptr);
-  _controller->setLogScrollView(nullptr);
+  setOutlets(false);
+}
+
+void MainWindow::setOutlets(bool alive) {
+  _controller->setMainWindow(alive ? _sheets.get() : nullptr);
+  _controller->setLogScrollView(alive ? _ui->logView : nullptr);
+  _delegate.setToggleSchedulerButton(alive ? &_autoProtection->toggleButton() : nullptr);
+  _delegate.setAutoProtectionTextField(alive ? &_autoProtection->textField() : nullptr);
+  _delegate.setSchedulePopover(alive ? _schedulePopover.get() : nullptr);
+  _delegate.setCollectLogsWindow(alive ? _collectLogs.get() : nullptr);
+  ZPKSchedulerViewController& scheduler = _delegate.schedulerViewController();
+  scheduler.setPopover(alive ? _schedulePopover.get() : nullptr);
+  scheduler.setDayOfMonthPopUpButton(alive ? &_schedulePopover->dayOfMonthPopUpButton() : nullptr);
 }
 
 void MainWindow::makePanes(const Surroundings& surroundings) {
   _progress = new ProgressPane(*_controller, surroundings.watch, *_actions, _localization,
                                ProgressPane::Dates{surroundings.dates, surroundings.times}, this);
   _ui->operationPages->addWidget(_progress);
+  _autoProtection = new AutoProtectionRow(_delegate.schedulerViewController(), _localization, this);
+  _ui->contentLayout->insertWidget(_ui->contentLayout->indexOf(_ui->operationPanel) + 1, _autoProtection);
   _points = new BackupPointsPane(*_controller, *_actions, _localization, surroundings.dates, this);
   _ui->pointsLayout->addWidget(_points);
-  _ui->contentLayout->addWidget(new SettingsPane(*_controller, _localization, this));
+  _ui->contentLayout->addWidget(new SettingsPane(*_controller, surroundings.installed, _localization, this));
 }
 
 void MainWindow::setUpLooks() {
@@ -90,6 +114,8 @@ void MainWindow::setUpTabOrder() {
   setTabOrder(_ui->backupButton, _progress->stopButton());
   setTabOrder(_progress->stopButton(), _progress->showLogButton());
   setTabOrder(_progress->showLogButton(), _ui->lastErrorLabel);
+  setTabOrder(_ui->lastErrorLabel, &_autoProtection->changeButton());
+  setTabOrder(&_autoProtection->changeButton(), &_autoProtection->toggleButton());
 }
 
 // Drawn in the colours of the palette, so again when it changes.
@@ -192,6 +218,12 @@ void MainWindow::bindLink() {
     _ui->linkBannerText->setText(trouble);
     _ui->linkBanner->setVisible(!trouble.isEmpty());
   });
+}
+
+// The application quits with its window, but for a collection that is running: what it waits for is still shown.
+void MainWindow::closeEvent(QCloseEvent* event) {
+  QMainWindow::closeEvent(event);
+  if (event->isAccepted() && _delegate.isCollectingLogs()) _collectLogs->showQuitPending();
 }
 
 void MainWindow::changeEvent(QEvent* event) {

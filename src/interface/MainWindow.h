@@ -1,12 +1,16 @@
 #pragma once
 
 #include <QMainWindow>
+#include <functional>
 #include <memory>
 
+#include "app/delegate/ZPKAppDelegate.h"
 #include "base/DateFormatter.h"
 #include "base/Image.h"
 #include "base/Localization.h"
+#include "base/TimeZone.h"
 #include "interface/Binding.h"
+#include "interface/InstalledParts.h"
 #include "mainwindow/ZPKUIDaemonController.h"
 
 namespace Ui {
@@ -15,18 +19,21 @@ class MainWindow;
 
 namespace zpk {
 
+class AutoProtectionRow;
 class BackupPointsPane;
+class CollectLogsOutlet;
 class OperationWatch;
 class ProgressPane;
+class SchedulePopover;
 class SheetHost;
 class WindowActions;
 
 // The main window: what is protected, where to, since when, and what is happening now.
 //
 // Puts the cards, the panes and the menus together. Holds no state: its controls are bound to keys of the
-// controller and send their actions to it. Sets itself as the controller's outlets for as long as it lives. The
-// helper need not be there, and nothing is asked of it here, so that the window can be painted before the program
-// is launched any further.
+// controllers and send their actions to them. Sets itself as the outlets of the controller, of the application's
+// delegate and of the schedule editor for as long as it lives. The helper need not be there, and nothing is asked
+// of it here, so that the window can be painted before the program is launched any further.
 class MainWindow final : public QMainWindow {
  public:
   // What the window needs beside its controller. All of it outlives the window.
@@ -36,6 +43,10 @@ class MainWindow final : public QMainWindow {
     const DateFormatter& times;  // of the day
     const ImageLoader& images;
     OperationWatch& watch;
+    ZPKAppDelegate& delegate;
+    const TimeZone& timeZone;  // the one in which the toolkit shows times
+    InstalledParts installed;
+    std::function<void()> terminate;  // asks the application to quit
   };
 
   MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const Surroundings& surroundings);
@@ -43,6 +54,7 @@ class MainWindow final : public QMainWindow {
 
  protected:
   void changeEvent(QEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
 
  private:
   void makePanes(const Surroundings& surroundings);
@@ -50,6 +62,8 @@ class MainWindow final : public QMainWindow {
   void setUpPictures();
   void setUpTabOrder();
   void connectWindowActions();
+  void connectSchedule();
+  void setOutlets(bool alive);
   void bindPlaces();
   void bindOperation();
   void bindLog();
@@ -73,13 +87,18 @@ class MainWindow final : public QMainWindow {
   std::shared_ptr<ZPKUIDaemonController> _controller;
   const Localization& _localization;
   const DateFormatter& _dates;
+  ZPKAppDelegate& _delegate;
+  const std::function<void()> _terminate;
   std::unique_ptr<Ui::MainWindow> _ui;
   std::unique_ptr<WindowActions> _actions;
   // Belong to the window's layouts.
   ProgressPane* _progress = nullptr;
+  AutoProtectionRow* _autoProtection = nullptr;
   BackupPointsPane* _points = nullptr;
   bool _mainControlFocused = false;
   std::unique_ptr<SheetHost> _sheets;
+  std::unique_ptr<SchedulePopover> _schedulePopover;
+  std::unique_ptr<CollectLogsOutlet> _collectLogs;
   Bindings _bindings;
 };
 

@@ -6,6 +6,7 @@
 #include <QLineEdit>
 
 #include "interface/AboutDialog.h"
+#include "interface/AutoProtectionRow.h"
 #include "interface/BackupPointsPane.h"
 #include "interface/MainWindow.h"
 #include "interface/ShortcutsDialog.h"
@@ -35,8 +36,8 @@ void MainWindow::connectWindowActions() {
   on(_actions->fullScreen, &MainWindow::toggleFullScreen);
   on(_actions->zoom, &MainWindow::toggleZoom);
   on(_actions->raise, &MainWindow::comeForward);
+  connect(_actions->quit, &QAction::triggered, this, [this] { _terminate(); });
   // The program ends with its last window.
-  connect(_actions->quit, &QAction::triggered, this, &QWidget::close);
   connect(_actions->close, &QAction::triggered, this, &QWidget::close);
   connect(_actions->minimize, &QAction::triggered, this, &QWidget::showMinimized);
   connect(_actions->showPoints, &QAction::triggered, this, [this] {
@@ -49,6 +50,15 @@ void MainWindow::connectWindowActions() {
   });
   connect(_ui->accessoryTabs, &QTabWidget::currentChanged, this, [this] { showPageActions(); });
   showPageActions();
+}
+
+void MainWindow::connectSchedule() {
+  ViewButton& change = _autoProtection->changeButton();
+  connect(&change, &QPushButton::clicked, this, [this, &change] { _delegate.scheduleAction(&change); });
+  connect(&_autoProtection->toggleButton(), &QPushButton::clicked, this,
+          [this] { _delegate.toggleSchedulerAction(); });
+  // The popover hangs on the button, whoever asks for it.
+  connect(_actions->changeSchedule, &QAction::triggered, &change, &QPushButton::click);
 }
 
 void MainWindow::showPage(QWidget* page) {

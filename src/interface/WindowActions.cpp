@@ -27,17 +27,45 @@ QList<QKeySequence> key(QKeyCombination combination) {
 
 }  // namespace
 
-WindowActions::WindowActions(QWidget& window, ZPKUIDaemonController& controller, OperationWatch& watch,
+WindowActions::WindowActions(QWidget& window, const Receivers& receivers, const InstalledParts& installed,
                              const Localization& localization)
-    : _window(window), _controller(controller), _watch(watch), _localization(localization) {
-  const Localization& l = localization;
+    : _window(window),
+      _controller(receivers.controller),
+      _watch(receivers.watch),
+      _delegate(receivers.delegate),
+      _localization(localization) {
+  addApplicationActions();
+  addWindowActions();
+  setRoles();
+  setPictures();
+  connectCommands();
+  connectApplicationCommands();
+  bindStates();
+  bindSchedule();
+  allowInstalled(installed);
+}
+
+// In the order of the menus: of the application, of the disk and its backups.
+void WindowActions::addApplicationActions() {
+  const Localization& l = _localization;
   about = add("aboutAction", localizedText(l, "&About ZPK"));
+  checkForUpdates = add("checkForUpdatesAction", localizedText(l, "Check for &Updates…"));
+  uninstall = add("uninstallAction", localizedText(l, "U&ninstall ZPK…"));
   quit = add("quitAction", localizedText(l, "&Quit ZPK"), standardOr(QKeySequence::Quit, Qt::CTRL | Qt::Key_Q));
   chooseDisk = add("chooseDiskAction", localizedText(l, "Choose &Disk…"), key(Qt::CTRL | Qt::Key_D));
   chooseLocation = add("chooseLocationAction", localizedText(l, "Choose L&ocation…"), key(Qt::CTRL | Qt::Key_L));
   backUpNow = add("backUpNowAction", localizedText(l, "&Back Up Now"), key(Qt::CTRL | Qt::Key_B));
   stop = add("stopAction", localizedText(l, "&Stop"), key(Qt::CTRL | Qt::Key_Period));
+  autoProtection =
+      add("autoProtectionAction", localizedText(l, "&Auto-Protection"), key(Qt::CTRL | Qt::SHIFT | Qt::Key_A));
+  changeSchedule =
+      add("changeScheduleAction", localizedText(l, "Change Sc&hedule…"), key(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
   close = add("closeAction", localizedText(l, "&Close"), standardOr(QKeySequence::Close, Qt::CTRL | Qt::Key_W));
+}
+
+// Of what is shown in the window, and of the window.
+void WindowActions::addWindowActions() {
+  const Localization& l = _localization;
   copy = add("copyAction", localizedText(l, "&Copy"), standard(QKeySequence::Copy));
   selectAll = add("selectAllAction", localizedText(l, "Select &All"), standard(QKeySequence::SelectAll));
   restore = add("restoreAction", localizedText(l, "&Restore…"), key(Qt::CTRL | Qt::Key_R));
@@ -53,10 +81,7 @@ WindowActions::WindowActions(QWidget& window, ZPKUIDaemonController& controller,
   raise = add("raiseAction", localizedText(l, "&Main Window"), key(Qt::CTRL | Qt::Key_0));
   shortcuts = add("shortcutsAction", localizedText(l, "&Keyboard Shortcuts"),
                   standardOr(QKeySequence::HelpContents, QKeyCombination(Qt::Key_F1)));
-  setRoles();
-  setPictures();
-  connectCommands();
-  bindStates();
+  collectLogs = add("collectLogsAction", localizedText(l, "Collect &Logs…"));
 }
 
 QAction* WindowActions::add(const char* name, const QString& text, const QList<QKeySequence>& keys) {
@@ -73,6 +98,9 @@ QAction* WindowActions::add(const char* name, const QString& text, const QList<Q
 void WindowActions::setRoles() {
   about->setMenuRole(QAction::AboutRole);
   quit->setMenuRole(QAction::QuitRole);
+  checkForUpdates->setMenuRole(QAction::ApplicationSpecificRole);
+  uninstall->setMenuRole(QAction::ApplicationSpecificRole);
+  autoProtection->setCheckable(true);
   fullScreen->setCheckable(true);
   showPoints->setCheckable(true);
   showLog->setCheckable(true);
@@ -99,6 +127,20 @@ void WindowActions::connectCommands() {
   on(restore, [this] { _controller.restore(); });
   on(merge, [this] { _controller.mergeArvhiveAction(); });
   on(pin, [this] { togglePin(); });
+}
+
+void WindowActions::connectApplicationCommands() {
+  const auto on = [this](QAction* action, auto command) {
+    QObject::connect(action, &QAction::triggered, &_window, command);
+  };
+  on(checkForUpdates, [this] { _delegate.checkForUpdate(); });
+  on(uninstall, [this] { _delegate.uninstall(); });
+  on(collectLogs, [this] { _delegate.openCollectLogsWindow(); });
+  on(autoProtection, [this] {
+    // The mark shows the schedule, which may not follow.
+    autoProtection->setChecked(_delegate.schedulerViewController().isEnabled());
+    _delegate.toggleSchedulerAction();
+  });
 }
 
 // What is being typed is sent first. A sheet would take the focus from it and so have it sent, and the record that
@@ -135,11 +177,29 @@ void WindowActions::bindStates() {
   _bindings.bind(_watch, "stopping", [this] { showStop(); });
 }
 
+void WindowActions::bindSchedule() {
+  ZPKSchedulerViewController& scheduler = _delegate.schedulerViewController();
+  _bindings.bind(scheduler, "enabled", [this, &scheduler] {
+    autoProtection->setChecked(scheduler.isEnabled());
+    allow(*changeSchedule, scheduler.isEnabled(), localizedText(_localization, "Enable Auto-Protection first."));
+  });
+}
+
+void WindowActions::allowInstalled(const InstalledParts& installed) {
+  allow(*checkForUpdates, installed.updater,
+        localizedText(_localization, "ZPK is updated by the system’s package manager."));
+  allow(*uninstall, installed.uninstaller,
+        localizedText(_localization, "ZPK is removed with the system’s package manager."));
+}
+
 void WindowActions::allow(QAction& action, std::optional<Obstacle> obstacle) {
-  const QString why = obstacle ? obstacleText(*obstacle, _localization) : QString();
-  action.setEnabled(!obstacle);
-  action.setStatusTip(why);
-  action.setToolTip(why);
+  allow(action, !obstacle, obstacle ? obstacleText(*obstacle, _localization) : QString());
+}
+
+void WindowActions::allow(QAction& action, bool allowed, const QString& why) {
+  action.setEnabled(allowed);
+  action.setStatusTip(allowed ? QString() : why);
+  action.setToolTip(allowed ? QString() : why);
 }
 
 void WindowActions::showPin() {

@@ -4,29 +4,109 @@
 #include <QDialog>
 #include <QPalette>
 #include <QtTest/QTest>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "base/PropertyList.h"
 #include "interface/MainWindow.h"
 #include "mainwindow/ControllerWorld.h"
 #include "mainwindow/ModalSession.h"
 #include "mainwindow/OperationWatch.h"
+#include "platform/qt/QtDateFormatter.h"
+#include "platform/qt/QtTimeZone.h"
+#include "support/ImmediateQueue.h"
+#include "support/MemoryFileManager.h"
+#include "support/RecordingWorkspace.h"
+#include "support/ScriptedTaskRunner.h"
 
 namespace zpk {
 
-// The real window on the controller, with a scripted helper at the other end.
+// An application that does not end: whether it was told that it may.
+struct WaitingApplication final : Application {
+  void replyToApplicationShouldTerminate(bool quits) override { reply = quits; }
+  std::optional<bool> reply;
+};
+
+// Keeps work until the test lets it be done, on the test's own thread.
+struct HeldQueue final : DispatchQueue {
+  void async(std::function<void()> work) override { held.push_back(std::move(work)); }
+  void doAll() {
+    while (!held.empty()) {
+      const std::vector<std::function<void()>> due = std::exchange(held, {});
+      for (const auto& work : due) work();
+    }
+  }
+  std::vector<std::function<void()>> held;
+};
+
+// The real window on its controllers, with a scripted helper at the other end, a scripted job launcher and no files
+// but those in memory.
 struct InterfaceWorld : ControllerWorld {
   // "at 12" for the twelfth second.
   struct SecondFormatter final : DateFormatter {
     std::string stringFromDate(const Date& date) const override {
       return "at " + std::to_string(static_cast<std::int64_t>(date.secondsSince1970));
     }
+    void setTimeZoneForSecondsFromGMT(std::int32_t) override {}
+    std::array<std::string, 7> standaloneWeekdaySymbols() const override { return {}; }
   };
   SecondFormatter times;
   OperationWatch watch{controller, loop, [this] { return Date{loop.now().count()}; }};
+
+  // The job is known to the launcher, and so the schedule on, once a test says so.
+  bool jobIsLoaded = false;
+  std::vector<std::string> launchctlRuns;
+  ScriptedTaskRunner launcher{[this](const TaskDescription& task) { return runLaunchctl(task); }};
+  TMBLaunchctlManager launchctlManager{launcher, "/bin/launchctl"};
+  MemoryFileManager home;
+  QtDateFormatter timeFormatter{DateStyle::none, DateStyle::brief,
+                                QLocale(QLocale::English, QLocale::UnitedKingdom)};
+  QtDateFormatter weekdays{DateStyle::medium, DateStyle::none, QLocale::c()};
+  QtTimeZone timeZone;
+  std::unique_ptr<ZPKSchedulerViewController> scheduler;
+  HeldQueue background;
+  ImmediateQueue mainQueue;
+  ScriptedTaskRunner tools;
+  RecordingWorkspace desktop;
+  WaitingApplication application;
+  std::unique_ptr<ZPKAppDelegate> delegate;
+  InstalledParts installed{true, true, true};
   std::unique_ptr<MainWindow> window;
 
-  MainWindow::Surroundings surroundings() { return {texts, dates, times, images, watch}; }
+  InterfaceWorld() {
+    home.addFolder("/tmp");
+    scheduler = std::make_unique<ZPKSchedulerViewController>(
+        ZPKSchedulerEnvironment{notificationCenter, home, launchctlManager, texts, timeFormatter, weekdays});
+    delegate = std::make_unique<ZPKAppDelegate>(
+        ZPKAppDelegateEnvironment{.notificationCenter = notificationCenter,
+                                  .application = application,
+                                  .workspace = desktop,
+                                  .localization = texts,
+                                  .log = log,
+                                  .mainQueue = mainQueue,
+                                  .logCollection = {.fileManager = home,
+                                                    .tasks = tools,
+                                                    .backgroundQueue = background,
+                                                    .log = log,
+                                                    .timeStamp = [] { return "2026-03-05-14-07-09"; },
+                                                    .dateDescription = [] { return "2026-03-05 14:07:09 +0000"; },
+                                                    .randomUUID = [] { return std::string(36, '0'); },
+                                                    .sleep = [this](Seconds) { background.doAll(); }},
+                                  .updaterPath = "/updater",
+                                  .uninstallerPath = "/uninstaller",
+                                  .daemon = [this]() -> ZPKDaemon& { return *daemon; }},
+        *scheduler);
+    delegate->awakeFromNib();
+    scheduler->awakeFromNib();
+  }
+
+  MainWindow::Surroundings surroundings() {
+    return {texts, dates, times, images, watch, *delegate, timeZone, installed, [this] { terminate(); }};
+  }
 
   // `show` last: everything else is there by then.
   void openWindow() {
@@ -60,12 +140,55 @@ struct InterfaceWorld : ControllerWorld {
   }
   void click(const char* name) { click(find<QWidget>(name)); }
 
+  // As the application does when it is asked to quit: at once, or with its windows closed as soon as it may.
+  void terminate() {
+    if (delegate->applicationShouldTerminate() == TerminateReply::now) {
+      quits = true;
+    } else {
+      window->close();
+    }
+  }
+  bool quits = false;
+
+  // The schedule is on, and its popover open.
+  void openSchedule() {
+    if (!scheduler->isEnabled()) click("toggleSchedulerButton");
+    click("changeScheduleButton");
+  }
+  // The popover of the schedule; null while it is not shown.
+  QWidget* popover() const {
+    auto* frame = window->findChild<QWidget*>("schedulePopover");
+    return frame && frame->isVisible() ? frame : nullptr;
+  }
+  // What the job file says of its times; empty without a file.
+  Dictionary calendar() const {
+    const auto content = home.contentsOfFile(scheduler->jobPath(), 1 << 16);
+    if (!content) return {};
+    const auto job = readPropertyList(*content);
+    const Dictionary* start =
+        job && job->dictionary() ? (*job->dictionary())["StartCalendarInterval"].dictionary() : nullptr;
+    return start ? *start : Dictionary();
+  }
+
   // The sheet over the window; null for none.
   QDialog* sheet() const {
     for (QDialog* dialog : window->findChildren<QDialog*>()) {
       if (dialog->isVisible()) return dialog;
     }
     return nullptr;
+  }
+
+ private:
+  // Lists the job when it is loaded; loads and unloads it.
+  Expected<TaskResult, TaskError> runLaunchctl(const TaskDescription& task) {
+    std::string run;
+    for (const std::string& argument : task.arguments) run += (run.empty() ? "" : " ") + argument;
+    launchctlRuns.push_back(run);
+    TaskResult result;
+    if (task.arguments.front() == "list") result.status = jobIsLoaded ? 0 : 1;
+    if (task.arguments.front() == "load") jobIsLoaded = true;
+    if (task.arguments.front() == "unload") jobIsLoaded = false;
+    return result;
   }
 };
 

@@ -352,7 +352,9 @@ TEST_F(Window, EveryTextGoesThroughTheTranslation) {
   struct Bracketed final : Localization {
     std::string localizedString(std::string_view key) const override { return "[" + std::string(key) + "]"; }
   } bracketed;
-  MainWindow window(world.controller, {bracketed, world.dates, world.times, world.images, world.watch});
+  const MainWindow::Surroundings known = world.surroundings();
+  MainWindow window(world.controller, {bracketed, known.dates, known.times, known.images, known.watch,
+                                       known.delegate, known.timeZone, known.installed, known.terminate});
   world.show(idleStatus({}));
   for (const QLabel* label : window.findChildren<QLabel*>()) {
     if (!label->text().isEmpty() && label->text() != "0%") {

@@ -265,12 +265,11 @@ TEST_F(Menus, FullScreenIsMarkedWhileItLasts) {
   EXPECT_FALSE(action("fullScreenAction")->isChecked());
 }
 
-TEST_F(Menus, CloseAndQuitCloseTheWindow) {
-  for (const char* name : {"closeAction", "quitAction"}) {
-    world.window->show();
-    action(name)->trigger();
-    EXPECT_FALSE(world.window->isVisible()) << name;
-  }
+TEST_F(Menus, CloseClosesTheWindowAndQuitAsksTheApplication) {
+  action("quitAction")->trigger();
+  EXPECT_TRUE(world.quits);
+  action("closeAction")->trigger();
+  EXPECT_FALSE(world.window->isVisible());
 }
 
 }  // namespace

@@ -40,9 +40,14 @@ class Pictures : public testing::TestWithParam<std::tuple<WindowState, Look>> {
   WindowState state() const { return std::get<0>(GetParam()); }
   Look look() const { return std::get<1>(GetParam()); }
 
-  // The window with its sheet, if one is over it.
+  // The window with its popover or sheet, if one is over it.
   QPixmap picture() const {
     QPixmap picture = world.window->grab();
+    if (QWidget* popover = world.popover()) {
+      QPainter painter(&picture);
+      painter.drawPixmap(popover->pos() - world.window->pos(), popover->grab());
+      return picture;
+    }
     QDialog* sheet = world.sheet();
     if (!sheet) return picture;
     QPainter painter(&picture);

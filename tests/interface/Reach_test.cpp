@@ -48,11 +48,13 @@ TEST_F(Reach, EveryControlThatTakesTheFocusHasAName) {
 
 TEST_F(Reach, TabGoesThroughTheWindowAsItIsRead) {
   world.show(readyStatus());
+  world.click("toggleSchedulerButton");
   activate();
   selectRow(2);
   EXPECT_EQ(tabStops(),
-            (QStringList{"selectSourceButton", "selectBackupPathButton", "backupButton", "qt_tabwidget_tabbar",
-                         "arcItemsTable", "restoreButton", "mergeButton", "maxIncCountField", "checkFSButton"}));
+            (QStringList{"selectSourceButton", "selectBackupPathButton", "backupButton", "changeScheduleButton",
+                         "toggleSchedulerButton", "qt_tabwidget_tabbar", "arcItemsTable", "restoreButton",
+                         "mergeButton", "maxIncCountField", "checkFSButton", "statusBarAppButton"}));
 }
 
 TEST_F(Reach, TabComesToStopFirstWhileAnOperationRuns) {
@@ -60,6 +62,8 @@ TEST_F(Reach, TabComesToStopFirstWhileAnOperationRuns) {
   world.show(backupStatus(10, {"line"}));
   activate();
   world.find<QWidget>("stopButton")->setFocus();
+  QTest::keyClick(world.window->focusWidget(), Qt::Key_Tab);
+  EXPECT_EQ(world.window->focusWidget()->objectName(), "toggleSchedulerButton");
   QTest::keyClick(world.window->focusWidget(), Qt::Key_Tab);
   EXPECT_EQ(world.window->focusWidget()->objectName(), "qt_tabwidget_tabbar");
   QTest::keyClick(world.window->focusWidget(), Qt::Key_Tab);

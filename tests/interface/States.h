@@ -172,6 +172,48 @@ inline constexpr WindowState kWindowStates[] = {
        world.show(readyStatus());
        world.controller->pin(true, *(*world.controller->arcItems())[1]);
      }},
+    {"auto-protection",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.click("toggleSchedulerButton");
+     }},
+    {"schedule-every-day",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.openSchedule();
+     }},
+    {"schedule-every-week",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.openSchedule();
+       world.scheduler->setScheduleType(Value(ZPKSchedulerViewController::kEveryWeek));
+       world.scheduler->setDayOfWeek(2);
+     }},
+    {"schedule-every-month",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.openSchedule();
+       world.scheduler->setScheduleType(Value(ZPKSchedulerViewController::kEveryMonth));
+       world.scheduler->setDayOfMonth(30);
+     }},
+    {"collect-logs",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.delegate->openCollectLogsWindow();
+     }},
+    {"collecting-logs",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.delegate->openCollectLogsWindow();
+       world.delegate->collectLogs();
+     }},
+    {"quit-pending",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.delegate->openCollectLogsWindow();
+       world.delegate->collectLogs();
+       world.window->close();
+     }},
 };
 
 }  // namespace zpk

@@ -8,6 +8,10 @@
         <translation>&amp;Über ZPK</translation>
     </message>
     <message>
+        <source>&amp;Auto-Protection</source>
+        <translation>&amp;Automatischer Schutz</translation>
+    </message>
+    <message>
         <source>&amp;Back Up Anyway</source>
         <translation>&amp;Trotzdem sichern</translation>
     </message>
@@ -148,6 +152,10 @@
         <translation>Aktionen und ihre Tasten</translation>
     </message>
     <message>
+        <source>All days of the week</source>
+        <translation>Alle Wochentage</translation>
+    </message>
+    <message>
         <source>An archive’s name ends in “.TYPE”. Choose a name without “.EXTENSION”.</source>
         <translation>Der Name eines Archivs endet auf „.TYPE“. Wählen Sie einen Namen ohne „.EXTENSION“.</translation>
     </message>
@@ -164,8 +172,28 @@
         <translation>Kein Speicherort für das Archiv gewählt</translation>
     </message>
     <message>
+        <source>At:</source>
+        <translation>Um:</translation>
+    </message>
+    <message>
+        <source>Auto-Protection</source>
+        <translation>Automatischer Schutz</translation>
+    </message>
+    <message>
+        <source>Auto-Protection: </source>
+        <translation>Automatischer Schutz: </translation>
+    </message>
+    <message>
         <source>Available</source>
         <translation>Verfügbar</translation>
+    </message>
+    <message>
+        <source>Back up by itself, without being asked to.</source>
+        <translation>Von selbst sichern, ohne dass jemand daran denken muss.</translation>
+    </message>
+    <message>
+        <source>Back up:</source>
+        <translation>Sichern:</translation>
     </message>
     <message>
         <source>Backing up</source>
@@ -174,6 +202,10 @@
     <message>
         <source>Backing up SOURCE → TARGET</source>
         <translation>Sicherung: SOURCE → TARGET</translation>
+    </message>
+    <message>
+        <source>Backs up by itself at the times you choose.</source>
+        <translation>Sichert von selbst, zu den Zeiten, die Sie wählen.</translation>
     </message>
     <message>
         <source>Backs up the Windows side of a dual-boot disk, and puts it back.</source>
@@ -220,8 +252,28 @@ Der ältere lässt sich danach nicht mehr einzeln wiederherstellen:
 OLDER</translation>
     </message>
     <message>
+        <source>C&amp;ollect</source>
+        <translation>&amp;Sammeln</translation>
+    </message>
+    <message>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Change Sc&amp;hedule…</source>
+        <translation>&amp;Zeitplan ändern…</translation>
+    </message>
+    <message>
+        <source>Change Schedule</source>
+        <translation>Zeitplan ändern</translation>
+    </message>
+    <message>
+        <source>Change…</source>
+        <translation>Ändern…</translation>
+    </message>
+    <message>
+        <source>Check for &amp;Updates…</source>
+        <translation>Nach &amp;Aktualisierungen suchen…</translation>
     </message>
     <message>
         <source>Choose</source>
@@ -260,8 +312,40 @@ OLDER</translation>
         <translation>Wählen Sie zuerst, wo die Sicherungen aufbewahrt werden.</translation>
     </message>
     <message>
+        <source>Collect &amp;Logs…</source>
+        <translation>&amp;Protokolle sammeln…</translation>
+    </message>
+    <message>
+        <source>Collect Logs</source>
+        <translation>Protokolle sammeln</translation>
+    </message>
+    <message>
+        <source>Collect logs for finding a fault</source>
+        <translation>Protokolle für die Fehlersuche sammeln</translation>
+    </message>
+    <message>
+        <source>Collecting. This takes a few minutes.</source>
+        <translation>Wird gesammelt. Das dauert einige Minuten.</translation>
+    </message>
+    <message>
         <source>Date</source>
         <translation>Datum</translation>
+    </message>
+    <message>
+        <source>Day of the month</source>
+        <translation>Tag des Monats</translation>
+    </message>
+    <message>
+        <source>Day of the week</source>
+        <translation>Wochentag</translation>
+    </message>
+    <message>
+        <source>Disable</source>
+        <translation>Ausschalten</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>Ausgeschaltet</translation>
     </message>
     <message>
         <source>Disk not found</source>
@@ -284,8 +368,64 @@ OLDER</translation>
         <translation>Vergangen</translation>
     </message>
     <message>
+        <source>Enable</source>
+        <translation>Einschalten</translation>
+    </message>
+    <message>
+        <source>Enable Auto-Protection first.</source>
+        <translation>Schalten Sie zuerst den automatischen Schutz ein.</translation>
+    </message>
+    <message>
+        <source>Enabled</source>
+        <translation>Eingeschaltet</translation>
+    </message>
+    <message>
         <source>Error of the last backup</source>
         <translation>Fehler der letzten Sicherung</translation>
+    </message>
+    <message>
+        <source>Every DAY of the month</source>
+        <translation>Jeden DAY. des Monats</translation>
+    </message>
+    <message>
+        <source>Every day</source>
+        <translation>Jeden Tag</translation>
+    </message>
+    <message>
+        <source>Every friday</source>
+        <translation>Jeden Freitag</translation>
+    </message>
+    <message>
+        <source>Every monday</source>
+        <translation>Jeden Montag</translation>
+    </message>
+    <message>
+        <source>Every month</source>
+        <translation>Jeden Monat</translation>
+    </message>
+    <message>
+        <source>Every saturday</source>
+        <translation>Jeden Samstag</translation>
+    </message>
+    <message>
+        <source>Every sunday</source>
+        <translation>Jeden Sonntag</translation>
+    </message>
+    <message>
+        <source>Every thursday</source>
+        <translation>Jeden Donnerstag</translation>
+    </message>
+    <message>
+        <source>Every tuesday</source>
+        <translation>Jeden Dienstag</translation>
+    </message>
+    <message>
+        <source>Every wednesday</source>
+        <translation>Jeden Mittwoch</translation>
+    </message>
+    <message>
+        <source>Every week</source>
+        <translation>Jede Woche</translation>
     </message>
     <message>
         <source>ExtFS 2</source>
@@ -330,6 +470,10 @@ OLDER</translation>
     <message>
         <source>HPFS</source>
         <translation>HPFS</translation>
+    </message>
+    <message>
+        <source>How often to back up</source>
+        <translation>Wie oft gesichert wird</translation>
     </message>
     <message>
         <source>Increment</source>
@@ -382,6 +526,10 @@ OLDER</translation>
     <message>
         <source>Mi&amp;nimize</source>
         <translation>Mi&amp;nimieren</translation>
+    </message>
+    <message>
+        <source>Months without that day are skipped.</source>
+        <translation>Monate ohne diesen Tag werden übersprungen.</translation>
     </message>
     <message>
         <source>Most increments kept</source>
@@ -456,6 +604,10 @@ OLDER</translation>
         <translation>OPERATION: NUMBER %</translation>
     </message>
     <message>
+        <source>On:</source>
+        <translation>Am:</translation>
+    </message>
+    <message>
         <source>Ope&amp;n</source>
         <translation>&amp;Öffnen</translation>
     </message>
@@ -508,6 +660,18 @@ OLDER</translation>
         <translation>Wiederherstellung: SOURCE → TARGET</translation>
     </message>
     <message>
+        <source>SCHEDULE_DATE at SCHEDULE_TIME</source>
+        <translation>SCHEDULE_DATE um SCHEDULE_TIME</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>Schedule</source>
+        <translation>Zeitplan</translation>
+    </message>
+    <message>
         <source>Select</source>
         <translation>Auswählen</translation>
     </message>
@@ -530,6 +694,10 @@ OLDER</translation>
     <message>
         <source>Show Lo&amp;g</source>
         <translation>Protokoll zei&amp;gen</translation>
+    </message>
+    <message>
+        <source>Show the s&amp;tatus icon</source>
+        <translation>Statuss&amp;ymbol anzeigen</translation>
     </message>
     <message>
         <source>Size</source>
@@ -558,6 +726,10 @@ OLDER</translation>
     <message>
         <source>Success</source>
         <translation>Erfolgreich</translation>
+    </message>
+    <message>
+        <source>The archive stays on this computer until you pass it on yourself. It names disks, files and programs of yours, but holds nothing of what is in your backups.</source>
+        <translation>Das Archiv bleibt auf diesem Computer, bis Sie es selbst weitergeben. Es nennt Ihre Datenträger, Dateien und Programme, enthält aber nichts von dem, was in Ihren Sicherungen steht.</translation>
     </message>
     <message>
         <source>The backup helper is not running.</source>
@@ -652,6 +824,10 @@ OLDER</translation>
         <translation>Der Speicherort der Sicherungen ist zurzeit nicht erreichbar.</translation>
     </message>
     <message>
+        <source>The status icon is not installed.</source>
+        <translation>Das Statussymbol ist nicht installiert.</translation>
+    </message>
+    <message>
         <source>There is nothing to do.</source>
         <translation>Es ist nichts zu tun.</translation>
     </message>
@@ -666,6 +842,14 @@ OLDER</translation>
     <message>
         <source>This version of ZPK cannot open backup points.</source>
         <translation>Diese Version von ZPK kann keine Sicherungspunkte öffnen.</translation>
+    </message>
+    <message>
+        <source>Time of day</source>
+        <translation>Uhrzeit</translation>
+    </message>
+    <message>
+        <source>U&amp;ninstall ZPK…</source>
+        <translation>ZPK &amp;deinstallieren…</translation>
     </message>
     <message>
         <source>USED used, FREE free</source>
@@ -730,6 +914,22 @@ OLDER</translation>
     <message>
         <source>ZPK could not be started.</source>
         <translation>ZPK konnte nicht gestartet werden.</translation>
+    </message>
+    <message>
+        <source>ZPK is removed with the system’s package manager.</source>
+        <translation>ZPK wird mit der Paketverwaltung des Systems entfernt.</translation>
+    </message>
+    <message>
+        <source>ZPK is updated by the system’s package manager.</source>
+        <translation>ZPK wird von der Paketverwaltung des Systems aktualisiert.</translation>
+    </message>
+    <message>
+        <source>ZPK puts its own logs, those of its helper and of the system, and a list of the disks into one archive and shows you where it is. Whoever looks into a fault sees from it what has happened.</source>
+        <translation>ZPK legt seine eigenen Protokolle, die seines Helfers und die des Systems sowie eine Liste der Datenträger in ein Archiv und zeigt Ihnen, wo es liegt. Wer einem Fehler nachgeht, sieht daran, was geschehen ist.</translation>
+    </message>
+    <message>
+        <source>ZPK quits when the logs are collected.</source>
+        <translation>ZPK wird beendet, sobald die Protokolle gesammelt sind.</translation>
     </message>
     <message>
         <source>empty</source>

@@ -8,6 +8,10 @@
         <translation>&amp;אודות ZPK</translation>
     </message>
     <message>
+        <source>&amp;Auto-Protection</source>
+        <translation>הגנה &amp;אוטומטית</translation>
+    </message>
+    <message>
         <source>&amp;Back Up Anyway</source>
         <translation>&amp;גיבוי בכל זאת</translation>
     </message>
@@ -148,6 +152,10 @@
         <translation>פעולות והמקשים שלהן</translation>
     </message>
     <message>
+        <source>All days of the week</source>
+        <translation>כל ימות השבוע</translation>
+    </message>
+    <message>
         <source>An archive’s name ends in “.TYPE”. Choose a name without “.EXTENSION”.</source>
         <translation>שם של ארכיון מסתיים ב־“.TYPE”. בחרו שם בלי “.EXTENSION”.</translation>
     </message>
@@ -164,8 +172,28 @@
         <translation>לא נבחר מיקום לארכיון</translation>
     </message>
     <message>
+        <source>At:</source>
+        <translation>בשעה:</translation>
+    </message>
+    <message>
+        <source>Auto-Protection</source>
+        <translation>הגנה אוטומטית</translation>
+    </message>
+    <message>
+        <source>Auto-Protection: </source>
+        <translation>הגנה אוטומטית: </translation>
+    </message>
+    <message>
         <source>Available</source>
         <translation>פנוי</translation>
+    </message>
+    <message>
+        <source>Back up by itself, without being asked to.</source>
+        <translation>לגבות מעצמה, בלי שצריך לבקש.</translation>
+    </message>
+    <message>
+        <source>Back up:</source>
+        <translation>גיבוי:</translation>
     </message>
     <message>
         <source>Backing up</source>
@@ -174,6 +202,10 @@
     <message>
         <source>Backing up SOURCE → TARGET</source>
         <translation>גיבוי: SOURCE ← TARGET</translation>
+    </message>
+    <message>
+        <source>Backs up by itself at the times you choose.</source>
+        <translation>מגבה מעצמה במועדים שבחרת.</translation>
     </message>
     <message>
         <source>Backs up the Windows side of a dual-boot disk, and puts it back.</source>
@@ -220,8 +252,28 @@ NEWER
 OLDER</translation>
     </message>
     <message>
+        <source>C&amp;ollect</source>
+        <translation>&amp;איסוף</translation>
+    </message>
+    <message>
         <source>Cancel</source>
         <translation>ביטול</translation>
+    </message>
+    <message>
+        <source>Change Sc&amp;hedule…</source>
+        <translation>שינוי ה&amp;תזמון…</translation>
+    </message>
+    <message>
+        <source>Change Schedule</source>
+        <translation>שינוי התזמון</translation>
+    </message>
+    <message>
+        <source>Change…</source>
+        <translation>שינוי…</translation>
+    </message>
+    <message>
+        <source>Check for &amp;Updates…</source>
+        <translation>בדיקת &amp;עדכונים…</translation>
     </message>
     <message>
         <source>Choose</source>
@@ -260,8 +312,40 @@ OLDER</translation>
         <translation>בחרו תחילה היכן יישמרו הגיבויים.</translation>
     </message>
     <message>
+        <source>Collect &amp;Logs…</source>
+        <translation>איסוף &amp;יומנים…</translation>
+    </message>
+    <message>
+        <source>Collect Logs</source>
+        <translation>איסוף יומנים</translation>
+    </message>
+    <message>
+        <source>Collect logs for finding a fault</source>
+        <translation>איסוף יומנים לאיתור תקלה</translation>
+    </message>
+    <message>
+        <source>Collecting. This takes a few minutes.</source>
+        <translation>איסוף מתבצע. זה אורך כמה דקות.</translation>
+    </message>
+    <message>
         <source>Date</source>
         <translation>תאריך</translation>
+    </message>
+    <message>
+        <source>Day of the month</source>
+        <translation>היום בחודש</translation>
+    </message>
+    <message>
+        <source>Day of the week</source>
+        <translation>היום בשבוע</translation>
+    </message>
+    <message>
+        <source>Disable</source>
+        <translation>כיבוי</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>כבויה</translation>
     </message>
     <message>
         <source>Disk not found</source>
@@ -284,8 +368,64 @@ OLDER</translation>
         <translation>חלף</translation>
     </message>
     <message>
+        <source>Enable</source>
+        <translation>הפעלה</translation>
+    </message>
+    <message>
+        <source>Enable Auto-Protection first.</source>
+        <translation>יש להפעיל תחילה את ההגנה האוטומטית.</translation>
+    </message>
+    <message>
+        <source>Enabled</source>
+        <translation>פעילה</translation>
+    </message>
+    <message>
         <source>Error of the last backup</source>
         <translation>שגיאת הגיבוי האחרון</translation>
+    </message>
+    <message>
+        <source>Every DAY of the month</source>
+        <translation>בכל DAY בחודש</translation>
+    </message>
+    <message>
+        <source>Every day</source>
+        <translation>בכל יום</translation>
+    </message>
+    <message>
+        <source>Every friday</source>
+        <translation>בכל יום שישי</translation>
+    </message>
+    <message>
+        <source>Every monday</source>
+        <translation>בכל יום שני</translation>
+    </message>
+    <message>
+        <source>Every month</source>
+        <translation>בכל חודש</translation>
+    </message>
+    <message>
+        <source>Every saturday</source>
+        <translation>בכל שבת</translation>
+    </message>
+    <message>
+        <source>Every sunday</source>
+        <translation>בכל יום ראשון</translation>
+    </message>
+    <message>
+        <source>Every thursday</source>
+        <translation>בכל יום חמישי</translation>
+    </message>
+    <message>
+        <source>Every tuesday</source>
+        <translation>בכל יום שלישי</translation>
+    </message>
+    <message>
+        <source>Every wednesday</source>
+        <translation>בכל יום רביעי</translation>
+    </message>
+    <message>
+        <source>Every week</source>
+        <translation>בכל שבוע</translation>
     </message>
     <message>
         <source>ExtFS 2</source>
@@ -330,6 +470,10 @@ OLDER</translation>
     <message>
         <source>HPFS</source>
         <translation>HPFS</translation>
+    </message>
+    <message>
+        <source>How often to back up</source>
+        <translation>תדירות הגיבוי</translation>
     </message>
     <message>
         <source>Increment</source>
@@ -382,6 +526,10 @@ OLDER</translation>
     <message>
         <source>Mi&amp;nimize</source>
         <translation>מ&amp;זעור</translation>
+    </message>
+    <message>
+        <source>Months without that day are skipped.</source>
+        <translation>חודשים בלי היום הזה מדולגים.</translation>
     </message>
     <message>
         <source>Most increments kept</source>
@@ -456,6 +604,10 @@ OLDER</translation>
         <translation>OPERATION: NUMBER%</translation>
     </message>
     <message>
+        <source>On:</source>
+        <translation>ביום:</translation>
+    </message>
+    <message>
         <source>Ope&amp;n</source>
         <translation>&amp;פתיחה</translation>
     </message>
@@ -508,6 +660,18 @@ OLDER</translation>
         <translation>שחזור: SOURCE ← TARGET</translation>
     </message>
     <message>
+        <source>SCHEDULE_DATE at SCHEDULE_TIME</source>
+        <translation>SCHEDULE_DATE בשעה SCHEDULE_TIME</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>שמירה</translation>
+    </message>
+    <message>
+        <source>Schedule</source>
+        <translation>תזמון</translation>
+    </message>
+    <message>
         <source>Select</source>
         <translation>בחירה</translation>
     </message>
@@ -530,6 +694,10 @@ OLDER</translation>
     <message>
         <source>Show Lo&amp;g</source>
         <translation>&amp;הצגת היומן</translation>
+    </message>
+    <message>
+        <source>Show the s&amp;tatus icon</source>
+        <translation>הצגת &amp;סמל המצב</translation>
     </message>
     <message>
         <source>Size</source>
@@ -558,6 +726,10 @@ OLDER</translation>
     <message>
         <source>Success</source>
         <translation>הצלחה</translation>
+    </message>
+    <message>
+        <source>The archive stays on this computer until you pass it on yourself. It names disks, files and programs of yours, but holds nothing of what is in your backups.</source>
+        <translation>הארכיון נשאר במחשב הזה עד שתעבירו אותו בעצמכם. הוא מזכיר כוננים, קבצים ותוכנות שלכם, אך אין בו דבר ממה שבגיבויים.</translation>
     </message>
     <message>
         <source>The backup helper is not running.</source>
@@ -652,6 +824,10 @@ OLDER</translation>
         <translation>לא ניתן להגיע כעת אל המיקום שבו נשמרים הגיבויים.</translation>
     </message>
     <message>
+        <source>The status icon is not installed.</source>
+        <translation>סמל המצב אינו מותקן.</translation>
+    </message>
+    <message>
         <source>There is nothing to do.</source>
         <translation>אין מה לעשות.</translation>
     </message>
@@ -666,6 +842,14 @@ OLDER</translation>
     <message>
         <source>This version of ZPK cannot open backup points.</source>
         <translation>גרסה זו של ZPK אינה יכולה לפתוח נקודות גיבוי.</translation>
+    </message>
+    <message>
+        <source>Time of day</source>
+        <translation>השעה</translation>
+    </message>
+    <message>
+        <source>U&amp;ninstall ZPK…</source>
+        <translation>&amp;הסרת ZPK…</translation>
     </message>
     <message>
         <source>USED used, FREE free</source>
@@ -730,6 +914,22 @@ OLDER</translation>
     <message>
         <source>ZPK could not be started.</source>
         <translation>לא ניתן היה להפעיל את ZPK.</translation>
+    </message>
+    <message>
+        <source>ZPK is removed with the system’s package manager.</source>
+        <translation>את ZPK מסירים בעזרת מנהל החבילות של המערכת.</translation>
+    </message>
+    <message>
+        <source>ZPK is updated by the system’s package manager.</source>
+        <translation>ZPK מתעדכן בידי מנהל החבילות של המערכת.</translation>
+    </message>
+    <message>
+        <source>ZPK puts its own logs, those of its helper and of the system, and a list of the disks into one archive and shows you where it is. Whoever looks into a fault sees from it what has happened.</source>
+        <translation>ZPK אוסף לארכיון אחד את היומנים שלו, של העוזר שלו ושל המערכת ואת רשימת הכוננים, ומציג היכן הארכיון נמצא. מי שבודק תקלה רואה מתוכו מה קרה.</translation>
+    </message>
+    <message>
+        <source>ZPK quits when the logs are collected.</source>
+        <translation>ZPK ייסגר כשהיומנים ייאספו.</translation>
     </message>
     <message>
         <source>empty</source>
