@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string_view>
 
 #include "base/PropertyList.h"
@@ -145,6 +147,18 @@ TEST(JobDefinition, TheLabelIsReadFromAJobThatIsOtherwiseWrong) {
 Expected<Dictionary, JobError> read(std::string_view text) {
   const std::vector<std::uint8_t> bytes(text.begin(), text.end());
   return readJobFile(bytes);
+}
+
+// An agent that the launcher refuses would only be missed by a user who looks for its icon.
+TEST(JobFile, TheInstalledAgentCanBeLoaded) {
+  std::ifstream file(ZPK_LAUNCH_AGENTS "/com.tarnwick.zpkstatusbar.plist", std::ios::binary);
+  const auto dictionary = read(std::string(std::istreambuf_iterator<char>(file), {}));
+  ASSERT_TRUE(dictionary) << dictionary.error().reason;
+  const auto job = jobDefinition(*dictionary);
+  ASSERT_TRUE(job) << job.error().reason;
+  EXPECT_EQ(job->label, "com.tarnwick.zpkstatusbar");
+  EXPECT_TRUE(job->runAtLoad);
+  EXPECT_EQ(job->keepAlive, KeepAlive::onFailure);
 }
 
 TEST(JobFile, OnlyADictionaryIsAJob) {

@@ -53,7 +53,6 @@ class Launcher {
     UnitState service;
     UnitState timer;
 
-    // The one that tells whether the job is loaded.
     bool isLoaded() const;
     bool isEnabled() const { return service.isEnabled() || timer.isEnabled(); }
   };

@@ -18,6 +18,7 @@ import user_manager
 from launcher_checks import LAUNCHCTL, expect, expect_done, expect_refused
 from user_manager import eventually, systemctl
 
+HELPER = "/usr/libexec/zpk/zpkhelper"
 LABEL = "com.tarnwick.zpkauto"
 DISK = "a3c51d0e-7f2b-4e57-9d0a-3b1e64c0d001"
 PROGRAMS = ("helper", "launchctl", "zpkctl", "editor", "bus_policy", "make_disks")
@@ -59,7 +60,7 @@ def ask_helper(*arguments):
 
 
 def start_helper(work, log):
-    helper = subprocess.Popen(["/usr/bin/zpkhelper", "--disks", work / "disks", "--state", work / "state"], stderr=log)
+    helper = subprocess.Popen([HELPER, "--disks", work / "disks", "--state", work / "state"], stderr=log)
     eventually("the disk", lambda: "mac-with-windows.img" in ask_helper("status"))
     expect("answer", ask_helper("setBackupSource", "s", DISK).strip(), "u 0")
     expect("answer", ask_helper("setTargetPath", "s", work / "archives/Windows.rldbackup").strip(), "u 0")
@@ -152,7 +153,7 @@ def switching_off_leaves_nothing(schedule, manager, agent):
 
 def inner(work, group, options):
     user_manager.enter(work, group, {
-        "/usr/bin/zpkhelper": options.helper, "/usr/bin/zpkprobe": options.helper.parent / "zpkprobe",
+        HELPER: options.helper, "/usr/libexec/zpk/zpkprobe": options.helper.parent / "zpkprobe",
         "/usr/bin/zpkctl": options.zpkctl, LAUNCHCTL: options.launchctl,
         "/usr/libexec/zpk/schedule_editor": options.editor,
         "/usr/share/dbus-1/system.d/com.tarnwick.zpkhelper.conf": options.bus_policy})
