@@ -102,18 +102,18 @@ class Conversation {
     if (command == commandEnd || (isTransfer && length > longestRequest)) return false;
     _data.resize(isTransfer ? length : 0);
     if (command == commandWrite && !receive(_data)) return false;
-    const bool isInside = offset <= _view.size() && length <= _view.size() - offset;
-    std::uint32_t error = 0;
-    if (isTransfer && !isInside) {
-      error = errorInvalid;
-    } else if (command == commandRead) {
-      error = _view.read(offset, _data) ? 0 : errorInputOutput;
-    } else if (command == commandWrite) {
-      error = _view.write(offset, _data) ? 0 : errorInputOutput;
-    } else if (command != commandFlush) {
-      error = errorInvalid;
-    }
+    const std::uint32_t error = carryOut(command, offset, length);
     return reply(ByteSpan(head).subspan(8, 8), error) && (command != commandRead || error != 0 || send(_data));
+  }
+
+  // What the client is told; 0 is success.
+  std::uint32_t carryOut(std::uint16_t command, std::uint64_t offset, std::uint32_t length) {
+    // Everything written is in the view; its owner makes it durable.
+    if (command == commandFlush) return 0;
+    const bool isInside = offset <= _view.size() && length <= _view.size() - offset;
+    if (!isInside || (command != commandRead && command != commandWrite)) return errorInvalid;
+    const bool isDone = command == commandRead ? _view.read(offset, _data) : _view.write(offset, _data);
+    return isDone ? 0 : errorInputOutput;
   }
 
   bool reply(ByteSpan handle, std::uint32_t error) const {

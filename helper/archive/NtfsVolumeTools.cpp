@@ -12,9 +12,12 @@ namespace {
 // A resize moves data at the pace of the disk, and a volume of terabytes takes hours.
 constexpr std::chrono::hours longest{48};
 
-ArchiveResult<ToolResult> runResize(std::vector<std::string> arguments, const std::string& device,
-                                    ToolAccess access, const CancelFlag& cancel) {
-  ToolCommand command{"/usr/sbin/ntfsresize", std::move(arguments), {}, access, {}};
+enum class Device { IsRead, IsWritten };
+
+ArchiveResult<ToolResult> runResize(std::vector<std::string> arguments, const std::string& device, Device use,
+                                    const CancelFlag& cancel) {
+  ToolCommand command{"/usr/sbin/ntfsresize", std::move(arguments), {}, ToolAccess::ReadsOnly, {}};
+  if (use == Device::IsWritten) command.writable = device;
   command.arguments.push_back("--no-progress-bar");
   command.arguments.push_back(device);
   command.limits.wallClock = longest;
@@ -51,12 +54,12 @@ std::optional<std::uint64_t> numberBehind(const std::string& text, std::string_v
 }  // namespace
 
 ArchiveResult<std::uint64_t> leastVolumeSize(const std::string& device, const CancelFlag& cancel) {
-  const auto result = runResize({"--info", "--no-action"}, device, ToolAccess::ReadsOnly, cancel);
+  const auto result = runResize({"--info", "--no-action"}, device, Device::IsRead, cancel);
   if (!result) return result.error();
   if (!result->succeeded()) {
     // A volume without a free cluster has no smaller size; that is an answer, not a fault.
     const std::string said = result->output + result->errors;
-    if (said.find("volume is full") != std::string::npos || said.find("is full") != std::string::npos) {
+    if (said.find("is full") != std::string::npos) {
       if (const auto size = numberBehind(said, "Current volume size: ")) return *size;
     }
     return ArchiveError{ArchiveFault::Refused,
@@ -73,8 +76,7 @@ ArchiveResult<std::uint64_t> leastVolumeSize(const std::string& device, const Ca
 
 ArchiveResult<Done> resizeVolume(const std::string& device, std::uint64_t size, const CancelFlag& cancel) {
   // By force: nobody is there to say yes.
-  const auto result =
-      runResize({"--force", "--size", std::to_string(size)}, device, ToolAccess::ReadsAndWrites, cancel);
+  const auto result = runResize({"--force", "--size", std::to_string(size)}, device, Device::IsWritten, cancel);
   if (!result) return result.error();
   if (result->succeeded()) return Done{};
   return ArchiveError{
@@ -82,7 +84,7 @@ ArchiveResult<Done> resizeVolume(const std::string& device, std::uint64_t size, 
 }
 
 ArchiveResult<Done> checkVolume(const std::string& device, const CancelFlag& cancel) {
-  const auto result = runResize({"--info", "--no-action", "--force"}, device, ToolAccess::ReadsOnly, cancel);
+  const auto result = runResize({"--info", "--no-action", "--force"}, device, Device::IsRead, cancel);
   if (!result) return result.error();
   const std::string said = result->output + result->errors;
   if (result->succeeded() || said.find("is full") != std::string::npos) return Done{};

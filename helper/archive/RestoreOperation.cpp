@@ -119,6 +119,7 @@ class Restore {
       _request.say("Writing the partition table");
       step = writeTableEdit(_request.tableProgram, _edit, _target);
       if (step) step = _target.sync({});
+      if (step) _target.tellKernelOfTable();
     }
     return step;
   }
@@ -147,8 +148,8 @@ Expected<RestoredPoint, RestoreFailure> restorePoint(const Archive& archive, con
   ArchiveResult<RestoreTarget> target = RestoreTarget::open(request.path);
   if (!target) return RestoreFailure{target.error()};
   Restore restore(request, progress, cancel, std::move(*source), std::move(*target), std::move(*plan));
-  ArchiveResult<RestoredPoint> restored = restore.run();
-  if (restored) return std::move(*restored);
+  const ArchiveResult<RestoredPoint> restored = restore.run();
+  if (restored) return *restored;
   return RestoreFailure{restored.error(), restore.isTargetTouched()};
 }
 

@@ -129,6 +129,10 @@ ArchiveResult<Done> RestoreTarget::startWriteback(std::uint64_t offset, std::uin
   return zpk::startWriteback(_file, offset, size);
 }
 
+void RestoreTarget::tellKernelOfTable() const {
+  if (!_isImageFile) ::ioctl(descriptor(), BLKRRPART);
+}
+
 ArchiveResult<Done> RestoreTarget::sync(const CancelFlag& cancel) const {
   ArchiveResult<Done> synced = syncFile(_file, cancel);
   if (synced || synced.error().fault == ArchiveFault::Cancelled) return synced;

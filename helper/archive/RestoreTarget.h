@@ -33,6 +33,9 @@ class RestoreTarget {
   ArchiveResult<Done> writeZeros(ByteRange range) const;
   // Hands what was written so far to the device, so that little is left for `sync`.
   ArchiveResult<Done> startWriteback(std::uint64_t offset, std::uint64_t size) const;
+  // Has the kernel look at the table of a block device again. Where it cannot now, it does when the disk is
+  // attached next.
+  void tellKernelOfTable() const;
   ArchiveResult<Done> sync(const CancelFlag& cancel) const;
 
  private:

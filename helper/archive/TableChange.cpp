@@ -17,7 +17,8 @@ std::optional<GptTable> storedTable(PointDisk& source) {
 
 ArchiveResult<Done> runProgram(const std::string& program, const TableEdit& edit, const RestoreTarget& target,
                                const CancelFlag& cancel) {
-  ToolCommand command{program, argumentsOf(edit), {}, ToolAccess::ReadsAndWrites, {}};
+  // It writes through the descriptor that it is handed, and needs no right of its own for it.
+  ToolCommand command{program, argumentsOf(edit), {}, ToolAccess::ReadsOnly, {}};
   command.handed = target.descriptor();
   const auto result = runTool(command, cancel);
   if (!result) return ArchiveError{ArchiveFault::ToolFailed, result.error().text(), {}, 0, 0};

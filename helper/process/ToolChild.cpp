@@ -46,8 +46,16 @@ void keepReadCapabilityAlone() {
   ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, CAP_DAC_READ_SEARCH, 0, 0);
 }
 
-// Takes away every right to change the file system. A kernel without Landlock leaves the other fences.
-void forbidWriting() {
+void allowWriting(long ruleset, const char* path) {
+  landlock_path_beneath_attr file = {};
+  file.allowed_access = LANDLOCK_ACCESS_FS_WRITE_FILE;
+  file.parent_fd = ::open(path, O_PATH | O_CLOEXEC);
+  ::syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &file, 0);
+}
+
+// Takes away every right to change the file system but for one file. A kernel without Landlock leaves the other
+// fences.
+void forbidWriting(const char* writable) {
   landlock_ruleset_attr rules = {};
   rules.handled_access_fs = LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_REMOVE_DIR |
                             LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_CHAR |
@@ -56,10 +64,8 @@ void forbidWriting() {
                             LANDLOCK_ACCESS_FS_MAKE_BLOCK | LANDLOCK_ACCESS_FS_MAKE_SYM;
   const long ruleset = ::syscall(SYS_landlock_create_ruleset, &rules, sizeof rules, 0);
   if (ruleset < 0) return;
-  landlock_path_beneath_attr sink = {};
-  sink.allowed_access = LANDLOCK_ACCESS_FS_WRITE_FILE;
-  sink.parent_fd = ::open("/dev/null", O_PATH | O_CLOEXEC);
-  ::syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &sink, 0);
+  allowWriting(ruleset, "/dev/null");
+  if (writable != nullptr) allowWriting(ruleset, writable);
   ::syscall(SYS_landlock_restrict_self, ruleset, 0);
 }
 
@@ -87,7 +93,7 @@ void becomeTool(const ToolChildPlan& plan) {
   if (plan.access != ToolAccess::Mounts && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) fail(plan, errno);
   if (plan.access == ToolAccess::ReadsOnly) {
     keepReadCapabilityAlone();
-    forbidWriting();
+    forbidWriting(plan.writable);
   }
   char* const noEnvironment[] = {nullptr};
   ::execve(plan.executable, plan.argv, noEnvironment);

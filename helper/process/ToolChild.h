@@ -16,9 +16,10 @@ struct ToolChildPlan {
   int input = -1;
   int output = -1;
   int errors = -1;
-  int failure = -1;  // Close-on-exec pipe; an errno written here says that there was no exec.
-  int handed = -1;   // Becomes number 3 of the tool; -1: nothing does.
-  int parent = 0;    // Process id of the parent, to notice that it died before the death signal was set.
+  int failure = -1;                // Close-on-exec pipe; an errno written here says that there was no exec.
+  const char* writable = nullptr;  // The one path that may be written; null: none.
+  int handed = -1;                 // Becomes number 3 of the tool; -1: nothing does.
+  int parent = 0;  // Process id of the parent, to notice that it died before the death signal was set.
   int deathSignal = 0;
   std::uint64_t memoryBytes = 0;
   std::uint64_t cpuSeconds = 0;

@@ -38,6 +38,8 @@ struct ToolCommand {
   ToolAccess access = ToolAccess::ReadsOnly;
   ToolOutputSink sink{};  // When set, `ToolResult::output` stays empty.
   int handed = -1;        // A descriptor that the tool gets as its number 3; it stays the caller's.
+  // The one file or device that a tool which `ReadsOnly` may write all the same. It is there before the start.
+  std::string writable{};
 };
 
 enum class ToolEnd {

@@ -79,6 +79,7 @@ Expected<StartedTool, ToolStartError> startTool(const ToolCommand& command, int 
   plan.output = output->writeEnd.get();
   plan.errors = errors->writeEnd.get();
   plan.failure = failure->writeEnd.get();
+  plan.writable = command.writable.empty() ? nullptr : command.writable.c_str();
   plan.handed = command.handed;
   plan.parent = ::getpid();
   plan.deathSignal = deathSignal;

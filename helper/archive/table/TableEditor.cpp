@@ -1,7 +1,6 @@
 #include "helper/archive/table/TableEditor.h"
 
 #include <libfdisk/libfdisk.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstring>
@@ -56,11 +55,8 @@ class Editor {
       if (trouble.empty()) trouble = add(entry);
     }
     if (!trouble.empty() || !_edit.writes) return trouble;
-    if (const int answer = fdisk_write_disklabel(_context)) return reasonOf(answer, "it could not be written");
-    struct stat status = {};
-    // Where the kernel does not take it now, it does when the disk is next attached.
-    if (::fstat(disk, &status) == 0 && S_ISBLK(status.st_mode)) fdisk_reread_partition_table(_context);
-    return {};
+    const int answer = fdisk_write_disklabel(_context);
+    return answer ? reasonOf(answer, "it could not be written") : std::string();
   }
 
  private:

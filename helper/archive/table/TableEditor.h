@@ -7,7 +7,7 @@
 
 namespace zpk {
 
-// Edits the table of the disk that is open for reading and writing, and tells the kernel about the new partitions.
+// Edits the table of the disk that is open for reading and writing. The kernel is not told.
 // The error is a sentence part: "there is no free entry".
 Expected<Done, std::string> editTable(int disk, const TableEdit& edit);
 

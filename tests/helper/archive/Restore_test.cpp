@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "helper/archive/RestoreWorld.h"
+#include "helper/archive/UserWorld.h"
 
 namespace zpk {
 namespace {
@@ -250,6 +251,44 @@ TEST_F(Restore, ADamagedArchiveIsNamedAndNeverLooksRestored) {
   EXPECT_THAT(restored.error().error.path, HasSubstr("disk0.pvhd"));
   EXPECT_TRUE(restored.error().isTargetIncomplete);
   EXPECT_EQ(bytesAt(targetPath, 16 * mib, 4096), std::string(4096, '\0'));
+}
+
+TEST_F(Restore, WorksOnADeviceThatNobodyElseUses) {
+  makeMacTarget(40 * mib);
+  std::string device = test::mustRun("/usr/sbin/losetup", {"--find", "--show", targetPath});
+  device.pop_back();
+  request.path = device;
+  {
+    const FileDescriptor user(::open(device.c_str(), O_RDONLY | O_EXCL | O_CLOEXEC));
+    EXPECT_THAT(refusal(), HasSubstr("eject its volumes"));
+  }
+  TargetLayout otherSectors = request.target;
+  otherSectors.sectorSize = 4096;
+  std::swap(request.target, otherSectors);
+  EXPECT_THAT(refusal(), HasSubstr("sectors"));
+  std::swap(request.target, otherSectors);
+  const auto restored = restore();
+  EXPECT_TRUE(restored.hasValue()) << restored.error().error.text();
+  test::mustRun("/usr/sbin/losetup", {"--detach", device});
+  expectWindows({20 * mib, 56 * mib}, 1);
+  expectSoundTable();
+}
+
+TEST_F(Restore, WorksForAUserWithoutRightsOnImagesOfHisOwn) {
+  makeBootCampTarget(40 * mib);
+  test::mustRun("/bin/cp", {"-a", archiveFolder(), folder / "his.rldbackup"});
+  test::mustRun("/bin/cp", {request.tableProgram, folder / "zpktable"});
+  request.tableProgram = folder / "zpktable";
+  test::mustRun("/bin/chown", {"-R", std::to_string(test::UserWorld::nobody), folder.path()});
+  const std::string answer = test::UserWorld::withoutRights().run([this]() -> std::string {
+    const ArchiveResult<Archive> his = Archive::openForReading(folder / "his.rldbackup");
+    if (!his) return his.error().text();
+    const auto restored = restorePoint(
+        *his, request, [](std::uint64_t, std::uint64_t) {}, cancel);
+    return restored ? "good" : restored.error().error.text();
+  });
+  EXPECT_EQ(answer, "good");
+  expectWindows({16 * mib, 56 * mib}, 1);
 }
 
 }  // namespace

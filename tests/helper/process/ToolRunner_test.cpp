@@ -217,6 +217,23 @@ TEST(ToolRunner, AReadingToolChangesNoFileEvenOfItsOwnUser) {
   ::unlink(path.c_str());
 }
 
+TEST(ToolRunner, AReadingToolMayBeGivenOneFileToWrite) {
+  const std::string path = temporaryPath("its-own");
+  const std::string other = temporaryPath("not-its-own");
+  std::ofstream(path) << "before";
+  std::ofstream(other) << "content";
+  ToolCommand command = shell("echo x > " + path + "; echo x > " + other);
+  command.writable = path;
+  const ToolResult result = runAlone(command);
+  EXPECT_EQ(contentOf(path), "x\n");
+  if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >= 1) {
+    EXPECT_FALSE(result.succeeded());
+    EXPECT_EQ(contentOf(other), "content");
+  }
+  ::unlink(path.c_str());
+  ::unlink(other.c_str());
+}
+
 TEST(ToolRunner, ManyRunsLeakNoDescriptor) {
   const int before = ::open("/dev/null", O_RDONLY);
   ::close(before);
