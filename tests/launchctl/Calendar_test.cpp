@@ -17,32 +17,32 @@ std::vector<std::string> expressions(const Value& value) {
   return all;
 }
 
-std::vector<std::string> expressions(std::initializer_list<Dictionary::Entry> entries) {
+std::vector<std::string> expressionsOf(std::initializer_list<Dictionary::Entry> entries) {
   return expressions(Value(Dictionary(entries)));
 }
 
 using Lines = std::vector<std::string>;
 
 TEST(Calendar, TheThreeKindsOfTheScheduleEditor) {
-  EXPECT_EQ(expressions({{"Minute", 30}, {"Hour", 9}}), Lines{"*-*-* 09:30:00"});
-  EXPECT_EQ(expressions({{"Minute", 0}, {"Hour", 12}, {"Weekday", 3}}), Lines{"Wed *-*-* 12:00:00"});
-  EXPECT_EQ(expressions({{"Minute", 59}, {"Hour", 23}, {"Day", 31}}), Lines{"*-*-31 23:59:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 30}, {"Hour", 9}}), Lines{"*-*-* 09:30:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 0}, {"Hour", 12}, {"Weekday", 3}}), Lines{"Wed *-*-* 12:00:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 59}, {"Hour", 23}, {"Day", 31}}), Lines{"*-*-31 23:59:00"});
 }
 
 TEST(Calendar, SundayIsBothZeroAndSeven) {
-  EXPECT_EQ(expressions({{"Minute", 0}, {"Hour", 1}, {"Weekday", 0}}), Lines{"Sun *-*-* 01:00:00"});
-  EXPECT_EQ(expressions({{"Minute", 0}, {"Hour", 1}, {"Weekday", 7}}), Lines{"Sun *-*-* 01:00:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 0}, {"Hour", 1}, {"Weekday", 0}}), Lines{"Sun *-*-* 01:00:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 0}, {"Hour", 1}, {"Weekday", 7}}), Lines{"Sun *-*-* 01:00:00"});
 }
 
 TEST(Calendar, WhatIsNotThereIsAny) {
-  EXPECT_EQ(expressions({{"Minute", 5}}), Lines{"*-*-* *:05:00"});
-  EXPECT_EQ(expressions({{"Hour", 5}}), Lines{"*-*-* 05:*:00"});
-  EXPECT_EQ(expressions({{"Month", 2}, {"Day", 29}}), Lines{"*-02-29 *:*:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 5}}), Lines{"*-*-* *:05:00"});
+  EXPECT_EQ(expressionsOf({{"Hour", 5}}), Lines{"*-*-* 05:*:00"});
+  EXPECT_EQ(expressionsOf({{"Month", 2}, {"Day", 29}}), Lines{"*-02-29 *:*:00"});
   EXPECT_EQ(expressions(Value(Dictionary())), Lines{"*-*-* *:*:00"});
 }
 
 TEST(Calendar, ADayAndAWeekdayAreEitherOfThem) {
-  EXPECT_EQ(expressions({{"Minute", 0}, {"Hour", 8}, {"Day", 13}, {"Weekday", 5}, {"Month", 12}}),
+  EXPECT_EQ(expressionsOf({{"Minute", 0}, {"Hour", 8}, {"Day", 13}, {"Weekday", 5}, {"Month", 12}}),
             (Lines{"*-12-13 08:00:00", "Fri *-12-* 08:00:00"}));
 }
 
@@ -53,17 +53,17 @@ TEST(Calendar, AnArrayIsEachOfItsEntries) {
 }
 
 TEST(Calendar, AWholeRealIsANumber) {
-  EXPECT_EQ(expressions({{"Minute", 5.0}, {"Hour", std::uint64_t{7}}}), Lines{"*-*-* 07:05:00"});
+  EXPECT_EQ(expressionsOf({{"Minute", 5.0}, {"Hour", std::uint64_t{7}}}), Lines{"*-*-* 07:05:00"});
 }
 
 TEST(Calendar, WhatNoClockEverShowsIsRefused) {
-  EXPECT_EQ(expressions({{"Minute", 75}}), Lines{"Minute of StartCalendarInterval is not between 0 and 59: 75"});
-  EXPECT_EQ(expressions({{"Hour", 24}}), Lines{"Hour of StartCalendarInterval is not between 0 and 23: 24"});
-  EXPECT_EQ(expressions({{"Hour", -1}}), Lines{"Hour of StartCalendarInterval is not between 0 and 23: -1"});
-  EXPECT_EQ(expressions({{"Day", 0}}), Lines{"Day of StartCalendarInterval is not between 1 and 31: 0"});
-  EXPECT_EQ(expressions({{"Weekday", 8}}), Lines{"Weekday of StartCalendarInterval is not between 0 and 7: 8"});
-  EXPECT_EQ(expressions({{"Month", 13}}), Lines{"Month of StartCalendarInterval is not between 1 and 12: 13"});
-  EXPECT_EQ(expressions({{"Month", 2}, {"Day", 30}}), Lines{"month 2 never has a day 30"});
+  EXPECT_EQ(expressionsOf({{"Minute", 75}}), Lines{"Minute of StartCalendarInterval is not between 0 and 59: 75"});
+  EXPECT_EQ(expressionsOf({{"Hour", 24}}), Lines{"Hour of StartCalendarInterval is not between 0 and 23: 24"});
+  EXPECT_EQ(expressionsOf({{"Hour", -1}}), Lines{"Hour of StartCalendarInterval is not between 0 and 23: -1"});
+  EXPECT_EQ(expressionsOf({{"Day", 0}}), Lines{"Day of StartCalendarInterval is not between 1 and 31: 0"});
+  EXPECT_EQ(expressionsOf({{"Weekday", 8}}), Lines{"Weekday of StartCalendarInterval is not between 0 and 7: 8"});
+  EXPECT_EQ(expressionsOf({{"Month", 13}}), Lines{"Month of StartCalendarInterval is not between 1 and 12: 13"});
+  EXPECT_EQ(expressionsOf({{"Month", 2}, {"Day", 30}}), Lines{"month 2 never has a day 30"});
 }
 
 TEST(Calendar, NumbersBeyondEveryRangeAreRefused) {
@@ -76,20 +76,20 @@ TEST(Calendar, NumbersBeyondEveryRangeAreRefused) {
 TEST(Calendar, WhatIsNoWholeNumberIsRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const Value& value : {Value("5"), Value(5.5), Value(nan), Value(true), Value(Array{5}), Value(Date{5})}) {
-    EXPECT_EQ(expressions({{"Hour", value}}), Lines{"Hour of StartCalendarInterval is not a whole number"});
+    EXPECT_EQ(expressionsOf({{"Hour", value}}), Lines{"Hour of StartCalendarInterval is not a whole number"});
   }
 }
 
 TEST(Calendar, UnknownKeysAreRefused) {
-  EXPECT_EQ(expressions({{"Second", 5}}), Lines{"StartCalendarInterval has a key that is not known: Second"});
-  EXPECT_EQ(expressions({{"WeekDay", 3}}), Lines{"StartCalendarInterval has a key that is not known: WeekDay"});
+  EXPECT_EQ(expressionsOf({{"Second", 5}}), Lines{"StartCalendarInterval has a key that is not known: Second"});
+  EXPECT_EQ(expressionsOf({{"WeekDay", 3}}), Lines{"StartCalendarInterval has a key that is not known: WeekDay"});
 }
 
 TEST(Calendar, OtherKindsOfValuesAreRefused) {
   EXPECT_EQ(expressions(Value(Array())), Lines{"StartCalendarInterval is empty"});
   const Lines neither = {"StartCalendarInterval is neither a dictionary nor an array of them"};
   EXPECT_EQ(expressions(Value("daily")), neither);
-  EXPECT_EQ(expressions(Value(Array{Array{}})), neither);
+  EXPECT_EQ(expressions(Value(Array(1, Value(Array())))), neither);
   EXPECT_EQ(expressions(Value(Array(1'001, Value(Dictionary())))),
             Lines{"StartCalendarInterval has too many entries"});
 }
