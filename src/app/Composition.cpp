@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "helperlink/ZPKDaemon.h"
@@ -20,6 +21,12 @@ constexpr Seconds kLongestWaitForPaint{1.0};
 Date timeOfDay() {
   const std::chrono::duration<double> sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
   return Date{sinceEpoch.count()};
+}
+
+// Of this login; empty without one.
+std::string runtimeFolder() {
+  const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+  return folder ? folder : "";
 }
 
 }  // namespace
@@ -51,8 +58,10 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
       _scheduleTimes(DateStyle::none, DateStyle::brief),
       _images(_fileManager),
       _transport({.loop = _runLoop, .watcher = _runLoop, .log = _log, .classes = recordClasses(), .bus = bus}),
+      _virtualDisks({_runLoop, _runLoop, paths.virtualDisks, runtimeFolder()}),
       _launchctl(_tasks, paths.launcher),
-      _mainQueue(_runLoop) {
+      _mainQueue(_runLoop),
+      _mounter(mounterEnvironment()) {
   setToolkitLanguage(_localization.language());
   ZPKDaemon::setSharedEnvironment(daemonEnvironment());
   // They hear of the launch in this order: the delegate shows what the schedule's editor then reads.
@@ -64,7 +73,7 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
   _controller = std::make_shared<ZPKUIDaemonController>(
       ZPKDaemonControllerEnvironment{_transport, _notificationCenter, _runLoop},
       ZPKUIDaemonControllerEnvironment{_localization, _fileManager, _workspace, _images, _backupDates, _log, _tasks,
-                                       paths.launcher, paths.statusBarAgent});
+                                       paths.launcher, paths.statusBarAgent, &_mounter});
   _controller->awakeFromNib();
   _watch = std::make_unique<OperationWatch>(_controller, _runLoop, timeOfDay);
   _window = std::make_unique<MainWindow>(_controller, windowSurroundings(paths));
@@ -72,6 +81,8 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
 
 Composition::~Composition() {
   _application.setDelegate(nullptr);
+  // Volumes that are waited for are not waited for any more.
+  _sleep.end();
 }
 
 ZPKDaemonEnvironment Composition::daemonEnvironment() {
@@ -123,6 +134,17 @@ MainWindow::Surroundings Composition::windowSurroundings(const InstalledPaths& p
                         .uninstaller = _fileManager.fileExists(paths.uninstaller),
                         .statusBarAgent = _fileManager.fileExists(paths.statusBarAgent)},
           .terminate = [this] { terminate(); }};
+}
+
+BackupPointMounterEnvironment Composition::mounterEnvironment() {
+  return {.driver = _virtualDisks,
+          .fileManager = _fileManager,
+          .log = _log,
+          .backgroundQueue = _backgroundQueue,
+          .volumes = {.mountTable = _mountTable,
+                      .workspace = _workspace,
+                      .mainQueue = _mainQueue,
+                      .sleep = [this](Seconds duration) { return _sleep.sleep(duration); }}};
 }
 
 void Composition::run() {

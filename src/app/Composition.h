@@ -11,8 +11,12 @@
 #include "interface/MainWindow.h"
 #include "mainwindow/OperationWatch.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "mount/BackupPointMounter.h"
 #include "platform/linux/InstalledPaths.h"
+#include "platform/linux/MountTable_linux.h"
 #include "platform/linux/link/DBusLinkTransport.h"
+#include "platform/linux/virtualdisk/LinuxVirtualDiskDriver.h"
+#include "platform/posix/EndableSleep.h"
 #include "platform/posix/FileManager_posix.h"
 #include "platform/posix/Log_posix.h"
 #include "platform/posix/TaskRunner_posix.h"
@@ -68,6 +72,7 @@ class Composition {
   ZPKAppDelegateEnvironment delegateEnvironment(const InstalledPaths& paths);
   LogCollectionEnvironment logCollectionEnvironment();
   MainWindow::Surroundings windowSurroundings(const InstalledPaths& paths);
+  BackupPointMounterEnvironment mounterEnvironment();
 
   // In the order in which each needs the ones before it.
   PosixLog _log;
@@ -83,10 +88,15 @@ class Composition {
   QtWorkspace _workspace;
   QtImageLoader _images;
   DBusLinkTransport _transport;
+  LinuxMountTable _mountTable;
+  LinuxVirtualDiskDriver _virtualDisks;
   TMBLaunchctlManager _launchctl;
   MainQueue _mainQueue;
+  // Of work in the background.
+  EndableSleep _sleep;
   // Ends only when its work is done, which uses what is above: the main queue at last.
   BackgroundQueue _backgroundQueue;
+  BackupPointMounter _mounter;
   QtApplication _application;
   std::unique_ptr<ZPKSchedulerViewController> _scheduler;
   std::unique_ptr<ZPKAppDelegate> _delegate;

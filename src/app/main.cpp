@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QLocale>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <variant>
 #include <vector>
@@ -14,6 +15,13 @@ namespace {
 
 constexpr int kUsageMistake = 2;
 
+// Whoever runs the program from where it was built has its helper tool beside it.
+void findVirtualDisks(zpk::InstalledPaths& paths) {
+  std::error_code error;
+  const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+  if (!error && std::filesystem::exists(folder / "qrx-helper", error)) paths.virtualDisks = folder.string();
+}
+
 int runWindow(const zpk::RunWindow& options, int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("ZPK"));
@@ -21,6 +29,7 @@ int runWindow(const zpk::RunWindow& options, int argc, char** argv) {
   // Dates are in the user's own way of writing unless a language was asked for.
   if (options.language) QLocale::setDefault(QLocale(QString::fromStdString(*options.language)));
   zpk::InstalledPaths paths;
+  findVirtualDisks(paths);
   if (options.launcher) paths.launcher = *options.launcher;
   zpk::Composition program(
       {.which = options.sessionBus ? zpk::WhichBus::session : zpk::WhichBus::system, .address = {}},

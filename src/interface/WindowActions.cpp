@@ -127,6 +127,7 @@ void WindowActions::connectCommands() {
   on(restore, [this] { _controller.restore(); });
   on(merge, [this] { _controller.mergeArvhiveAction(); });
   on(pin, [this] { togglePin(); });
+  on(open, [this] { _controller.mountArcItem(); });
 }
 
 void WindowActions::connectApplicationCommands() {

@@ -17,6 +17,7 @@ PROGRAMS = {
     "usr/bin/zpk",
     "usr/bin/zpkctl",
     "usr/libexec/zpk/launchctl",
+    "usr/libexec/zpk/qrx-helper",
     "usr/libexec/zpk/zpkhelper",
     "usr/libexec/zpk/zpkprobe",
     "usr/libexec/zpk/zpkstatusbar",

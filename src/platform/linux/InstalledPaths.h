@@ -11,6 +11,8 @@ struct InstalledPaths {
   std::string launcher = "/usr/libexec/zpk/launchctl";
   // The label of its job is the file's name without extension.
   std::string statusBarAgent = "/usr/share/zpk/LaunchAgents/com.tarnwick.zpkstatusbar.plist";
+  // The folder of the program that shows the files of a backup point, "qrx-helper".
+  std::string virtualDisks = "/usr/libexec/zpk";
   // Programs of their own; where the system's package manager does their work, they are not there.
   std::string updater = "/usr/libexec/zpk/zpk-updater";
   std::string uninstaller = "/usr/libexec/zpk/zpk-uninstall";
