@@ -81,7 +81,7 @@ void WindowActions::addWindowActions() {
   raise = add("raiseAction", localizedText(l, "&Main Window"), key(Qt::CTRL | Qt::Key_0));
   shortcuts = add("shortcutsAction", localizedText(l, "&Keyboard Shortcuts"),
                   standardOr(QKeySequence::HelpContents, QKeyCombination(Qt::Key_F1)));
-  collectLogs = add("collectLogsAction", localizedText(l, "Collect &Logs…"));
+  collectLogs = add("collectLogsAction", localizedText(l, "Collect &Logs…"), key(Qt::CTRL | Qt::SHIFT | Qt::Key_L));
 }
 
 QAction* WindowActions::add(const char* name, const QString& text, const QList<QKeySequence>& keys) {

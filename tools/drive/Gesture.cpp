@@ -56,7 +56,8 @@ bool tabOn(QWidget& widget) {
 
 void activate(QWidget& widget) {
   QWidget* window = widget.window();
-  if (window->isActiveWindow()) return;
+  // One that has come up over another has its keys and clicks without being the active one.
+  if (window->isActiveWindow() || window == QApplication::activePopupWidget()) return;
   window->activateWindow();
   if (!QTest::qWaitForWindowActive(window)) throw DriveFailed(nameOf(*window) + QStringLiteral(" stays inactive"));
 }

@@ -6,10 +6,12 @@
 class QAbstractButton;
 class QAbstractItemView;
 class QAction;
+class QComboBox;
 class QDialog;
 class QLineEdit;
 class QModelIndex;
 class QSlider;
+class QTimeEdit;
 class QWidget;
 
 namespace zpk {
@@ -36,6 +38,10 @@ class Hands {
   virtual void selectRow(QAbstractItemView& list, int row) = 0;
   // The check box at `box`, in a row that is not otherwise changed.
   virtual void tick(QAbstractItemView& list, const QModelIndex& box) = 0;
+  // Chooses a row of a list that opens from its control.
+  virtual void choose(QComboBox& list, int row) = 0;
+  // The four figures of hour and minute.
+  virtual void type(QTimeEdit& picker, const QString& figures) = 0;
   // Makes `text` the whole text of the field.
   virtual void type(QLineEdit& field, const QString& text) = 0;
   // Ends the typing: with the keys, or by turning to another control.

@@ -3,10 +3,12 @@
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QAction>
+#include <QComboBox>
 #include <QDialog>
 #include <QKeySequence>
 #include <QLineEdit>
 #include <QSlider>
+#include <QTimeEdit>
 #include <QWidget>
 
 #include "tools/drive/DriveFailed.h"
@@ -53,6 +55,20 @@ void KeyboardHands::selectRow(QAbstractItemView& list, int row) {
 void KeyboardHands::tick(QAbstractItemView& list, const QModelIndex& box) {
   selectRow(list, box.row());
   gesture::key(list, Qt::Key_Space);
+}
+
+void KeyboardHands::choose(QComboBox& list, int row) {
+  gesture::tabTo(list);
+  gesture::key(list, Qt::Key_Home);
+  for (int down = 0; down < row; ++down) gesture::key(list, Qt::Key_Down);
+}
+
+void KeyboardHands::type(QTimeEdit& picker, const QString& figures) {
+  gesture::tabTo(picker);
+  // What was stepped is selected, and typed over.
+  gesture::key(picker, Qt::Key_Home);
+  gesture::key(picker, Qt::Key_Up);
+  gesture::text(picker, figures);
 }
 
 void KeyboardHands::type(QLineEdit& field, const QString& text) {

@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialog>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -15,6 +16,7 @@
 #include <QStyleOptionButton>
 #include <QStyleOptionSlider>
 #include <QStyleOptionViewItem>
+#include <QTimeEdit>
 
 #include "tools/drive/DriveFailed.h"
 #include "tools/drive/Gesture.h"
@@ -87,6 +89,23 @@ void MouseHands::selectRow(QAbstractItemView& list, int row) {
 void MouseHands::tick(QAbstractItemView& list, const QModelIndex& box) {
   list.scrollTo(box);
   gesture::click(*list.viewport(), boxOf(list, box));
+}
+
+void MouseHands::choose(QComboBox& list, int row) {
+  gesture::click(list);
+  QAbstractItemView& rows = *list.view();
+  if (!rows.isVisible()) throw DriveFailed("the list does not open");
+  const QModelIndex index = list.model()->index(row, 0);
+  rows.scrollTo(index);
+  gesture::click(*rows.viewport(), rows.visualRect(index));
+}
+
+void MouseHands::type(QTimeEdit& picker, const QString& figures) {
+  gesture::click(picker);
+  // What was stepped is selected, and typed over.
+  gesture::key(picker, Qt::Key_Home);
+  gesture::key(picker, Qt::Key_Up);
+  gesture::text(picker, figures);
 }
 
 void MouseHands::type(QLineEdit& field, const QString& text) {

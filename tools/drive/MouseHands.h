@@ -12,6 +12,8 @@ class MouseHands final : public Hands {
   void command(QAction& action) override;
   void selectRow(QAbstractItemView& list, int row) override;
   void tick(QAbstractItemView& list, const QModelIndex& box) override;
+  void choose(QComboBox& list, int row) override;
+  void type(QTimeEdit& picker, const QString& figures) override;
   void type(QLineEdit& field, const QString& text) override;
   void finish(QLineEdit& field, QWidget& elsewhere) override;
   void slideDown(QSlider& slider) override;

@@ -24,6 +24,11 @@ QString pinPoint(Stage& stage);
 QString unpinPoint(Stage& stage);
 QString mergePoint(Stage& stage);
 
+// The schedule, and the collection of logs (ApplicationSteps.cpp).
+QString enableAutoProtection(Stage& stage);
+QString changeSchedule(Stage& stage);
+QString collectLogs(Stage& stage);
+
 // The way to a restore (RestoreSteps.cpp).
 QString chooseRestoreSize(Stage& stage);
 QString meetFullDisk(Stage& stage);

@@ -1,5 +1,6 @@
 #include "tools/drive/WindowDriver.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QLabel>
 #include <QPainter>
@@ -70,7 +71,10 @@ void WindowDriver::takePicture(const QString& name) {
   // What just changed is laid out first.
   _program.runLoop().runFor(kLook);
   QPixmap picture = _program.window().grab();
-  if (QDialog* shown = sheet()) {
+  if (QWidget* popup = QApplication::activePopupWidget()) {
+    QPainter painter(&picture);
+    painter.drawPixmap(_program.window().mapFromGlobal(popup->pos()), popup->grab());
+  } else if (QDialog* shown = sheet()) {
     const QRect window(QPoint(), _program.window().size());
     QRect place(QPoint(), shown->size());
     place.moveCenter(window.center());

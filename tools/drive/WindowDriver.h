@@ -37,7 +37,7 @@ class WindowDriver {
   // The text of the error sheet; empty when it is not shown.
   QString shownError() const;
 
-  // Saves a picture of the window, with its sheet over it.
+  // Saves a picture of the window, with its popover or its sheet over it.
   void takePicture(const QString& name);
   const QStringList& pictures() const { return _taken; }
 

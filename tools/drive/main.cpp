@@ -1,6 +1,8 @@
 // Takes a tour of the program through its own window, and says how it went.
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <cstdio>
 
 #include "app/Composition.h"
@@ -20,21 +22,30 @@ void print(const BackupFigures& figures, const QString& archive, const QStringLi
   for (const QString& picture : pictures) std::printf("picture   %s\n", qUtf8Printable(picture));
 }
 
-int run(const DriveOptions& options) {
+// A home of its own beside the pictures, with no job launcher in it: the schedule of whoever takes the tour stays
+// as it is.
+InstalledPaths ownPaths(const DriveOptions& options) {
+  const QString home = QDir::cleanPath(options.pictures + QStringLiteral("/../home"));
+  if (!QDir().mkpath(home)) throw DriveFailed(QStringLiteral("cannot make the folder ") + home);
+  qputenv("HOME", QFile::encodeName(home));
+  InstalledPaths paths;
+  paths.launcher = QDir(home).filePath(QStringLiteral("launchctl")).toStdString();
+  return paths;
+}
+
+int run(const DriveOptions& options) try {
   // In English whatever the desktop speaks: what is shown is compared with what is expected.
   Composition program({.which = options.systemBus ? WhichBus::system : WhichBus::session, .address = {}},
-                      {QStringLiteral("en")});
-  try {
-    WindowDriver window(program, options.pictures);
-    const auto hands = Hands::make(options.input);
-    Stage stage{program, window, *hands, options.archive};
-    takeTour(options.wholeTour ? wholeTour() : backupTour(), stage);
-    print(stage.figures, options.archive, window.pictures());
-    return 0;
-  } catch (const DriveFailed& failure) {
-    std::fprintf(stderr, "zpk-drive: %s\n", failure.what());
-    return 1;
-  }
+                      {QStringLiteral("en")}, ownPaths(options));
+  WindowDriver window(program, options.pictures);
+  const auto hands = Hands::make(options.input);
+  Stage stage{program, window, *hands, options.archive};
+  takeTour(options.wholeTour ? wholeTour() : backupTour(), stage);
+  print(stage.figures, options.archive, window.pictures());
+  return 0;
+} catch (const DriveFailed& failure) {
+  std::fprintf(stderr, "zpk-drive: %s\n", failure.what());
+  return 1;
 }
 
 }  // namespace
