@@ -48,6 +48,8 @@ class FileManager {
   virtual Expected<Done, FileError> createDirectories(std::string_view path) = 0;
   // Copies a plain file to a path where nothing is yet.
   virtual Expected<Done, FileError> copyFile(std::string_view from, std::string_view to) = 0;
+  // Takes a file away, or a symbolic link without what it leads to; an error when nothing is there, or a folder is.
+  virtual Expected<Done, FileError> removeFile(std::string_view path) = 0;
   // Nothing when the query fails.
   virtual std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const = 0;
   // The user's home folder: what the environment says, else what the system's account says; "/" when neither says

@@ -12,12 +12,8 @@ constexpr std::string_view kEmptyArchive{"PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0
 // "Could not open a specified file to read": what could be read is in the archive.
 constexpr std::int32_t kSomeFilesUnread = 18;
 
-// A folder that cannot be made is found out when something is made in it.
-void makeIntermediateFolders(const std::string& path, FileManager& files) {
-  for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-    const std::string folder = path.substr(0, slash);
-    if (!files.fileExists(folder)) static_cast<void>(files.createDirectory(folder));
-  }
+Bytes emptyArchive() {
+  return {kEmptyArchive.begin(), kEmptyArchive.end()};
 }
 
 bool isArchived(const TaskResult& result) {
@@ -28,8 +24,7 @@ Expected<TaskResult, TaskError> runArchiver(const std::string& archive, const st
                                             const LogCollectionEnvironment& environment) {
   // The archiver follows a link that another user put where the archive is to be, and makes archives that everybody
   // may read. One that is there already, empty and the caller's alone, it fills and leaves the caller's alone.
-  const Bytes empty(kEmptyArchive.begin(), kEmptyArchive.end());
-  if (const auto placed = environment.fileManager.saveFile(archive, empty); !placed) {
+  if (const auto placed = environment.fileManager.saveFile(archive, emptyArchive()); !placed) {
     return TaskError{placed.error().reason};
   }
   TaskDescription task;
@@ -40,6 +35,12 @@ Expected<TaskResult, TaskError> runArchiver(const std::string& archive, const st
   task.standardOutputPath = kNullDevice;
   task.standardErrorPath = kNullDevice;
   return environment.tasks.run(task);
+}
+
+// Of an archiver that failed: what was put in the archive's place for it goes, what it wrote itself stays.
+void removeEmptyArchive(const std::string& archive, FileManager& files) {
+  const auto content = files.contentsOfFile(archive, kEmptyArchive.size());
+  if (content && *content == emptyArchive()) static_cast<void>(files.removeFile(archive));
 }
 
 // As the line in the log numbers them.
@@ -57,7 +58,8 @@ int numberOf(TaskResult::Reason reason) {
 
 std::optional<std::string> makeLogFolder(const std::string& base, const LogCollectionEnvironment& environment) {
   const std::string stamped = base + "_" + environment.timeStamp();
-  makeIntermediateFolders(stamped, environment.fileManager);
+  // A folder that cannot be made is found out when something is made in it.
+  static_cast<void>(environment.fileManager.createDirectories(parentFolder(stamped)));
   std::string candidate = stamped;
   for (int name = 1; name <= kMostNames; ++name) {
     // Making it is how the name is found free: between a look and a step after it, another user could put a folder
@@ -75,8 +77,9 @@ std::optional<std::string> zipLogFolder(const std::string& folder, const LogColl
   const std::int32_t status = result ? result->status : 0;
   environment.log.line("launched = " + std::to_string(result ? 1 : 0) + ", reason = " + std::to_string(reason) +
                        ", status = " + std::to_string(status));
-  if (!result || !isArchived(*result)) return std::nullopt;
-  return archive;
+  if (result && isArchived(*result)) return archive;
+  removeEmptyArchive(archive, environment.fileManager);
+  return std::nullopt;
 }
 
 }  // namespace zpk

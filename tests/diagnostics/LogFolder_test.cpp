@@ -129,6 +129,27 @@ TEST(ZipLogFolder, TheArchiversPlaceIsTakenBeforeItRuns) {
   EXPECT_EQ(world.tasks.tasks().size(), 1U);
 }
 
+TEST(ZipLogFolder, AnArchiverThatFailedLeavesNoEmptyArchive) {
+  DiagnosticsWorld missing([](const TaskDescription&) { return TaskError{"No such file or directory"}; });
+  EXPECT_EQ(zipLogFolder("/tmp/out", missing.environment), std::nullopt);
+  EXPECT_FALSE(missing.files.fileExists("/tmp/out.zip"));
+
+  DiagnosticsWorld failing([](const TaskDescription&) { return TaskResult{TaskResult::Reason::exit, 15, {}, {}}; });
+  EXPECT_EQ(zipLogFolder("/tmp/out", failing.environment), std::nullopt);
+  EXPECT_FALSE(failing.files.fileExists("/tmp/out.zip"));
+}
+
+TEST(ZipLogFolder, WhatAnArchiverThatFailedWroteItselfStays) {
+  DiagnosticsWorld* there = nullptr;
+  DiagnosticsWorld world([&](const TaskDescription&) {
+    there->files.add("/tmp/out.zip", "half an archive of no less than one");
+    return TaskResult{TaskResult::Reason::uncaughtSignal, 9, {}, {}};
+  });
+  there = &world;
+  EXPECT_EQ(zipLogFolder("/tmp/out", world.environment), std::nullopt);
+  EXPECT_EQ(world.files.content("/tmp/out.zip"), "half an archive of no less than one");
+}
+
 TEST(ZipLogFolder, WhereItsPlaceCannotBeHadTheArchiverIsNotRun) {
   DiagnosticsWorld world;
   world.files.failAt("/tmp/out.zip", "Operation not permitted");

@@ -113,6 +113,16 @@ class MemoryFileManager final : public FileManager {
     return Done{};
   }
 
+  Expected<Done, FileError> removeFile(std::string_view path) override {
+    const std::lock_guard lock(_mutex);
+    if (const auto failure = failureAt(path)) return *failure;
+    if (_folders.contains(path)) return error(path, "Is a directory");
+    const auto file = _files.find(path);
+    if (file == _files.end()) return error(path, kMissing);
+    _files.erase(file);
+    return Done{};
+  }
+
   std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override {
     const std::lock_guard lock(_mutex);
     const auto space = _spaces.find(path);

@@ -202,6 +202,13 @@ Expected<Done, FileError> PosixFileManager::copyFile(std::string_view from, std:
   return Done{};
 }
 
+Expected<Done, FileError> PosixFileManager::removeFile(std::string_view path) {
+  const std::optional<std::string> name = systemPath(path);
+  if (!name) return badPath(path);
+  if (::unlink(name->c_str()) == -1) return fileError(path);
+  return Done{};
+}
+
 std::optional<FileSystemSpace> PosixFileManager::fileSystemSpace(std::string_view path) const {
   const std::optional<std::string> name = systemPath(path);
   struct statvfs facts {};

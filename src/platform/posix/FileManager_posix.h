@@ -19,6 +19,7 @@ class PosixFileManager final : public FileManager {
   // The copy has the permissions of the original, cut by the umask, and is as long as the original was when copying
   // began: a log may grow as fast as it is read. A copy that fails halfway is removed.
   Expected<Done, FileError> copyFile(std::string_view from, std::string_view to) override;
+  Expected<Done, FileError> removeFile(std::string_view path) override;
   std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override;
   // HOME when it is an absolute path, else the password entry's folder.
   std::string homeDirectory() const override;

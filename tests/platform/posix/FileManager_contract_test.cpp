@@ -126,6 +126,16 @@ TYPED_TEST(FileManagerContract, CopiesPlainFilesToWhereNothingIs) {
   EXPECT_FALSE(this->files.fileExists(this->path("d")));
 }
 
+TYPED_TEST(FileManagerContract, AFileIsTakenAwayOnceAndAFolderNever) {
+  ASSERT_TRUE(this->files.saveFile(this->path("a"), {}));
+  ASSERT_TRUE(this->files.createDirectory(this->path("folder")));
+  EXPECT_TRUE(this->files.removeFile(this->path("a")));
+  EXPECT_FALSE(this->files.fileExists(this->path("a")));
+  EXPECT_EQ(this->reason(this->files.removeFile(this->path("a"))), "No such file or directory");
+  EXPECT_EQ(this->reason(this->files.removeFile(this->path("folder"))), "Is a directory");
+  EXPECT_TRUE(this->files.fileExists(this->path("folder")));
+}
+
 TYPED_TEST(FileManagerContract, TellsNoSpaceOfWhatIsNotThere) {
   EXPECT_FALSE(this->files.fileSystemSpace(this->path("missing")));
 }
