@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,6 +24,9 @@ struct TaskDescription {
   // Where output goes instead of into the result: a file made or emptied for it. Empty: into the result.
   std::string standardOutputPath;
   std::string standardErrorPath;
+  // Bytes of each stream that the result keeps. What comes after them is read, so that the program need not wait
+  // for its reader, and dropped: who must know whether there was more asks for one byte more than he takes.
+  std::size_t outputLimit = std::numeric_limits<std::size_t>::max();
 };
 
 struct TaskResult {

@@ -6,6 +6,8 @@ namespace zpk {
 namespace {
 
 const std::string kNullDevice = "/dev/null";
+// What is told of one job is a few kilobytes.
+constexpr std::size_t kLongestInfo = std::size_t{1} << 20;
 
 }  // namespace
 
@@ -15,7 +17,7 @@ bool TMBLaunchctlManager::isJobEnabled(const std::string& label) const {
 
 std::optional<Dictionary> TMBLaunchctlManager::infoForJobWithLabel(const std::string& label) const {
   const std::optional<Bytes> output = runLaunchctl({"list", "-x", label}, Output::captured);
-  if (!output) return std::nullopt;
+  if (!output || output->size() > kLongestInfo) return std::nullopt;
   const auto info = readPropertyList(*output);
   if (!info || !info->isDictionary()) return std::nullopt;
   return *info->dictionary();
@@ -34,6 +36,7 @@ std::optional<Bytes> TMBLaunchctlManager::runLaunchctl(std::vector<std::string> 
   task.launchPath = _tool;
   task.arguments = std::move(arguments);
   task.standardErrorPath = kNullDevice;
+  task.outputLimit = kLongestInfo + 1;
   if (output == Output::dropped) task.standardOutputPath = kNullDevice;
   auto result = _tasks.run(task);
   if (!result || result->reason != TaskResult::Reason::exit || result->status != 0) return std::nullopt;

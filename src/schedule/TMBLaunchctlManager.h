@@ -22,7 +22,8 @@ class TMBLaunchctlManager {
 
   // Whether the launcher lists a job of that label in the user's domain.
   bool isJobEnabled(const std::string& label) const;
-  // What the launcher tells of the job; nothing when the run failed or what it printed is no dictionary.
+  // What the launcher tells of the job; nothing when the run failed, or what it printed is no dictionary or longer
+  // than a mebibyte.
   std::optional<Dictionary> infoForJobWithLabel(const std::string& label) const;
   // Loads, or with false unloads, the job of the property list `plist` for the present login.
   void load(bool flag, const std::string& plist) const;

@@ -74,12 +74,17 @@ TEST_F(LaunchctlProcess, TellsNothingWhenItFailsWhateverItPrinted) {
   EXPECT_FALSE(info());
 }
 
-TEST_F(LaunchctlProcess, TellsOfAJobAtAnyLength) {
-  // More than a pipe holds: a tool that waits for its reader must not be waited for.
+TEST_F(LaunchctlProcess, TellsOfAJobAtMoreLengthThanAPipeHolds) {
+  // A tool that waits for its reader must not be waited for.
   script("echo '{ a = \"'; head -c 500000 /dev/zero | tr '\\0' x; echo '\"; }'");
   const auto told = info();
   ASSERT_TRUE(told);
   EXPECT_GT((*told)["a"].textOr("").size(), 500000u);
+}
+
+TEST_F(LaunchctlProcess, TellsNothingWhenItFloods) {
+  script("echo '{ a = b; }'; head -c 20000000 /dev/zero | tr '\\0' ' '");
+  EXPECT_FALSE(info());
 }
 
 TEST_F(LaunchctlProcess, PrintsNothingIntoTheProgramsOwnStreams) {

@@ -114,6 +114,16 @@ TEST_F(LaunchctlManager, GivesNoInformationForWhatIsNoDictionary) {
   }
 }
 
+TEST_F(LaunchctlManager, GivesNoInformationBeyondAMebibyte) {
+  std::string printed(kInfo);
+  printed.resize(1 << 20, '\n');
+  prints(printed);
+  EXPECT_TRUE(launchctl.infoForJobWithLabel("a"));
+  EXPECT_EQ(onlyTask().outputLimit, printed.size() + 1) << "one more, by which it is seen that there is more";
+  prints(printed + "\n");
+  EXPECT_FALSE(launchctl.infoForJobWithLabel("a"));
+}
+
 TEST_F(LaunchctlManager, ReadsADictionaryInAnyForm) {
   using std::string_view_literals::operator""sv;
   for (

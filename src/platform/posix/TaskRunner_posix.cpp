@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <optional>
@@ -91,11 +92,14 @@ class NoPipeSignal {
   bool _wasPending = false;
 };
 
-// Takes what is there. Closes the stream at its end.
-void take(FileDescriptor& stream, Bytes& into) {
+// Takes what is there, and keeps it up to `limit` bytes in all. Closes the stream at its end.
+void take(FileDescriptor& stream, Bytes& into, std::size_t limit) {
   std::array<std::uint8_t, 65536> block;
   const ssize_t count = uninterrupted([&] { return ::read(stream.get(), block.data(), block.size()); });
-  if (count > 0) into.insert(into.end(), block.begin(), block.begin() + count);
+  if (count > 0) {
+    const std::size_t kept = std::min(static_cast<std::size_t>(count), limit - into.size());
+    into.insert(into.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(kept));
+  }
   if (count <= 0) stream.reset();
 }
 
@@ -108,7 +112,7 @@ void give(FileDescriptor& stream, const Bytes& content, std::size_t& given) {
 }
 
 // Serves all streams at once until the last one ended: a child that waits for one of them never waits for long.
-void exchange(Streams& streams, const Bytes& input, TaskResult& result) {
+void exchange(Streams& streams, const TaskDescription& task, TaskResult& result) {
   const NoPipeSignal quiet;
   std::size_t given = 0;
   while (streams.input || streams.output || streams.errors) {
@@ -116,9 +120,9 @@ void exchange(Streams& streams, const Bytes& input, TaskResult& result) {
     std::array<pollfd, 3> ready{
         {{streams.input.get(), POLLOUT, 0}, {streams.output.get(), POLLIN, 0}, {streams.errors.get(), POLLIN, 0}}};
     if (::poll(ready.data(), ready.size(), -1) < 0) continue;
-    if (ready[0].revents != 0) give(streams.input, input, given);
-    if (ready[1].revents != 0) take(streams.output, result.standardOutput);
-    if (ready[2].revents != 0) take(streams.errors, result.standardError);
+    if (ready[0].revents != 0) give(streams.input, task.standardInput, given);
+    if (ready[1].revents != 0) take(streams.output, result.standardOutput, task.outputLimit);
+    if (ready[2].revents != 0) take(streams.errors, result.standardError, task.outputLimit);
   }
 }
 
@@ -166,7 +170,7 @@ Expected<TaskResult, TaskError> PosixTaskRunner::run(const TaskDescription& task
   streams.childErrors.reset();
 
   TaskResult result;
-  exchange(streams, task.standardInput, result);
+  exchange(streams, task, result);
   int status = 0;
   if (uninterrupted([&] { return ::waitpid(*child, &status, 0); }) == -1) return TaskError{systemReason(errno)};
   result.reason = WIFSIGNALED(status) ? TaskResult::Reason::uncaughtSignal : TaskResult::Reason::exit;

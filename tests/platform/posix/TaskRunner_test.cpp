@@ -81,6 +81,19 @@ TEST_F(PosixTaskRunnerTest, StreamsBeyondAnyPipesSizeBlockNoneOfTheThree) {
   EXPECT_TRUE(result.standardError == task.standardInput);
 }
 
+TEST_F(PosixTaskRunnerTest, KeepsNoMoreOfAStreamThanItsLimitAndReadsOn) {
+  TaskDescription task = shell("head -c 300000 /dev/zero; printf 123456 >&2; exit 3");
+  task.outputLimit = 100'000;
+  TaskResult result = run(task);
+  EXPECT_EQ(result.status, 3) << "it could write all that it wanted";
+  EXPECT_EQ(result.standardOutput.size(), 100'000U);
+  EXPECT_EQ(text(result.standardError), "123456");
+  task.outputLimit = 5;
+  result = run(task);
+  EXPECT_EQ(text(result.standardError), "12345");
+  EXPECT_EQ(result.standardOutput.size(), 5U);
+}
+
 TEST_F(PosixTaskRunnerTest, OneStreamMayEndLongBeforeTheOther) {
   const TaskResult result = run(shell("exec 2>&-; head -c 1000000 /dev/zero"));
   EXPECT_EQ(result.standardOutput.size(), 1'000'000u);
