@@ -22,8 +22,8 @@ class UTCTimeTransformer : public testing::Test {
 };
 
 TEST_F(UTCTimeTransformer, TurnsDatesIntoDatesAndBack) {
-  EXPECT_TRUE(ZPKUTCTimeTransformer::allowsReverseTransformation());
-  EXPECT_EQ(ZPKUTCTimeTransformer::transformedValueClass(), ValueTransformer::ValueClass::Date);
+  EXPECT_TRUE(transformer.allowsReverseTransformation());
+  EXPECT_EQ(transformer.transformedValueClass(), ValueTransformer::ValueClass::Date);
 }
 
 TEST_F(UTCTimeTransformer, ShowsTheStoredTimeOnTheLocalClock) {

@@ -6,8 +6,8 @@
 
 namespace zpk {
 
-// Turns a property's value into what a bound control shows. Has no state; one object serves every binding, on any
-// thread, for as long as the program runs.
+// Turns a property's value into what a bound control shows. Never changes: one object serves every binding. Those
+// that have a name here have no state either, and serve any thread for as long as the program runs.
 class ValueTransformer {
  public:
   enum class ValueClass { Text, Date };
@@ -21,8 +21,10 @@ class ValueTransformer {
   virtual bool allowsReverseTransformation() const = 0;
   // The shown value; the null value where there is nothing to show.
   virtual Value transformedValue(const Value& value) const = 0;
+  // What a control that shows `shown` writes back; the null value where none can.
+  virtual Value reverseTransformedValue(const Value& /*shown*/) const { return {}; }
 
-  // The transformer of that class name; null when there is none.
+  // The transformer of that class name; null when there is none, or when it needs more than its name to be made.
   static const ValueTransformer* valueTransformerForName(std::string_view name);
 };
 
