@@ -57,6 +57,7 @@ Expected<IncrementBase, std::string> findIncrementBase(const Archive& archive,
   const std::size_t newest = archive.index().points.size() - 1;
   const ArchiveResult<PointIndex> point = archive.readPoint(newest);
   if (!point) return unusable(point.error());
+  if (point->check && point->check->isDamaged) return std::string("the last backup point is damaged");
   if (point->disks.size() != plans.size()) return std::string("other disks are backed up than before");
   IncrementBase base;
   base.parent = point->id;

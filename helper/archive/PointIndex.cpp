@@ -148,14 +148,16 @@ StoredDisk diskOf(const json& object, std::string& failed) {
 std::string textOf(const PointIndex& index) {
   json disks = json::array();
   for (const StoredDisk& disk : index.disks) disks.push_back(jsonOf(disk));
-  return jsonText({{"version", archiveFormatVersion},
-                   {"id", index.id},
-                   {"parent", index.parent},
-                   {"kind", index.kind == PointKind::Full ? "full" : "increment"},
-                   {"creationTime", index.creationTime},
-                   {"label", index.label},
-                   {"pinned", index.isPinned},
-                   {"disks", std::move(disks)}});
+  json object = {{"version", archiveFormatVersion},
+                 {"id", index.id},
+                 {"parent", index.parent},
+                 {"kind", index.kind == PointKind::Full ? "full" : "increment"},
+                 {"creationTime", index.creationTime},
+                 {"label", index.label},
+                 {"pinned", index.isPinned},
+                 {"disks", std::move(disks)}};
+  if (index.check) object["lastCheck"] = {{"time", index.check->time}, {"damaged", index.check->isDamaged}};
+  return jsonText(object);
 }
 
 ArchiveResult<PointIndex> parsePointIndex(const std::string& text, const std::string& path) {
@@ -182,6 +184,11 @@ ArchiveResult<PointIndex> parsePointIndex(const std::string& text, const std::st
   index.isPinned = fields.flag("pinned");
   for (const json& disk : fields.array("disks", mostDisks)) index.disks.push_back(diskOf(disk, failed));
   if (failed.empty()) failed = fields.failed();
+  if (const auto check = object->find("lastCheck"); check != object->end()) {
+    JsonFields checkFields(*check);
+    index.check = LastCheck{checkFields.signedNumber("time"), checkFields.flag("damaged")};
+    if (failed.empty()) failed = checkFields.failed();
+  }
   if (!failed.empty()) return damagedError("The backup point's index has no usable \"" + failed + "\"", path);
   return index;
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,14 @@ struct StoredDisk {
 
 enum class PointKind { Full, Increment };
 
+// When a point was read back and compared with its hashes the last time, and what came of it.
+struct LastCheck {
+  std::int64_t time = 0;   // Seconds since 1970, UTC.
+  bool isDamaged = false;  // Nothing is built on it any more.
+
+  bool operator==(const LastCheck&) const = default;
+};
+
 // What index.json of a backup point says.
 struct PointIndex {
   std::string id;      // 32 hexadecimal digits.
@@ -70,6 +79,7 @@ struct PointIndex {
   std::string label;
   bool isPinned = false;
   std::vector<StoredDisk> disks;
+  std::optional<LastCheck> check{};
 
   bool operator==(const PointIndex&) const = default;
 };

@@ -2,11 +2,13 @@
 
 #include <ctime>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include "app/presentation/ByteSizeString.h"
 #include "helper/archive/BackupOperation.h"
 #include "helper/archive/ExportFolder.h"
+#include "helper/archive/PointCheck.h"
 #include "helper/service/ArchiveRecords.h"
 #include "helper/service/ArchiveWords.h"
 #include "helper/service/PointMerges.h"
@@ -47,6 +49,16 @@ ArchiveSource sourceOf(const ZPKDisk& disk) {
   return {disk.gptID() ? disk.gptID()->stringValue() : std::string(), disk.name().value_or("")};
 }
 
+// "/b/disk0.pvhd: bytes 16384 to 32767 of the disk, and 2 more ranges"
+std::string damageText(const PointCheck& check) {
+  const DamagedRange& first = check.damaged.front();
+  std::string text = first.image + ": bytes " + std::to_string(first.range.start) + " to " +
+                     std::to_string(first.range.end - 1) + " of the disk";
+  const std::size_t more = check.damaged.size() - 1;
+  if (more > 0) text += ", and " + std::to_string(more) + (more == 1 ? " more range" : " more ranges");
+  return text;
+}
+
 // One run of a backup: the archive that it writes to, and what becomes of it.
 class Run {
  public:
@@ -70,6 +82,8 @@ class Run {
       if (isEmpty) removeEmpty();
       return failed(point.error());
     }
+    if (std::optional<OperationFailed> damage = readBack(*archive)) return *damage;
+    _board.line("Backup point " + std::to_string(archive->index().points.size()) + " is complete: " + _account);
     keepToLimit(*archive, _order.maxIncrements, _board, _cancel);
     return OperationDone{};
   }
@@ -102,10 +116,29 @@ class Run {
       if (point->index.kind == PointKind::Increment) {
         _board.line("Changed since the last backup point: " + byteSizeString(point->storedBytes));
       }
-      _board.line("Backup point " + std::to_string(archive.index().points.size()) +
-                  " is complete: " + narrator.account());
+      _account = narrator.account();
     }
     return point;
+  }
+
+  // What was written is read again, so that a drive that loses it is not found out about by a restore.
+  std::optional<OperationFailed> readBack(Archive& archive) {
+    _board.line("Reading back what was written");
+    const std::size_t newest = archive.index().points.size() - 1;
+    const ArchiveResult<PointCheck> check = checkAndNote(
+        archive, newest, _time, [](std::uint64_t) {}, _cancel);
+    if (!check && isFault(check.error(), ArchiveFault::Cancelled)) {
+      _board.line("Stopped; the backup point is complete, but was not read back");
+      return std::nullopt;
+    }
+    if (check && check->damaged.empty()) {
+      _board.line("Read back and found sound: " + byteSizeString(check->bytes));
+      return std::nullopt;
+    }
+    const std::string what = check ? damageText(*check) : check.error().text();
+    _board.line("The new backup point is damaged: " + what);
+    return OperationFailed{"The new backup point cannot be read back as it was written (" + what +
+                           "). The drive with the archive may be failing. Check it and back up again."};
   }
 
   // An archive without a point is as good as none. Only its own two files are removed, so that anything else that
@@ -132,6 +165,7 @@ class Run {
   OperationBoard& _board;
   const CancelFlag& _cancel;
   const std::int64_t _time;
+  std::string _account;  // Of what was read, and how fast.
 };
 
 }  // namespace

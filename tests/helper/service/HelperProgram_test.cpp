@@ -121,6 +121,7 @@ TEST_F(HelperProgram, MakesABackupPointAndTellsItsCourse) {
   std::int64_t lastTime = 0;
   double lastPercent = 0;
   bool sawAll = false;
+  std::string lastLine;
   for (const Dictionary& status : frontEnd.states) {
     EXPECT_GT(statuskey::stateTime.read(status), lastTime);
     lastTime = statuskey::stateTime.read(status);
@@ -128,12 +129,12 @@ TEST_F(HelperProgram, MakesABackupPointAndTellsItsCourse) {
     const double percent = statuskey::progressPercents.read(status).doubleValue();
     EXPECT_GE(percent, lastPercent);
     lastPercent = percent;
-    if (percent == 100) {
-      sawAll = true;
-      EXPECT_THAT(*statuskey::fullLog.read(status)->back().text(), HasSubstr("Backup point 1 is complete"));
-    }
+    sawAll = sawAll || percent == 100;
+    if (!statuskey::fullLog.read(status)->empty()) lastLine = *statuskey::fullLog.read(status)->back().text();
   }
   EXPECT_TRUE(sawAll);
+  EXPECT_THAT(lastLine, HasSubstr("Backup point 1 is complete"));
+  EXPECT_THAT(log(), HasSubstr("Read back and found sound"));
   const Dictionary& last = frontEnd.states.back();
   EXPECT_FALSE(statuskey::opError.isPresentIn(last)) << log();
   EXPECT_FALSE(statuskey::lastBackupError.isPresentIn(last)) << log();

@@ -1,0 +1,117 @@
+#include "helper/archive/PointCheck.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+
+#include "helper/archive/ChunkMap.h"
+#include "helper/archive/Qcow2Reader.h"
+
+namespace zpk {
+namespace {
+
+constexpr std::uint64_t chunksEachReport = 64;
+
+// One image and the map that names its content.
+class ImageCheck {
+ public:
+  static ArchiveResult<ImageCheck> open(const Archive& archive, std::size_t point, const StoredDisk& disk) {
+    ArchiveResult<OpenFile> image = archive.openPointFile(point, disk.image);
+    if (!image) return image.error();
+    std::string path = image->path;
+    ::posix_fadvise(image->fd.get(), 0, 0, POSIX_FADV_DONTNEED);
+    ArchiveResult<OpenFile> map = archive.openPointFile(point, disk.map);
+    if (!map) return map.error();
+    ArchiveResult<Qcow2Reader> reader = Qcow2Reader::open(std::move(*image));
+    if (!reader) return reader.error();
+    ArchiveResult<ChunkMapReader> hashes = ChunkMapReader::open(std::move(*map));
+    if (!hashes) return hashes.error();
+    if (hashes->chunkSize() != reader->clusterSize()) {
+      return damagedError("The image and the hash map do not belong together", path);
+    }
+    return ImageCheck(std::move(path), std::move(*reader), std::move(*hashes));
+  }
+
+  ArchiveResult<Done> run(PointCheck& check, const CheckProgress& progress, const CancelFlag& cancel) {
+    ByteBuffer content(_image.clusterSize());
+    for (std::uint64_t chunk = 0, count = 0; chunk < _image.clusterCount(); ++chunk, ++count) {
+      if (cancel.isRequested()) return cancelledError();
+      const ArchiveResult<std::optional<std::uint64_t>> next = nextChunk(chunk);
+      if (!next) return next.error();
+      if (!*next) return Done{};
+      chunk = **next;
+      if (!isSound(chunk, content)) note(check, chunk);
+      check.bytes += content.size();
+      if (count % chunksEachReport == 0) progress(check.bytes);
+    }
+    return Done{};
+  }
+
+ private:
+  ImageCheck(std::string path, Qcow2Reader image, ChunkMapReader map)
+      : _path(std::move(path)), _image(std::move(image)), _map(std::move(map)) {}
+
+  // What the image holds; of an image that builds on nothing also what it should hold.
+  ArchiveResult<std::optional<std::uint64_t>> nextChunk(std::uint64_t from) {
+    const ArchiveResult<std::optional<std::uint64_t>> held = _image.nextPresent(from);
+    if (held && !_image.backingFile().empty()) return held;
+    // A table that cannot be read hides what the image holds; what the map has there is then found to be lost.
+    const std::optional<std::uint64_t> wanted = _map.nextChunk(from);
+    if (!held) return wanted;
+    if (!*held || !wanted) return *held ? *held : wanted;
+    return std::optional(std::min(**held, *wanted));
+  }
+
+  bool isSound(std::uint64_t chunk, std::span<std::byte> content) {
+    const ArchiveResult<std::optional<ChunkHash>> hash = _map.hashOf(chunk);
+    const ArchiveResult<ClusterKind> read = _image.read(chunk, content);
+    if (!hash || !read) return false;
+    if (!*hash) return *read == ClusterKind::Zeros || isAllZero(content);
+    return *read != ClusterKind::Absent && hashOfChunk(content, _map.seed()) == **hash;
+  }
+
+  void note(PointCheck& check, std::uint64_t chunk) const {
+    const ByteRange range{chunk * _image.clusterSize(), (chunk + 1) * _image.clusterSize()};
+    if (!check.damaged.empty() && check.damaged.back().image == _path &&
+        check.damaged.back().range.end == range.start) {
+      check.damaged.back().range.end = range.end;
+    } else {
+      check.damaged.push_back({_path, range});
+    }
+  }
+
+  std::string _path;
+  Qcow2Reader _image;
+  ChunkMapReader _map;
+};
+
+}  // namespace
+
+ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t point, const CheckProgress& progress,
+                                         const CancelFlag& cancel) {
+  const ArchiveResult<PointIndex> index = archive.readPoint(point);
+  if (!index) return index.error();
+  PointCheck check;
+  for (const StoredDisk& disk : index->disks) {
+    ArchiveResult<ImageCheck> image = ImageCheck::open(archive, point, disk);
+    if (!image) return image.error();
+    const ArchiveResult<Done> step = image->run(check, progress, cancel);
+    if (!step) return step.error();
+  }
+  return check;
+}
+
+ArchiveResult<PointCheck> checkAndNote(Archive& archive, std::size_t point, std::int64_t time,
+                                       const CheckProgress& progress, const CancelFlag& cancel) {
+  ArchiveResult<PointCheck> check = checkOwnImages(archive, point, progress, cancel);
+  // An image or a map that is no such thing is damage as well; it has no range.
+  if (!check && check.error().fault != ArchiveFault::Damaged) return check;
+  ArchiveResult<PointIndex> index = archive.readPoint(point);
+  if (!index) return index.error();
+  index->check = LastCheck{time, !check || !check->damaged.empty()};
+  const ArchiveResult<Done> saved = archive.savePoint(point, *index);
+  if (check && !saved) return saved.error();
+  return check;
+}
+
+}  // namespace zpk

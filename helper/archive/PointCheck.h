@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "helper/archive/Archive.h"
+#include "helper/archive/DiskLayout.h"
+
+namespace zpk {
+
+// A stretch of a stored disk that cannot be read back as it was written.
+struct DamagedRange {
+  std::string image;  // Path of the image that should hold it.
+  ByteRange range;    // On the disk.
+};
+
+struct PointCheck {
+  std::uint64_t bytes = 0;            // What was read, before compression.
+  std::vector<DamagedRange> damaged;  // In the order of the disks; neighbouring ones are one.
+};
+
+using CheckProgress = std::function<void(std::uint64_t doneBytes)>;
+
+// Reads back what the point's own images hold and compares it with the point's hashes: the content that a backup
+// has just written, of a full point all of it. What the page cache knows is dropped first, so that the medium
+// answers.
+//
+// A damaged range is a result; an error is what keeps the check from going on: no map, no image, a raised `cancel`.
+ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t point, const CheckProgress& progress,
+                                         const CancelFlag& cancel);
+
+// The same, with the result noted in the point's index: when it was, and whether it found damage, so that nothing
+// is built on a damaged point. The archive is open for writing.
+ArchiveResult<PointCheck> checkAndNote(Archive& archive, std::size_t point, std::int64_t time,
+                                       const CheckProgress& progress, const CancelFlag& cancel);
+
+}  // namespace zpk

@@ -1,0 +1,100 @@
+// Points that are read back: sound ones, and those that something has changed since they were written.
+
+#include "helper/archive/PointCheck.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "helper/archive/MergeWorld.h"
+
+namespace zpk {
+namespace {
+
+using test::MergeWorld;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class PointChecks : public MergeWorld {
+ protected:
+  static PointCheck check(Archive& archive, std::size_t point) {
+    const CancelFlag never;
+    const auto result = checkAndNote(
+        archive, point, 77, [](std::uint64_t) {}, never);
+    EXPECT_TRUE(result.hasValue()) << (result ? "" : result.error().text());
+    return result ? *result : PointCheck{};
+  }
+  // A cluster that did not shrink lies in the file as it is: only the hashes know its content.
+  static void damage(const Archive& archive, std::size_t point) {
+    const std::string image = imagePath(archive, point);
+    const std::string place =
+        test::mustRun("/bin/sh", {"-c", "/usr/bin/qemu-img map --output=json '" + image +
+                                            "' | /bin/grep -m1 '\"depth\": 0.*\"offset\"' | "
+                                            "/bin/sed 's/.*\"offset\": \\([0-9]*\\).*/\\1/'"});
+    ASSERT_FALSE(place.empty());
+    std::fstream file(image, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(std::stol(place));
+    file << std::string(2000, 'x');
+  }
+};
+
+TEST_F(PointChecks, EveryPointOfASoundArchiveIsSound) {
+  Archive archive = open();
+  for (std::size_t point = 0; point < points; ++point) {
+    const PointCheck result = check(archive, point);
+    EXPECT_THAT(result.damaged, IsEmpty());
+    EXPECT_GT(result.bytes, 700'000U) << "what every round changed";
+    EXPECT_EQ(archive.readPoint(point)->check, (LastCheck{77, false}));
+  }
+  EXPECT_GT(check(archive, 0).bytes, 3 * check(archive, 1).bytes) << "an increment is checked by what it holds";
+}
+
+TEST_F(PointChecks, DamageIsNamedByImageAndRangeAndNoted) {
+  Archive archive = open();
+  damage(archive, 1);
+  const PointCheck result = check(archive, 1);
+  ASSERT_FALSE(result.damaged.empty());
+  EXPECT_EQ(result.damaged[0].image, imagePath(archive, 1));
+  EXPECT_GT(result.damaged[0].range.size(), 0U);
+  EXPECT_EQ(archive.readPoint(1)->check, (LastCheck{77, true}));
+  EXPECT_THAT(check(archive, 0).damaged, IsEmpty());
+  EXPECT_THAT(check(archive, 2).damaged, IsEmpty()) << "its own images are sound";
+}
+
+TEST_F(PointChecks, NothingIsBuiltOnADamagedPoint) {
+  Archive archive = open();
+  damage(archive, points - 1);
+  ASSERT_FALSE(check(archive, points - 1).damaged.empty());
+  BackupRequest next = request();
+  std::string why;
+  next.becomesFull = [&why](const std::string& reason) { why = reason; };
+  const CancelFlag never;
+  const auto made = makeBackup(archive, next, ignoreProgress, never);
+  ASSERT_TRUE(made.hasValue()) << made.error().text();
+  EXPECT_EQ(made->index.kind, PointKind::Full);
+  EXPECT_THAT(why, HasSubstr("is damaged"));
+}
+
+TEST_F(PointChecks, AnImageThatLostItsEndIsDamaged) {
+  Archive archive = open();
+  const std::string image = imagePath(archive, 0);
+  std::filesystem::resize_file(image, std::filesystem::file_size(image) / 2);
+  const CancelFlag never;
+  const auto result = checkAndNote(
+      archive, 0, 77, [](std::uint64_t) {}, never);
+  EXPECT_TRUE(!result || !result->damaged.empty());
+  EXPECT_TRUE(archive.readPoint(0)->check->isDamaged);
+}
+
+TEST_F(PointChecks, AStoppedOneNotesNothing) {
+  Archive archive = open();
+  CancelFlag stop;
+  stop.request();
+  const auto result = checkAndNote(
+      archive, 0, 77, [](std::uint64_t) {}, stop);
+  ASSERT_FALSE(result.hasValue());
+  EXPECT_EQ(result.error().fault, ArchiveFault::Cancelled);
+  EXPECT_FALSE(archive.readPoint(0)->check.has_value());
+}
+
+}  // namespace
+}  // namespace zpk
