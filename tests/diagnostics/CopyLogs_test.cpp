@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <locale>
+
 #include "diagnostics/DiagnosticsWorld.h"
 
 namespace zpk {
@@ -71,6 +74,25 @@ TEST_F(CopyMatchingFiles, TheLongestNamesAreSearchedAndLongerOnesCannotBe) {
   world.files.add("/logs/ankor_" + std::string(245, 'x') + ".txt", "");
   world.files.add("/logs/ankor_" + std::string(100'000, 'x') + ".txt", "");
   EXPECT_EQ(copy("^(?:ankor)(?:|_\\w+)\\.txt$"), 1U);
+}
+
+// A language in which the hyphen is part of words.
+class HyphenIsALetter final : public std::ctype<char> {
+ public:
+  HyphenIsALetter() : std::ctype<char>(_table) {
+    std::copy_n(classic_table(), table_size, _table);
+    _table[static_cast<unsigned char>('-')] |= alnum | alpha;
+  }
+
+ private:
+  mask _table[table_size] = {};
+};
+
+TEST_F(CopyMatchingFiles, WhatIsAWordDoesNotDependOnTheUsersLanguage) {
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new HyphenIsALetter));
+  const auto names = selected(7, {"ankor_a-b.txt", "ankor_ab.txt"});
+  std::locale::global(before);
+  EXPECT_THAT(names, ElementsAre("ankor_ab.txt"));
 }
 
 TEST_F(CopyMatchingFiles, EnginesTextsAreAStemThenNothingOrAnUnderscoreAndWord) {

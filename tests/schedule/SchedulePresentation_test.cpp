@@ -278,6 +278,13 @@ TEST_F(SchedulePopover, WhatWasKeptOutlivesTheClosing) {
   EXPECT_EQ(controller.timeOfDay(), Date{34200});
 }
 
+TEST_F(SchedulePopover, WhatWasKeptIsNotSaidOnceItIsClosed) {
+  world.popover.show();
+  world.popover.performClose();
+  controller.setTimeOfDay(Date{60});
+  EXPECT_EQ(text(), "Every day at 0:01");
+}
+
 TEST_F(SchedulePopover, ASaveThatIsStillClosingSaysTheNewSchedule) {
   controller.setPopover(nullptr);
   controller.popoverWillShow();
