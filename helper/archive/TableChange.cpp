@@ -8,6 +8,19 @@
 namespace zpk {
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZPK_RESERVES_ADDRESSES 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ZPK_RESERVES_ADDRESSES 1
+#endif
+#endif
+#ifdef ZPK_RESERVES_ADDRESSES
+constexpr std::uint64_t programMemory = UINT64_MAX;  // The sanitizers' shadow alone takes terabytes of addresses.
+#else
+constexpr std::uint64_t programMemory = std::uint64_t{512} << 20U;
+#endif
+
 std::optional<GptTable> storedTable(PointDisk& source) {
   ArchiveResult<GptTable> table = readGptTable(
       [&source](std::uint64_t offset, std::span<std::byte> bytes) { return source.read(offset, bytes); },
@@ -20,6 +33,7 @@ ArchiveResult<Done> runProgram(const std::string& program, const TableEdit& edit
   // It writes through the descriptor that it is handed, and needs no right of its own for it.
   ToolCommand command{program, argumentsOf(edit), {}, ToolAccess::ReadsOnly, {}};
   command.handed = target.descriptor();
+  command.limits.memoryBytes = programMemory;
   const auto result = runTool(command, cancel);
   if (!result) return ArchiveError{ArchiveFault::ToolFailed, result.error().text(), {}, 0, 0};
   if (result->end == ToolEnd::Cancelled) return cancelledError();
