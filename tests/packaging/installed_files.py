@@ -20,6 +20,7 @@ PROGRAMS = {
     "usr/libexec/zpk/qrx-helper",
     "usr/libexec/zpk/zpkhelper",
     "usr/libexec/zpk/zpkprobe",
+    "usr/libexec/zpk/zpktable",
     "usr/libexec/zpk/zpkstatusbar",
 }
 FILES = {
