@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <locale>
+#include <sstream>
 
 namespace zpk::plist {
 
@@ -58,6 +60,25 @@ std::size_t sequenceLength(std::string_view text) {
   if ((lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F)) return 0;
   if ((lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F)) return 0;
   return length;
+}
+
+bool equalsWord(std::string_view text, std::string_view word) {
+  return std::equal(text.begin(), text.end(), word.begin(), word.end(),
+                    [](char c, char w) { return (c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c) == w; });
+}
+
+std::optional<double> unsignedReal(std::string_view text) {
+  if (equalsWord(text, "inf") || equalsWord(text, "infinity")) return std::numeric_limits<double>::infinity();
+  if (equalsWord(text, "nan")) return std::numeric_limits<double>::quiet_NaN();
+  const bool begun = !text.empty() && text.front() != '-' && text.front() != '+';
+  if (!begun || text.find_first_not_of("0123456789+-.eE") != std::string_view::npos) return std::nullopt;
+  // Not std::from_chars, which not every standard library has for reals, nor strtod, which asks for the user's
+  // decimal point.
+  std::istringstream stream{std::string(text)};
+  stream.imbue(std::locale::classic());
+  double number = 0;
+  if (!(stream >> number) || stream.peek() != std::istringstream::traits_type::eof()) return std::nullopt;
+  return number;
 }
 
 }  // namespace
@@ -193,15 +214,10 @@ std::optional<Value> parsedInteger(std::string_view text) {
 
 std::optional<double> parsedReal(std::string_view text) {
   text = trimmed(text);
-  if (!text.empty() && text.front() == '+') {
-    text.remove_prefix(1);
-    if (!text.empty() && text.front() == '-') return std::nullopt;
-  }
-  double number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
+  const bool negative = !text.empty() && text.front() == '-';
+  if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
+  const auto number = unsignedReal(text);
+  return number && negative ? std::optional(-*number) : number;
 }
 
 std::optional<Date> parsedXMLDate(std::string_view text) {
