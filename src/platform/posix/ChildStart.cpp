@@ -7,6 +7,8 @@
 #include <csignal>
 #include <utility>
 
+#include "platform/posix/ProcessBoundary.h"
+
 extern char** environ;
 
 namespace zpk {
@@ -33,8 +35,7 @@ class SpawnPlan {
       const int source = sources[static_cast<std::size_t>(target)];
       if (const int error = ::posix_spawn_file_actions_adddup2(&_actions, source, target)) return error;
     }
-    if (const int error = ::posix_spawn_file_actions_addclosefrom_np(&_actions, kFirstDescriptorOfOurs))
-      return error;
+    if (const int error = inheritStandardStreamsOnly(_actions, _flags)) return error;
     if (!start.folder.empty()) {
       if (const int error = ::posix_spawn_file_actions_addchdir_np(&_actions, start.folder.c_str())) return error;
     }
@@ -51,19 +52,20 @@ class SpawnPlan {
   int setAttributes(ProcessGroup group) {
     sigset_t none;
     sigset_t all;
-    ::sigemptyset(&none);
-    ::sigfillset(&all);
-    ::sigdelset(&all, SIGKILL);
-    ::sigdelset(&all, SIGSTOP);
+    sigemptyset(&none);
+    sigfillset(&all);
+    sigdelset(&all, SIGKILL);
+    sigdelset(&all, SIGSTOP);
     if (const int error = ::posix_spawnattr_setsigmask(&_attributes, &none)) return error;
     if (const int error = ::posix_spawnattr_setsigdefault(&_attributes, &all)) return error;
     const int grouping = group == ProcessGroup::own ? POSIX_SPAWN_SETPGROUP : 0;
-    const int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | grouping;
+    const int flags = _flags | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | grouping;
     return ::posix_spawnattr_setflags(&_attributes, static_cast<short>(flags));
   }
 
   posix_spawn_file_actions_t _actions{};
   posix_spawnattr_t _attributes{};
+  int _flags = 0;
 };
 
 bool holdsNul(const ChildStart& start) {
@@ -90,7 +92,7 @@ FileDescriptor beyondStandardStreams(FileDescriptor file) {
 
 bool Pipe::open() {
   std::array<int, 2> ends{-1, -1};
-  if (::pipe2(ends.data(), O_CLOEXEC) == -1) return false;
+  if (!openPipe(ends)) return false;
   reading = beyondStandardStreams(FileDescriptor(ends[0]));
   writing = beyondStandardStreams(FileDescriptor(ends[1]));
   return reading && writing;

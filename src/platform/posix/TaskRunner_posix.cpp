@@ -66,8 +66,8 @@ bool openInput(const TaskDescription& task, Streams& streams) {
 class NoPipeSignal {
  public:
   NoPipeSignal() {
-    ::sigemptyset(&_pipe);
-    ::sigaddset(&_pipe, SIGPIPE);
+    sigemptyset(&_pipe);
+    sigaddset(&_pipe, SIGPIPE);
     _wasPending = isPending();
     ::pthread_sigmask(SIG_BLOCK, &_pipe, &_before);
   }
@@ -84,7 +84,7 @@ class NoPipeSignal {
  private:
   static bool isPending() {
     sigset_t pending;
-    return ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGPIPE) == 1;
+    return ::sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
   }
 
   sigset_t _pipe{};

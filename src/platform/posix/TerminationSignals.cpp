@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/posix/ChildStart.h"
+
 namespace zpk {
 namespace {
 
@@ -27,14 +29,18 @@ extern "C" void noteSignal(int) {
   errno = errorOfTheInterrupted;
 }
 
+bool neverBlocks(const FileDescriptor& end) {
+  return ::fcntl(end.get(), F_SETFL, O_NONBLOCK) == 0;
+}
+
 }  // namespace
 
 TerminationSignals::TerminationSignals(FileDescriptorWatcher& watcher, std::function<void()> asked) {
-  std::array<int, 2> ends{kNone, kNone};
+  Pipe pipe;
   // Without a pipe the signals do what they always did.
-  if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == -1) return;
-  _reading = FileDescriptor(ends[0]);
-  _writing = FileDescriptor(ends[1]);
+  if (!pipe.open() || !neverBlocks(pipe.reading) || !neverBlocks(pipe.writing)) return;
+  _reading = std::move(pipe.reading);
+  _writing = std::move(pipe.writing);
   [[maybe_unused]] const int other = theDescriptor.exchange(_writing.get());
   assert(other == kNone);
   _watch = watcher.watchFileDescriptor(_reading.get(), FileDescriptorWatcher::Direction::readable,
@@ -56,7 +62,7 @@ void TerminationSignals::take(int signal) {
   struct sigaction action = {};
   action.sa_handler = noteSignal;
   action.sa_flags = SA_RESTART;
-  ::sigemptyset(&action.sa_mask);
+  sigemptyset(&action.sa_mask);
   if (::sigaction(signal, &action, nullptr) == 0) _former.push_back(former);
 }
 
