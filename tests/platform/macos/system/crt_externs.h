@@ -1,0 +1,11 @@
+#pragma once
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+char*** _NSGetEnviron(void);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <mach/mach_init.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef kern_return_t mach_error_t;
+char* mach_error_string(mach_error_t error);
+
+#ifdef __cplusplus
+}
+#endif
