@@ -163,6 +163,8 @@ ArchiveResult<Archive> Archive::openForWriting(const std::string& path, const Ca
   archive->_lock.emplace(std::move(*lock));
   // And again under the lock: until now another process may have changed it.
   ArchiveResult<Done> step = archive->readIndex();
+  // Whoever wrote it may have been killed before it was durable, and what follows must not overtake it.
+  if (step) step = syncFolder(archive->_package, {});
   if (step && archive->_index.merging) step = finishMerge(*archive, cancel);
   if (step) step = archive->removeLeftovers();
   if (!step) return step.error();

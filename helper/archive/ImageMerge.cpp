@@ -94,7 +94,7 @@ ArchiveResult<Done> ImageMerge::moveCluster(std::uint64_t cluster, std::span<std
 }
 
 ArchiveResult<Done> ImageMerge::switchOver() {
-  return _isFolded ? ArchiveResult<Done>(Done{}) : _parent.switchOver();
+  return _isFolded ? _parent.confirmSwitch() : _parent.switchOver();
 }
 
 }  // namespace zpk

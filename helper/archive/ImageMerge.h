@@ -24,7 +24,7 @@ class ImageMerge {
   std::uint64_t tablesPlace() const { return _parent.tablesPlace(); }
   std::uint64_t bytesToMove() const { return _bytesToMove; }
 
-  // The parent's image reads as the child already: only `giveBack` is left to do.
+  // The parent's image reads as the child already; for how long is certain only after `switchOver`.
   void skipFolding() { _isFolded = true; }
 
   // Puts the child's clusters into the parent's image, each checked against its hash, and syncs; the image still

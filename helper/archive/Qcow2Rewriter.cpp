@@ -243,7 +243,18 @@ ArchiveResult<Done> Qcow2Rewriter::switchOver() {
   putBigEndian(header, l1PlaceField, _newL1Place);
   putBigEndian(header, countTablePlaceField, _newCountTable.first * _clusterSize);
   putBigEndian(header, countTableClustersField, static_cast<std::uint32_t>(_newCountTable.count));
-  step = writeAt(_file, 0, header);
+  return storeHeader(header);
+}
+
+ArchiveResult<Done> Qcow2Rewriter::confirmSwitch() {
+  // Written again, not only synced: of a write that failed, the sync that told so is the only one that does.
+  ByteBuffer header(qcow2::sectorSize);
+  ArchiveResult<Done> step = readAt(_file, 0, header);
+  return step ? storeHeader(header) : step;
+}
+
+ArchiveResult<Done> Qcow2Rewriter::storeHeader(ByteSpan header) {
+  ArchiveResult<Done> step = writeAt(_file, 0, header);
   const CancelFlag never;
   return step ? syncFile(_file, never) : step;
 }

@@ -34,6 +34,9 @@ class Qcow2Rewriter {
   ArchiveResult<Done> prepare(const CancelFlag& cancel);
   // Header and sync: now it has the new one. After a failure it may have either.
   ArchiveResult<Done> switchOver();
+  // The same for an image that an earlier process may have switched over without living to see it durable: until it
+  // is, nothing of the old content may be given back.
+  ArchiveResult<Done> confirmSwitch();
   // Hands what nothing refers to back to the file system, as far as that can take it back; the rest is used by the
   // next rewriting.
   void giveBack();
@@ -62,6 +65,7 @@ class Qcow2Rewriter {
   ArchiveResult<Done> storeTable();
   ArchiveResult<Done> storeFirstTable();
   ArchiveResult<Done> storeCounts();
+  ArchiveResult<Done> storeHeader(ByteSpan header);
   ArchiveError damaged(const char* message, std::uint64_t place) const;
 
   OpenFile _file;

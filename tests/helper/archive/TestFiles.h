@@ -15,8 +15,9 @@ namespace zpk::test {
 // A folder of one test, removed at its end.
 class ScratchFolder {
  public:
-  ScratchFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zpk-test-XXXXXX").string();
+  ScratchFolder() : ScratchFolder(std::filesystem::temp_directory_path()) {}
+  explicit ScratchFolder(const std::filesystem::path& parent) {
+    std::string pattern = (parent / "zpk-test-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "no scratch folder";
     _path = pattern;
   }
