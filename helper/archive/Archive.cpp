@@ -229,6 +229,7 @@ ArchiveResult<PendingPoint> Archive::beginPoint() {
   point._id = randomId();
   const std::uint64_t number = _index.points.empty() ? 1 : pointNumberOf(_index.points.back()) + 1;
   point._name = pointFolderName(number, point._id);
+  if (!isPointFolderName(point._name)) return damagedError("The archive has no number for a further point", path());
   point._package = FileDescriptor(::fcntl(_package.fd.get(), F_DUPFD_CLOEXEC, 0));
   if (!point._package) return writeError("The backup point could not be begun", path(), 0, errno);
   ArchiveResult<OpenFile> folder = makeFolder(_package, point._name);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -78,6 +79,14 @@ ArchiveResult<ArchiveLock> ArchiveLock::take(const OpenFile& package) {
       FileDescriptor(::openat(package.fd.get(), fileName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
       package.path + "/" + fileName};
   if (!file.fd) return writeError("The archive could not be locked", file.path, 0, errno);
+  struct stat status = {};
+  if (::fstat(file.fd.get(), &status) != 0) {
+    return writeError("The archive could not be locked", file.path, 0, errno);
+  }
+  // The record is written over what the file holds: it must not be a file that somebody needs.
+  if (!S_ISREG(status.st_mode) || status.st_nlink > 1) {
+    return damagedError("The archive's lock is not a file of its own", file.path);
+  }
   const int notLocked = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
   if (notLocked != 0) {
     const LockOwner owner = readOwner(file);

@@ -16,6 +16,7 @@ constexpr std::size_t hashSize = sizeof(ChunkHash);
 constexpr std::size_t runSize = 16;
 constexpr std::size_t pendingLimit = std::size_t{1} << 20;
 constexpr std::size_t windowHashes = 4096;
+constexpr std::uint64_t runsAtOnce = 4096;
 
 ByteBuffer headerOf(std::uint64_t chunkSize, std::uint64_t seed, std::uint64_t count, ByteSpan runs) {
   ByteBuffer header(headerSize);
@@ -104,27 +105,35 @@ ArchiveResult<Done> ChunkMapReader::readRuns(std::uint64_t runCount, std::uint64
   if (_count > room / hashSize || runCount > (room - _count * hashSize) / runSize) {
     return damagedError("The hash map is shorter than it says", _file.path, 24);
   }
-  ByteBuffer bytes(runCount * runSize);
-  ArchiveResult<Done> step = readAt(_file, hashesPlace + _count * hashSize, bytes);
-  if (!step) return step;
+  // Piece by piece, each run checked before the next piece is asked for: a file of a claimed size may be one hole.
+  ByteBuffer bytes;
+  while (bytes.size() < runCount * runSize) {
+    const std::size_t before = bytes.size();
+    bytes.resize(std::min<std::uint64_t>(runCount * runSize, before + runsAtOnce * runSize));
+    ArchiveResult<Done> step =
+        readAt(_file, hashesPlace + _count * hashSize + before, std::span(bytes).subspan(before));
+    if (step) step = takeRuns(ByteSpan(bytes).subspan(before));
+    if (!step) return step;
+  }
   const ByteBuffer expected = headerOf(_chunkSize, _seed, _count, bytes);
   if (!std::equal(expected.begin(), expected.end(), header.begin())) {
     return damagedError("The hash map does not match its own hash", _file.path, 40);
   }
-  std::uint64_t before = 0;
-  std::uint64_t end = 0;
-  _runs.reserve(runCount);
-  for (std::size_t i = 0; i < runCount; ++i) {
-    const Run run{littleEndianAt<std::uint64_t>(bytes, i * runSize),
-                  littleEndianAt<std::uint64_t>(bytes, i * runSize + 8), before};
+  const std::uint64_t named = _runs.empty() ? 0 : _runs.back().before + _runs.back().count;
+  if (named != _count) return damagedError("The runs of the hash map contradict each other", _file.path);
+  return Done{};
+}
+
+ArchiveResult<Done> ChunkMapReader::takeRuns(ByteSpan bytes) {
+  for (std::size_t i = 0; i < bytes.size(); i += runSize) {
+    const std::uint64_t end = _runs.empty() ? 0 : _runs.back().first + _runs.back().count;
+    const std::uint64_t before = _runs.empty() ? 0 : _runs.back().before + _runs.back().count;
+    const Run run{littleEndianAt<std::uint64_t>(bytes, i), littleEndianAt<std::uint64_t>(bytes, i + 8), before};
     if (run.first < end || run.count == 0 || run.count > _count - before || run.first > UINT64_MAX - run.count) {
       return damagedError("The runs of the hash map contradict each other", _file.path);
     }
-    end = run.first + run.count;
-    before += run.count;
     _runs.push_back(run);
   }
-  if (before != _count) return damagedError("The runs of the hash map contradict each other", _file.path);
   return Done{};
 }
 

@@ -76,6 +76,7 @@ class ChunkMapReader {
 
   ChunkMapReader() = default;
   ArchiveResult<Done> readRuns(std::uint64_t runCount, std::uint64_t fileSize, ByteSpan header);
+  ArchiveResult<Done> takeRuns(ByteSpan bytes);
   const Run* runAtOrAfter(std::uint64_t chunk) const;
 
   OpenFile _file;

@@ -28,6 +28,8 @@ struct SyncState {
 void syncNow(const std::shared_ptr<SyncState>& state) {
   const int errorNumber = ::fsync(state->fd.get()) == 0 ? 0 : errno;
   const std::lock_guard lock(state->mutex);
+  // Closed before anybody goes on: who asks next whether the file is in use must not find this thread.
+  state->fd.reset();
   state->errorNumber = errorNumber;
   state->changed.notify_one();
 }
@@ -76,6 +78,11 @@ ArchiveResult<std::uint64_t> sizeOf(const OpenFile& file) {
   const off_t end = ::lseek(file.fd.get(), 0, SEEK_END);
   if (end < 0) return readError("The size could not be read", file.path, 0, errno);
   return static_cast<std::uint64_t>(end);
+}
+
+bool hasOtherNames(const OpenFile& file) {
+  struct stat status = {};
+  return ::fstat(file.fd.get(), &status) == 0 && status.st_nlink > 1;
 }
 
 ArchiveResult<Done> startWriteback(const OpenFile& file, std::uint64_t offset, std::uint64_t size) {

@@ -22,6 +22,8 @@ ArchiveResult<Done> writeAt(const OpenFile& file, std::uint64_t offset, ByteSpan
 // A file that ends before the last byte is an error too.
 ArchiveResult<Done> readAt(const OpenFile& file, std::uint64_t offset, std::span<std::byte> bytes);
 ArchiveResult<std::uint64_t> sizeOf(const OpenFile& file);
+// Whether the file has more than one name: hard links.
+bool hasOtherNames(const OpenFile& file);
 
 // Hands [offset, offset + size) to the device and waits for what was handed over before it, so that a long sequence
 // of writes never leaves much to the final sync.

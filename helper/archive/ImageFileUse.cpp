@@ -31,16 +31,24 @@ bool qemuLocks(int file, off_t start, off_t size) {
   return ::fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-}  // namespace
-
-bool keepOthersOut(const FileDescriptor& file) {
+bool setOwnLock(int file, short kind) {
   struct flock lock = {};
-  lock.l_type = F_WRLCK;
+  lock.l_type = kind;
   lock.l_whence = SEEK_SET;
   lock.l_start = firstRight;
   lock.l_len = allRights;
+  return ::fcntl(file, F_OFD_SETLK, &lock) == 0;
+}
+
+}  // namespace
+
+bool keepOthersOut(const FileDescriptor& file) {
   // A file system without locks has none to look at either.
-  return ::fcntl(file.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+  return setOwnLock(file.get(), F_WRLCK) || (errno != EAGAIN && errno != EACCES);
+}
+
+void letOthersIn(const FileDescriptor& file) {
+  setOwnLock(file.get(), F_UNLCK);
 }
 
 bool isOpenForWriting(const FileDescriptor& file) {

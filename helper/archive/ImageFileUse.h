@@ -19,5 +19,7 @@ bool isOpenElsewhere(const FileDescriptor& file);
 // Takes all of the locks that qemu's programs look at, so that none of them opens the file until the descriptor is
 // closed. `file` is open for writing. False when one of them was quicker.
 bool keepOthersOut(const FileDescriptor& file);
+// Ends that.
+void letOthersIn(const FileDescriptor& file);
 
 }  // namespace zpk

@@ -88,7 +88,9 @@ ArchiveResult<Done> ImageMerge::moveCluster(std::uint64_t cluster, std::span<std
     case ClusterKind::Plain:
       return _parent.putPlain(cluster, content);
     case ClusterKind::Compressed:
-      return _parent.putCompressed(cluster, _child.frame());
+      // A frame that did not shrink is none of ours, but its content is right.
+      return _child.frame().size() < content.size() ? _parent.putCompressed(cluster, _child.frame())
+                                                    : _parent.putPlain(cluster, content);
   }
   return Done{};
 }

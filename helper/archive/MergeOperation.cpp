@@ -79,6 +79,30 @@ class Merge {
       return refused("The two backup points hold different disks and cannot be merged");
     }
     if (movesImages() && _child.parent != _parent.id) return contradiction();
+    const ArchiveResult<Done> alone = checkNobodyElseBuildsOnParent();
+    return alone && !movesImages() ? checkNeedsNothing() : alone;
+  }
+
+  // Every point builds on the one before it, unless somebody changed the archive by hand.
+  ArchiveResult<Done> checkNobodyElseBuildsOnParent() const {
+    for (std::size_t i = _childPlace + 1; i < _archive.index().points.size(); ++i) {
+      const ArchiveResult<PointIndex> point = _archive.readPoint(i);
+      if (point && point->parent == _parent.id) {
+        return refused("Another backup point builds on the one that would be given up");
+      }
+    }
+    return Done{};
+  }
+
+  // The images have the last word on whether a point is a full one.
+  ArchiveResult<Done> checkNeedsNothing() const {
+    for (const StoredDisk& disk : _child.disks) {
+      ArchiveResult<OpenFile> file = _archive.openPointFile(_childPlace, disk.image);
+      if (!file) return file.error();
+      const ArchiveResult<Qcow2Reader> image = Qcow2Reader::open(std::move(*file));
+      if (!image) return image.error();
+      if (!image->backingFile().empty()) return contradiction();
+    }
     return Done{};
   }
 
@@ -91,6 +115,11 @@ class Merge {
       if (!parent) return parent.error();
       if (isOpenElsewhere(child->fd) || isOpenElsewhere(parent->fd)) {
         return refused("One of the two backup points is in use. Detach it first");
+      }
+      // A copy made of hard links is the same file.
+      if (hasOtherNames(*parent)) {
+        return refused(
+            "An image of the backup point before this one has another name elsewhere and is not changed");
       }
       const ArchiveResult<std::uint64_t> room = ImageMerge::roomFor(*parent, *child);
       if (!room) return room.error();

@@ -50,6 +50,10 @@ constexpr unsigned compressedOffsetBits(unsigned clusterBits) {
   return 62U - (clusterBits - 8U);
 }
 
+// The largest tables that the field's tools open, bytes.
+inline constexpr std::uint64_t largestFirstTable = std::uint64_t{32} << 20U;
+inline constexpr std::uint64_t largestCountTable = std::uint64_t{8} << 20U;
+
 inline constexpr unsigned smallClusterBits = 14;
 inline constexpr unsigned largeClusterBits = 16;
 

@@ -54,7 +54,8 @@ ArchiveResult<Done> Qcow2Reader::readHeader() {
     return damaged("The image is of a kind that no archive holds", 0);
   }
   _clusterBits = bigEndianAt<std::uint32_t>(header, 20);
-  if (_clusterBits < 12 || _clusterBits > 21) return damaged("The image's cluster size is impossible", 20);
+  if (_clusterBits != qcow2::smallClusterBits && _clusterBits != qcow2::largeClusterBits)
+    return damaged("The image's cluster size is impossible", 20);
   _virtualSize = bigEndianAt<std::uint64_t>(header, 24);
   if (_virtualSize % 512 != 0 || _virtualSize > std::uint64_t{1} << 56U) {
     return damaged("The image's disk size is impossible", 24);
@@ -77,7 +78,8 @@ ArchiveResult<Done> Qcow2Reader::readBackingName(ByteSpan header) {
 
 ArchiveResult<Done> Qcow2Reader::readTablePlaces(std::uint64_t place, std::uint64_t count) {
   const std::uint64_t needed = divideUp(clusterCount(), clusterSize() / 8);
-  if (count < needed || place % clusterSize() != 0 || !holds(place, needed * 8)) {
+  if (count < needed || count > qcow2::largestFirstTable / 8 || place % clusterSize() != 0 ||
+      !holds(place, needed * 8)) {
     return damaged("The image's table of tables is out of place", 36);
   }
   ByteBuffer bytes(needed * 8);

@@ -7,6 +7,7 @@
 #include <cassert>
 #include <cerrno>
 
+#include "helper/archive/ImageFileUse.h"
 #include "helper/archive/Qcow2Format.h"
 #include "helper/archive/Qcow2Reader.h"
 
@@ -68,6 +69,7 @@ ArchiveResult<Done> Qcow2Rewriter::readHeader() {
   _countTable = {countPlace / _clusterSize, bigEndianAt<std::uint32_t>(header, countTableClustersField)};
   const bool isPlaced = _l1Place % _clusterSize == 0 && countPlace % _clusterSize == 0 &&
                         _space.use(_l1Place / _clusterSize, divideUp(_l1.size() * 8, _clusterSize)) &&
+                        _countTable.count <= qcow2::largestCountTable / _clusterSize &&
                         _space.use(_countTable.first, _countTable.count);
   return isPlaced ? ArchiveResult<Done>(Done{}) : damaged("A table of the image is out of place", 0);
 }
@@ -260,6 +262,12 @@ ArchiveResult<Done> Qcow2Rewriter::storeHeader(ByteSpan header) {
 }
 
 void Qcow2Rewriter::giveBack() {
+  // Whoever has the image open reads by the tables that it had then, and nobody is to open it halfway.
+  if (keepOthersOut(_file.fd) && !isOpenElsewhere(_file.fd)) punchUnused();
+  letOthersIn(_file.fd);
+}
+
+void Qcow2Rewriter::punchUnused() {
   const int file = _file.fd.get();
   const std::uint64_t end = _space.usedEnd();
   for (const auto& [first, count] : _space.unusedRuns()) {
@@ -273,7 +281,10 @@ void Qcow2Rewriter::giveBack() {
 }
 
 void Qcow2Rewriter::discard() {
-  [[maybe_unused]] const int result = ::ftruncate(_file.fd.get(), static_cast<off_t>(_originalSize));
+  if (::ftruncate(_file.fd.get(), static_cast<off_t>(_originalSize)) != 0) return;
+  // What was written into holes takes room, too. What the image needs is in its tables, which were never touched.
+  ArchiveResult<Qcow2Rewriter> asItWas = open(std::move(_file));
+  if (asItWas) asItWas->giveBack();
 }
 
 }  // namespace zpk

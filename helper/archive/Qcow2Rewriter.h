@@ -38,9 +38,9 @@ class Qcow2Rewriter {
   // is, nothing of the old content may be given back.
   ArchiveResult<Done> confirmSwitch();
   // Hands what nothing refers to back to the file system, as far as that can take it back; the rest is used by the
-  // next rewriting.
+  // next rewriting. So is all of it while somebody else has the image open.
   void giveBack();
-  // Takes away what was added behind the end of the file.
+  // Takes away what was added, behind the end of the file and in its holes. The last thing that is done with it.
   void discard();
 
  private:
@@ -66,6 +66,7 @@ class Qcow2Rewriter {
   ArchiveResult<Done> storeFirstTable();
   ArchiveResult<Done> storeCounts();
   ArchiveResult<Done> storeHeader(ByteSpan header);
+  void punchUnused();
   ArchiveError damaged(const char* message, std::uint64_t place) const;
 
   OpenFile _file;

@@ -6,7 +6,6 @@
 #include <set>
 
 #include "helper/archive/ChunkMap.h"
-#include "helper/archive/Qcow2Chain.h"
 #include "helper/archive/Qcow2Writer.h"
 
 namespace zpk::test {
@@ -28,9 +27,14 @@ ArchiveResult<Done> put(Qcow2Writer& image, std::uint64_t cluster, const ByteBuf
 
 }  // namespace
 
-ByteBuffer frameOf(ByteSpan cluster) {
+ByteBuffer wholeFrameOf(ByteSpan cluster) {
   ByteBuffer frame(ZSTD_compressBound(cluster.size()));
   frame.resize(ZSTD_compress(frame.data(), frame.size(), cluster.data(), cluster.size(), 1));
+  return frame;
+}
+
+ByteBuffer frameOf(ByteSpan cluster) {
+  ByteBuffer frame = wholeFrameOf(cluster);
   if (frame.size() > cluster.size() * 15 / 16) frame.clear();
   return frame;
 }
@@ -123,16 +127,20 @@ void SmallArchive::expectExact(const Archive& archive, std::size_t point, const 
   for (std::size_t disk = 0; disk < expected.size(); ++disk) {
     ArchiveResult<Qcow2Chain> chain = Qcow2Chain::open(archive, point, disk);
     ASSERT_TRUE(chain.hasValue()) << chain.error().text();
-    ByteBuffer read(clusterSize);
-    for (std::uint64_t cluster = 0; cluster < clusterCount; ++cluster) {
-      // Beyond the clusters that any point can have, one in a while will do.
-      if (cluster % 2048 > 20 && cluster % 97 != 0) continue;
-      const ArchiveResult<Done> done = chain->read(cluster, read);
-      ASSERT_TRUE(done.hasValue()) << done.error().text();
-      const auto found = expected[disk].find(cluster);
-      ASSERT_TRUE(found == expected[disk].end() ? isAllZero(read) : read == found->second)
-          << archive.pointIndexPath(point) << ": disk " << disk << ", cluster " << cluster;
-    }
+    SCOPED_TRACE(archive.pointIndexPath(point) + ": disk " + std::to_string(disk));
+    expectReads(*chain, expected[disk]);
+  }
+}
+
+void SmallArchive::expectReads(Qcow2Chain& chain, const DiskContent& expected) {
+  ByteBuffer read(clusterSize);
+  for (std::uint64_t cluster = 0; cluster < clusterCount; ++cluster) {
+    // Beyond the clusters that any point can have, one in a while will do.
+    if (cluster % 2048 > 20 && cluster % 97 != 0) continue;
+    const ArchiveResult<Done> done = chain.read(cluster, read);
+    ASSERT_TRUE(done.hasValue()) << done.error().text();
+    const auto found = expected.find(cluster);
+    ASSERT_TRUE(found == expected.end() ? isAllZero(read) : read == found->second) << "cluster " << cluster;
   }
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "helper/archive/Archive.h"
+#include "helper/archive/Qcow2Chain.h"
 #include "helper/archive/TestFiles.h"
 
 namespace zpk::test {
@@ -30,6 +31,8 @@ class SmallArchive {
   const std::map<std::string, Moment>& moments() const { return _moments; }
   const std::vector<std::string>& points() const { return _points; }
 
+  // The disk of a point reads as it has to.
+  static void expectReads(Qcow2Chain& chain, const DiskContent& expected);
   // Every point that the archive lists reads as it has to, through whatever its images build on.
   void expectExact(const Archive& archive) const;
 
@@ -44,7 +47,9 @@ class SmallArchive {
   std::map<std::string, Moment> _moments;
 };
 
-// A zstd frame of the cluster; empty when it does not shrink.
+// A zstd frame of the cluster, however long.
+ByteBuffer wholeFrameOf(ByteSpan cluster);
+// The same; empty when it does not shrink.
 ByteBuffer frameOf(ByteSpan cluster);
 
 }  // namespace zpk::test
