@@ -165,7 +165,17 @@ void Composition::show() {
 void Composition::launch() {
   if (_launched) return;
   _launched = true;
+  makeJobFolder();
   _notificationCenter.postNotificationName(kApplicationDidFinishLaunchingNotification);
+}
+
+// The schedule's editor takes the folder of the user's jobs for granted when it is switched on, and not every system
+// gives its users one. Without it the schedule would seem to be on, and never be.
+void Composition::makeJobFolder() {
+  const std::string job = _scheduler->jobPath();
+  if (const auto made = _fileManager.createDirectories(job.substr(0, job.rfind('/'))); !made) {
+    _log.line("ZPKUI::Schedule::no folder for the job: " + made.error().reason);
+  }
 }
 
 }  // namespace zpk

@@ -73,6 +73,7 @@ class Composition {
   LogCollectionEnvironment logCollectionEnvironment();
   MainWindow::Surroundings windowSurroundings(const InstalledPaths& paths);
   BackupPointMounterEnvironment mounterEnvironment();
+  void makeJobFolder();
 
   // In the order in which each needs the ones before it.
   PosixLog _log;

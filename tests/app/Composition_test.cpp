@@ -69,8 +69,12 @@ TEST_F(ProgramPutTogether, LaunchesOnceWhenItsWindowIsPaintedAndEndsWhenThatIsCl
   EXPECT_TRUE(program->controller().isLaunched());
   EXPECT_FALSE(program->scheduler().isEnabled());
   EXPECT_TRUE(program->controller().statusBarAppDisabled());
+  // A user who never saved a schedule can switch it on all the same.
+  program->scheduler().setEnabled(true);
+  EXPECT_NE(folder.get("Library/LaunchAgents/com.tarnwick.zpkauto.plist"), "(no file)");
+  const std::size_t questions = asked().size();
   program->launch();
-  EXPECT_EQ(asked().size(), 3U);
+  EXPECT_EQ(asked().size(), questions);
   program->runLoop().performAfterDelay(Seconds(0), [&] { program->window().close(); });
   program->run();
   EXPECT_FALSE(program->window().isVisible());
