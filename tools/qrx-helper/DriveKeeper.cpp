@@ -8,12 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <filesystem>
+#include <cstdlib>
 #include <set>
 
-#include "helper/process/ToolRunner.h"
+#include "platform/linux/virtualdisk/DriveRemains.h"
 #include "tools/qrx-helper/StoredImage.h"
 
 namespace zpk {
@@ -21,29 +20,8 @@ namespace {
 
 // Lower ones look too much like a machine's own disks.
 constexpr int kFirstNumber = 4;
-// A drive of that age without a keeper has lost it; a younger one may be about to get it.
-constexpr std::chrono::minutes kLongestStart{2};
-
 std::string diskName(int number) {
   return "disk" + std::to_string(number);
-}
-
-bool isOld(const std::string& path) {
-  std::error_code error;
-  const auto changed = std::filesystem::last_write_time(path, error);
-  return !error && std::filesystem::file_time_type::clock::now() - changed > kLongestStart;
-}
-
-void removeMountPoint(const std::string& path) {
-  if (::rmdir(path.c_str()) == 0) return;
-  ToolCommand command;
-  command.executable = "/usr/bin/fusermount3";
-  command.arguments = {"-u", "-z", "-q", "--", path};
-  command.limits.wallClock = std::chrono::seconds(5);
-  command.access = ToolAccess::Mounts;
-  const CancelFlag never;
-  (void)runTool(command, never);
-  ::rmdir(path.c_str());
 }
 
 sigset_t endingSignals() {
@@ -55,19 +33,6 @@ sigset_t endingSignals() {
 
 }  // namespace
 
-void removeDrive(const DriveFolder& drive) {
-  std::error_code error;
-  const std::string volumes = drive.filePath(DriveFolder::kVolumes);
-  for (std::filesystem::directory_iterator entry(volumes, error), end; !error && entry != end;
-       entry.increment(error)) {
-    removeMountPoint(entry->path().string());
-  }
-  ::rmdir(volumes.c_str());
-  for (const char* name : {DriveFolder::kCompletion, DriveFolder::kMedia, DriveFolder::kRequest})
-    ::unlink(drive.filePath(name).c_str());
-  ::rmdir(drive.path().c_str());
-}
-
 DriveKeeper::~DriveKeeper() {
   if (_lock) takeDown();
 }
@@ -76,16 +41,14 @@ bool DriveKeeper::take() {
   FileDescriptor request(::open(_drive.filePath(DriveFolder::kRequest).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   if (!request || ::flock(request.get(), LOCK_EX | LOCK_NB) != 0) return false;
   _lock = std::move(request);
-  return true;
+  return _drive.saveKeeper(::getpid());
 }
 
 bool DriveKeeper::run() {
   const sigset_t signals = endingSignals();
   ::sigprocmask(SIG_BLOCK, &signals, nullptr);
   if (!take()) return false;
-  for (const DriveFolder& other : allDrives(_drives)) {
-    if (other.id() != _drive.id() && !other.isKept() && isOld(other.path())) removeDrive(other);
-  }
+  removeAbandonedDrives(_drives);
   const auto request = _drive.request();
   if (!request || !imagePathOf(*request).starts_with('/')) return fail(EINVAL, "The request is damaged");
   if (!bringUp(std::string(imagePathOf(*request)))) return false;
@@ -144,9 +107,11 @@ void DriveKeeper::waitForVolumes() {
   while (!_volumes.empty()) {
     int status = 0;
     pid_t ended = 0;
-    while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0)
+    while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) {
       std::erase_if(_volumes, [ended](const VolumeProcess& volume) { return volume.pid() == ended; });
-    if (_volumes.empty()) return;
+      if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS) _lost = true;
+    }
+    if (_volumes.empty() || _lost) return;
     if (::sigwaitinfo(&signals, nullptr) != SIGCHLD) return;
   }
 }
@@ -165,6 +130,7 @@ void DriveKeeper::takeDown() {
       break;
   }
   for (const VolumeProcess& volume : _volumes) ::kill(volume.pid(), SIGKILL);
+  if (_lost) return removeVolumes(_drive);
   // A drive that failed is gone at once; its folder stays until the completion has been read.
   const auto completion = _drive.completion();
   if (!completion || completion->result == 0) removeDrive(_drive);

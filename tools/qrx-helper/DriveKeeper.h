@@ -10,7 +10,9 @@
 namespace zpk {
 
 // Brings a drive up and keeps it: mounts the volumes of the image that its request names, says so in the drive's
-// folder, and takes everything down once the last volume is unmounted or the process is asked to end.
+// folder, and takes everything down once the last volume is unmounted or the process is asked to end. When a
+// volume's process is killed or brought down, the drive is lost: the volumes go, the folder stays as the sign of
+// it.
 //
 // One a process, whose children and signals are its own.
 class DriveKeeper {
@@ -34,9 +36,7 @@ class DriveKeeper {
   DriveFolder _drive;
   FileDescriptor _lock;  // of the request, for as long as the drive is there
   std::vector<VolumeProcess> _volumes;
+  bool _lost = false;  // a volume's process did not end as it should
 };
-
-// Takes away what a keeper that was killed has left: its mounts, whose server is gone, and its folder.
-void removeDrive(const DriveFolder& drive);
 
 }  // namespace zpk

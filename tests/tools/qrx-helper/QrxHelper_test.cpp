@@ -12,10 +12,13 @@
 
 #include "helper/archive/ImageFileUse.h"
 #include "helper/archive/PointsWorld.h"
+#include "mount/AttachedDrives.h"
 #include "mount/virtualdisk/QrxCreateDrive.h"
 #include "platform/linux/MountTable_linux.h"
+#include "platform/linux/virtualdisk/LinuxDriveControl.h"
 #include "platform/linux/virtualdisk/LinuxVirtualDiskDriver.h"
 #include "platform/posix/PollRunLoop.h"
+#include "support/ImmediateQueue.h"
 
 namespace zpk::test {
 namespace {
@@ -81,6 +84,7 @@ class QrxHelper : public PointsWorld {
 
   const std::string runtime = folder / "run";
   PollRunLoop loop;
+  ImmediateQueue queue;
   LinuxVirtualDiskDriver driver{{loop, loop, ZPK_QRX_HELPER_FOLDER, runtime}};
   QrxErrorText why{};
   std::string messages;
@@ -138,6 +142,103 @@ TEST_F(QrxHelper, VolumesEndWithAHelperThatIsKilled) {
   ::kill(helpers.front(), SIGKILL);
   EXPECT_TRUE(within(std::chrono::seconds(20), [this] { return mounts().empty(); }));
   EXPECT_TRUE(driver.matchingServices({"com_tarnwick_qrx_block_device"})->empty());
+}
+
+// The processes that an image is open in.
+std::vector<pid_t> usersOf(const std::string& path) {
+  std::vector<pid_t> users;
+  std::error_code error;
+  for (const auto& process : fs::directory_iterator("/proc")) {
+    const std::string name = process.path().filename().string();
+    if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+    for (fs::directory_iterator file(process.path() / "fd", error), end; !error && file != end;
+         file.increment(error)) {
+      if (fs::read_symlink(file->path(), error) != path) continue;
+      users.push_back(std::stoi(name));
+      break;
+    }
+  }
+  return users;
+}
+
+TEST_F(QrxHelper, ADriveWhoseVolumeProcessIsKilledIsLostAndItsMountGone) {
+  ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
+  bool killed = false;
+  for (const pid_t user : usersOf(imagePath(0))) {
+    if (user == helpers.front()) continue;
+    ::kill(user, SIGKILL);
+    killed = true;
+  }
+  ASSERT_TRUE(killed);
+  EXPECT_TRUE(within(std::chrono::seconds(20), [this] { return mounts().empty(); }));
+  LinuxDriveControl control(loop, queue, runtime);
+  EXPECT_TRUE(within(std::chrono::seconds(20), [&] { return control.attachedDrives().empty(); }));
+  const auto left = allDrives(drivesPath());
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_TRUE(within(std::chrono::seconds(20), [&] { return control.hasRemains(left.front().id()); }));
+  control.removeAllRemains();
+  EXPECT_TRUE(noDriveIsLeft());
+}
+
+// After a crash of both its processes, as the next start finds it.
+TEST_F(QrxHelper, ADeadMountIsCleanedAwayAndALiveOneStays) {
+  ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
+  const std::vector<pid_t> first = usersOf(imagePath(0));
+  ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
+  for (const pid_t user : first) ::kill(user, SIGSTOP);
+  for (const pid_t user : first) ::kill(user, SIGKILL);
+  LinuxDriveControl control(loop, queue, runtime);
+  ASSERT_TRUE(within(std::chrono::seconds(20), [&] { return control.attachedDrives().size() == 1; }));
+  EXPECT_EQ(mounts().size(), 2U);
+  control.removeAllRemains();
+  ASSERT_EQ(mounts().size(), 1U);
+  EXPECT_EQ(allDrives(drivesPath()).size(), 1U);
+  EXPECT_FALSE(filesIn(mounts().front().mountPoint).empty());
+}
+
+TEST_F(QrxHelper, AnImageThatCannotBeAttachedLeavesNothing) {
+  EXPECT_NE(attach(filePath(0, "disk0.map")), 0);
+  EXPECT_TRUE(within(std::chrono::seconds(20), [this] { return noDriveIsLeft(); }));
+}
+
+TEST_F(QrxHelper, ADriveThatIsInUseIsDetachedAllTheSame) {
+  ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
+  const FileDescriptor user(::open(mounts().front().mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_TRUE(user);
+  LinuxDriveControl control(loop, queue, runtime);
+  control.detach(control.attachedDrives().front().id);
+  EXPECT_TRUE(within(std::chrono::seconds(20), [this] { return mounts().empty() && noDriveIsLeft(); }));
+}
+
+std::size_t openDescriptors() {
+  return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+TEST_F(QrxHelper, OpenedAndClosedManyTimesLeavesNothingBehind) {
+  LinuxDriveControl control(loop, queue, runtime);
+  AttachedDrives drives(control, loop);
+  drives.start();
+  std::size_t descriptors = 0;
+  constexpr int kTimes = 50;
+  for (int time = 0; time < kTimes; ++time) {
+    ASSERT_EQ(attach(imagePath(0)), 0) << time << why.data() << messages;
+    bool closed = false;
+    while (drives.drives().empty()) loop.runFor(Seconds(0.005));
+    drives.closeAll([&] { closed = true; });
+    while (!closed) loop.runFor(Seconds(0.005));
+    // The driver's own look at its helper comes in the same turns.
+    ASSERT_TRUE(within(std::chrono::seconds(20), [&] {
+      loop.runFor(Seconds(0.001));
+      return ::kill(helpers.back(), 0) != 0;
+    }));
+    helpers.clear();
+    messages.clear();
+    if (time == 0) descriptors = openDescriptors();
+  }
+  EXPECT_EQ(openDescriptors(), descriptors);
+  EXPECT_TRUE(mounts().empty());
+  EXPECT_TRUE(noDriveIsLeft());
+  EXPECT_TRUE(usersOf(imagePath(0)).empty());
 }
 
 TEST_F(QrxHelper, TwoDrivesHaveNumbersOfTheirOwn) {

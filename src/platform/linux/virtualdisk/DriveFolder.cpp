@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <span>
@@ -19,6 +20,7 @@ namespace {
 
 constexpr std::size_t kLongestMedia = std::size_t{64} << 10;
 constexpr std::size_t kLongestName = 32;
+constexpr std::size_t kLongestProcessId = 10;
 
 // The whole of a plain file of at most `limit` bytes; nothing when it is anything else.
 std::optional<std::string> contentOf(const std::string& path, std::size_t limit) {
@@ -89,6 +91,20 @@ Expected<Done, int> DriveFolder::create(const QrxDriveRequest& request) const {
 
 std::optional<QrxDriveRequest> DriveFolder::request() const {
   return valueIn<QrxDriveRequest>(filePath(kRequest));
+}
+
+bool DriveFolder::saveKeeper(std::int32_t processId) const {
+  const std::string text = std::to_string(processId);
+  return AtomicSaver::save(filePath(kKeeper), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()})
+      .hasValue();
+}
+
+std::optional<std::int32_t> DriveFolder::keeper() const {
+  const std::string text = contentOf(filePath(kKeeper), kLongestProcessId).value_or("");
+  std::int32_t id = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+  if (error != std::errc() || end != text.data() + text.size() || id <= 1) return std::nullopt;
+  return id;
 }
 
 void DriveFolder::saveMedia(const std::vector<std::string>& names) const {

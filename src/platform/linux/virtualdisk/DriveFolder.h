@@ -13,16 +13,19 @@ namespace zpk {
 // A virtual disk as the folder that its driver and its helper share: $XDG_RUNTIME_DIR/zpk/drives/<id>, where the id
 // is 32 upper-case hexadecimal digits. docs/mounting.md says who writes what and when:
 //
-//   request     the QrxDriveRequest, 1,056 bytes. Its helper keeps it locked (flock) for as long as the drive is
-//   there. media       the names of the drive's media, a line each: the whole disk, then its partitions. completion
-//   the result code, 4 bytes, and the QrxDriveReply, 600 bytes. Saved last, once. volumes/    the mount points of
-//   its volumes.
+// - "request": the QrxDriveRequest, 1,056 bytes. Its helper keeps it locked (flock) for as long as the drive is
+// there.
+// - "keeper": the helper's process id, in decimal digits. Saved once the lock is held.
+// - "media": the names of the drive's media, a line each: the whole disk, then its partitions.
+// - "completion": the result code, 4 bytes, and the QrxDriveReply, 600 bytes. Saved last, once.
+// - "volumes/": the mount points of its volumes.
 //
 // A value that names a place; files are opened where they are asked for. Only the user can enter the folder, and
 // nothing is followed that is not what it should be.
 class DriveFolder {
  public:
   static constexpr const char* kRequest = "request";
+  static constexpr const char* kKeeper = "keeper";
   static constexpr const char* kMedia = "media";
   static constexpr const char* kCompletion = "completion";
   static constexpr const char* kVolumes = "volumes";
@@ -37,6 +40,10 @@ class DriveFolder {
   Expected<Done, int> create(const QrxDriveRequest& request) const;
   // Nothing when there is none of that size.
   std::optional<QrxDriveRequest> request() const;
+
+  bool saveKeeper(std::int32_t processId) const;
+  // Nothing before the helper has said it. Whose number it is by now, isKept() has to say.
+  std::optional<std::int32_t> keeper() const;
 
   void saveMedia(const std::vector<std::string>& names) const;
   // None before the helper has said them. Lines that are no such names are left out.

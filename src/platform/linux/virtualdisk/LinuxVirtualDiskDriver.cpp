@@ -18,6 +18,7 @@
 #include "mount/virtualdisk/QrxFormatDriveId.h"
 #include "mount/virtualdisk/QrxHelperLaunch.h"
 #include "platform/linux/virtualdisk/DriveRegistry.h"
+#include "platform/linux/virtualdisk/DriveRemains.h"
 
 namespace zpk {
 namespace {
@@ -80,7 +81,10 @@ class LinuxVirtualDiskDriver::Connection final : public DriverConnection {
     qrxFormatDriveId(&id, text.data(), text.size());
     _folder.emplace(_drives, text.data());
     if (const auto made = _folder->create(request); !made) return made.error();
-    if (const int error = watchFolder(*port); error != 0) return error;
+    if (const int error = watchFolder(*port); error != 0) {
+      removeDrive(*_folder);
+      return error;
+    }
     std::memcpy(call.outputStructure.data(), id.data(), id.size());
     _port = port;
     _reference = call.reference;
@@ -121,8 +125,10 @@ class LinuxVirtualDiskDriver::Connection final : public DriverConnection {
     if (const auto completion = _folder->completion()) complete(*completion);
   }
 
+  // A drive that there will not be has said all that it has to say.
   void complete(const DriveFolder::Completion& completion) {
     *std::exchange(_reply, nullptr) = completion.reply;
+    if (completion.result != 0) removeDrive(*_folder);
     _reference.callout(_reference.constant, completion.result);
   }
 
