@@ -61,7 +61,9 @@ Composition::Composition(const BusEndpoint& bus, const QStringList& languages, c
       _virtualDisks({_runLoop, _runLoop, paths.virtualDisks, runtimeFolder()}),
       _launchctl(_tasks, paths.launcher),
       _mainQueue(_runLoop),
-      _mounter(mounterEnvironment()) {
+      _mounter(mounterEnvironment()),
+      _driveControl(_runLoop, _backgroundQueue, runtimeFolder()),
+      _drives(_driveControl, _runLoop) {
   setToolkitLanguage(_localization.language());
   ZPKDaemon::setSharedEnvironment(daemonEnvironment());
   // They hear of the launch in this order: the delegate shows what the schedule's editor then reads.
@@ -129,6 +131,7 @@ MainWindow::Surroundings Composition::windowSurroundings(const InstalledPaths& p
           .images = _images,
           .watch = *_watch,
           .delegate = *_delegate,
+          .drives = _drives,
           .timeZone = _timeZone,
           .installed = {.updater = _fileManager.fileExists(paths.updater),
                         .uninstaller = _fileManager.fileExists(paths.uninstaller),
@@ -149,8 +152,12 @@ BackupPointMounterEnvironment Composition::mounterEnvironment() {
 
 void Composition::run() {
   // In a later turn, since a signal may come in the middle of a command.
-  const TerminationSignals askedToEnd(_runLoop,
-                                      [this] { _runLoop.performAfterDelay(Seconds(0), [this] { terminate(); }); });
+  const TerminationSignals askedToEnd(_runLoop, [this] {
+    _runLoop.performAfterDelay(Seconds(0), [this] {
+      _delegate->quitWithoutAsking();
+      terminate();
+    });
+  });
   _runLoop.run();
 }
 
@@ -167,6 +174,7 @@ void Composition::launch() {
   _launched = true;
   makeJobFolder();
   _notificationCenter.postNotificationName(kApplicationDidFinishLaunchingNotification);
+  _drives.start();
 }
 
 // The schedule's editor takes the folder of the user's jobs for granted when it is switched on, and not every system

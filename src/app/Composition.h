@@ -11,10 +11,12 @@
 #include "interface/MainWindow.h"
 #include "mainwindow/OperationWatch.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "mount/AttachedDrives.h"
 #include "mount/BackupPointMounter.h"
 #include "platform/linux/InstalledPaths.h"
 #include "platform/linux/MountTable_linux.h"
 #include "platform/linux/link/DBusLinkTransport.h"
+#include "platform/linux/virtualdisk/LinuxDriveControl.h"
 #include "platform/linux/virtualdisk/LinuxVirtualDiskDriver.h"
 #include "platform/posix/EndableSleep.h"
 #include "platform/posix/FileManager_posix.h"
@@ -55,13 +57,14 @@ class Composition {
   void launch();
   // Serves until the application quits, also when it is told to by a signal.
   void run();
-  // Asks the application to quit, which it does at once or when the logs are collected.
+  // Asks the application to quit, which it does at once, when the logs are collected, or when the user has agreed.
   void terminate() { _application.terminate(); }
 
   QtRunLoop& runLoop() { return _runLoop; }
   ZPKUIDaemonController& controller() { return *_controller; }
   ZPKSchedulerViewController& scheduler() { return *_scheduler; }
   ZPKAppDelegate& delegate() { return *_delegate; }
+  AttachedDrives& attachedDrives() { return _drives; }
   MainWindow& window() { return *_window; }
 
  private:
@@ -98,6 +101,8 @@ class Composition {
   // Ends only when its work is done, which uses what is above: the main queue at last.
   BackgroundQueue _backgroundQueue;
   BackupPointMounter _mounter;
+  LinuxDriveControl _driveControl;
+  AttachedDrives _drives;
   QtApplication _application;
   std::unique_ptr<ZPKSchedulerViewController> _scheduler;
   std::unique_ptr<ZPKAppDelegate> _delegate;

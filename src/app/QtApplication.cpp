@@ -27,12 +27,16 @@ void QtApplication::setDelegate(ZPKAppDelegate* delegate) {
 
 void QtApplication::terminate() {
   if (_putOff) return;
-  if (!_delegate || _delegate->applicationShouldTerminate() == TerminateReply::now) {
-    QCoreApplication::exit();
-    return;
+  switch (_delegate ? _delegate->applicationShouldTerminate() : TerminateReply::now) {
+    case TerminateReply::now:
+      return QCoreApplication::exit();
+    case TerminateReply::later:
+      _putOff = true;
+      return closeWindows();
+    case TerminateReply::afterQuestion:
+      _putOff = true;
+      return;
   }
-  _putOff = true;
-  closeWindows();
 }
 
 void QtApplication::replyToApplicationShouldTerminate(bool quits) {

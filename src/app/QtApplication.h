@@ -10,8 +10,8 @@ namespace zpk {
 //
 // Whatever asks the program to quit (the menu, the last window being closed, the end of the desktop's session, a
 // signal) comes here and is put to the delegate. When that puts it off, the windows leave the screen, but for those
-// that refuse to be closed, and the program quits when the delegate says so. Main thread; made after the
-// QApplication and gone before it.
+// that refuse to be closed, and the program quits when the delegate says so. They stay where the user is asked
+// first. Main thread; made after the QApplication and gone before it.
 class QtApplication final : public QObject, public Application {
  public:
   QtApplication();

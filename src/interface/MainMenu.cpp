@@ -34,7 +34,8 @@ void fillMainMenu(QMenuBar& bar, const WindowActions& actions, const Localizatio
           {a.chooseDisk, a.chooseLocation, nullptr, a.backUpNow, a.stop, nullptr, a.autoProtection,
            a.changeSchedule, nullptr, a.close});
   addMenu(bar, localizedText(localization, "&Edit"), {a.copy, a.selectAll});
-  addMenu(bar, localizedText(localization, "Backup Po&int"), {a.restore, a.merge, a.pin, nullptr, a.open});
+  addMenu(bar, localizedText(localization, "Backup Po&int"),
+          {a.restore, a.merge, a.pin, nullptr, a.open, a.closePoints});
   addMenu(bar, localizedText(localization, "&View"), {a.showPoints, a.showLog, nullptr, a.fullScreen});
   addMenu(bar, localizedText(localization, "&Window"), {a.minimize, a.zoom, nullptr, a.raise});
   addMenu(bar, localizedText(localization, "&Help"), {a.shortcuts, a.collectLogs, nullptr, a.about});

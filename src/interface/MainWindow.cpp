@@ -12,6 +12,7 @@
 #include "interface/Headline.h"
 #include "interface/Icons.h"
 #include "interface/MainMenu.h"
+#include "interface/OpenPointsSheets.h"
 #include "interface/Pictures.h"
 #include "interface/PrimaryButton.h"
 #include "interface/ProgressPane.h"
@@ -40,7 +41,8 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
       _terminate(surroundings.terminate),
       _ui(std::make_unique<Ui::MainWindow>()),
       _actions(std::make_unique<WindowActions>(
-          *this, WindowActions::Receivers{*_controller, surroundings.watch, surroundings.delegate},
+          *this,
+          WindowActions::Receivers{*_controller, surroundings.watch, surroundings.delegate, surroundings.drives},
           surroundings.installed, surroundings.localization)),
       _sheets(std::make_unique<SheetHost>(
           *this, *_controller,
@@ -48,7 +50,8 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
               surroundings.localization, surroundings.dates, surroundings.images, {_actions->quit}})),
       _schedulePopover(std::make_unique<SchedulePopover>(_delegate.schedulerViewController(), _localization,
                                                          surroundings.timeZone)),
-      _collectLogs(std::make_unique<CollectLogsOutlet>(_delegate, _localization, *this)) {
+      _collectLogs(std::make_unique<CollectLogsOutlet>(_delegate, _localization, *this)),
+      _openPoints(std::make_unique<OpenPointsSheets>(*this, surroundings.drives, _localization)) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, _localization);
   makePanes(surroundings);
@@ -76,6 +79,7 @@ void MainWindow::setOutlets(bool alive) {
   _delegate.setAutoProtectionTextField(alive ? &_autoProtection->textField() : nullptr);
   _delegate.setSchedulePopover(alive ? _schedulePopover.get() : nullptr);
   _delegate.setCollectLogsWindow(alive ? _collectLogs.get() : nullptr);
+  _delegate.setQuitQuestion(alive ? _openPoints.get() : nullptr);
   ZPKSchedulerViewController& scheduler = _delegate.schedulerViewController();
   scheduler.setPopover(alive ? _schedulePopover.get() : nullptr);
   scheduler.setDayOfMonthPopUpButton(alive ? &_schedulePopover->dayOfMonthPopUpButton() : nullptr);
@@ -221,7 +225,13 @@ void MainWindow::bindLink() {
 }
 
 // The application quits with its window, but for a collection that is running: what it waits for is still shown.
+// With the last window the program ends, so what has to be asked then is asked while there is one.
 void MainWindow::closeEvent(QCloseEvent* event) {
+  if (_openPoints->isDue() && !_delegate.isCollectingLogs()) {
+    event->ignore();
+    _terminate();
+    return;
+  }
   QMainWindow::closeEvent(event);
   if (event->isAccepted() && _delegate.isCollectingLogs()) _collectLogs->showQuitPending();
 }

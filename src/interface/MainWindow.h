@@ -12,6 +12,7 @@
 #include "interface/Binding.h"
 #include "interface/InstalledParts.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "mount/AttachedDrives.h"
 
 namespace Ui {
 class MainWindow;
@@ -22,6 +23,7 @@ namespace zpk {
 class AutoProtectionRow;
 class BackupPointsPane;
 class CollectLogsOutlet;
+class OpenPointsSheets;
 class OperationWatch;
 class ProgressPane;
 class SchedulePopover;
@@ -44,6 +46,7 @@ class MainWindow final : public QMainWindow {
     const ImageLoader& images;
     OperationWatch& watch;
     ZPKAppDelegate& delegate;
+    AttachedDrives& drives;
     const TimeZone& timeZone;  // the one in which the toolkit shows times
     InstalledParts installed;
     std::function<void()> terminate;  // asks the application to quit
@@ -99,6 +102,7 @@ class MainWindow final : public QMainWindow {
   std::unique_ptr<SheetHost> _sheets;
   std::unique_ptr<SchedulePopover> _schedulePopover;
   std::unique_ptr<CollectLogsOutlet> _collectLogs;
+  std::unique_ptr<OpenPointsSheets> _openPoints;
   Bindings _bindings;
 };
 

@@ -33,6 +33,7 @@ WindowActions::WindowActions(QWidget& window, const Receivers& receivers, const 
       _controller(receivers.controller),
       _watch(receivers.watch),
       _delegate(receivers.delegate),
+      _drives(receivers.drives),
       _localization(localization) {
   addApplicationActions();
   addWindowActions();
@@ -72,6 +73,8 @@ void WindowActions::addWindowActions() {
   merge = add("mergeAction", localizedText(l, "&Merge…"), key(Qt::CTRL | Qt::SHIFT | Qt::Key_M));
   pin = add("pinAction", localizedText(l, "&Pin…"), {QKeySequence(Qt::Key_Space)});
   open = add("openAction", localizedText(l, "Ope&n"), standard(QKeySequence::Open));
+  closePoints =
+      add("closePointsAction", localizedText(l, "&Close Open Points"), key(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
   showPoints = add("showPointsAction", localizedText(l, "Backup &Points"), key(Qt::CTRL | Qt::Key_1));
   showLog = add("showLogAction", localizedText(l, "&Log"), key(Qt::CTRL | Qt::Key_2));
   fullScreen = add("fullScreenAction", localizedText(l, "&Full Screen"),
@@ -128,6 +131,7 @@ void WindowActions::connectCommands() {
   on(merge, [this] { _controller.mergeArvhiveAction(); });
   on(pin, [this] { togglePin(); });
   on(open, [this] { _controller.mountArcItem(); });
+  on(closePoints, [this] { _drives.closeAll(); });
 }
 
 void WindowActions::connectApplicationCommands() {
@@ -176,6 +180,7 @@ void WindowActions::bindStates() {
                  });
   _bindings.bind(_controller, {"launched", "helperReachable", "inProgress"}, [this] { showStop(); });
   _bindings.bind(_watch, "stopping", [this] { showStop(); });
+  _bindings.bind(_drives, {"drives", "closing"}, [this] { allow(*closePoints, closeObstacle(_drives)); });
 }
 
 void WindowActions::bindSchedule() {

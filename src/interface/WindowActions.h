@@ -12,6 +12,7 @@
 #include "mainwindow/ActionObstacles.h"
 #include "mainwindow/OperationWatch.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "mount/AttachedDrives.h"
 
 class QWidget;
 
@@ -29,6 +30,7 @@ class WindowActions {
     ZPKUIDaemonController& controller;
     OperationWatch& watch;
     ZPKAppDelegate& delegate;
+    AttachedDrives& drives;
   };
 
   WindowActions(QWidget& window, const Receivers& receivers, const InstalledParts& installed,
@@ -52,6 +54,7 @@ class WindowActions {
   QAction* merge;
   QAction* pin;
   QAction* open;
+  QAction* closePoints;
   QAction* showPoints;
   QAction* showLog;
   QAction* fullScreen;
@@ -86,6 +89,7 @@ class WindowActions {
   ZPKUIDaemonController& _controller;
   OperationWatch& _watch;
   ZPKAppDelegate& _delegate;
+  AttachedDrives& _drives;
   const Localization& _localization;
   std::vector<QAction*> _all;
   Bindings _bindings;

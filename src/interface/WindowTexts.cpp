@@ -198,6 +198,10 @@ QString obstacleText(Obstacle obstacle, const Localization& localization) {
       return localizedText(localization, "The first backup point has none before it to be merged into.");
     case Obstacle::parentPinned:
       return localizedText(localization, "The backup point before it is pinned, and nothing is merged into that.");
+    case Obstacle::nothingOpen:
+      return localizedText(localization, "No backup point is open.");
+    case Obstacle::closing:
+      return localizedText(localization, "The open backup points are being closed.");
     case Obstacle::notOffered:
       return localizedText(localization, "This version of ZPK cannot open backup points.");
   }

@@ -71,4 +71,10 @@ std::optional<Obstacle> openObstacle(const ZPKUIDaemonController& controller) {
   return controller.canMountArcItems() ? selectionObstacle(controller) : Obstacle::notOffered;
 }
 
+std::optional<Obstacle> closeObstacle(const AttachedDrives& drives) {
+  if (drives.isClosing()) return Obstacle::closing;
+  if (drives.drives().empty()) return Obstacle::nothingOpen;
+  return std::nullopt;
+}
+
 }  // namespace zpk

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "mount/AttachedDrives.h"
 
 namespace zpk {
 
@@ -20,6 +21,8 @@ enum class Obstacle {
   severalSelected,     // more than one backup point
   firstPoint,          // the oldest backup point has none before it
   parentPinned,        // the point before it is pinned
+  nothingOpen,         // no backup point is open
+  closing,             // what is open is being closed already
   notOffered,          // not in this version
 };
 
@@ -37,6 +40,8 @@ std::optional<Obstacle> restoreObstacle(const ZPKUIDaemonController& controller)
 std::optional<Obstacle> mergeObstacle(const ZPKUIDaemonController& controller);
 std::optional<Obstacle> pinObstacle(const ZPKUIDaemonController& controller);
 std::optional<Obstacle> openObstacle(const ZPKUIDaemonController& controller);
+// Of all that are open, whatever the helper does.
+std::optional<Obstacle> closeObstacle(const AttachedDrives& drives);
 
 // The selected backup point when it is exactly one; null otherwise.
 std::shared_ptr<const RLDArchiveItem> onlySelectedPoint(const ZPKUIDaemonController& controller);

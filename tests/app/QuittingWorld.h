@@ -54,6 +54,14 @@ class RefusingWindow final : public QWidget, public CollectLogsWindow {
   bool _mayClose = true;
 };
 
+// A question that is there as long as a test wants it.
+struct PendingQuestion final : QuitQuestion {
+  bool isDue() const override { return due; }
+  void ask(std::function<void(bool)> answered) override { answer = std::move(answered); }
+  bool due = false;
+  std::function<void(bool)> answer;
+};
+
 // The delegate with the real application, run loop and queues, a main window and the window of the collection. The
 // helper and the tools are doubles; the first tool of a collection waits at the door.
 struct QuittingWorld {
@@ -91,6 +99,7 @@ struct QuittingWorld {
                            .uninstallerPath = {},
                            .daemon = [this]() -> ZPKDaemon& { return daemon; }},
                           schedule.controller};
+  PendingQuestion question;
   QWidget mainWindow;
   RefusingWindow collectWindow;
 
@@ -98,6 +107,7 @@ struct QuittingWorld {
     files.addFolder("/tmp");
     application.setDelegate(&delegate);
     delegate.setCollectLogsWindow(&collectWindow);
+    delegate.setQuitQuestion(&question);
     delegate.applicationDidFinishLaunching();
     mainWindow.show();
   }

@@ -77,6 +77,24 @@ TEST_P(Quitting, WaitsWithoutAWindowOfTheCollectionToo) {
   EXPECT_EQ(world.workspace.revealed.size(), 1U);
 }
 
+TEST_P(Quitting, WaitsForTheAnswerWithItsWindowsOnTheScreen) {
+  bool wasAlive = false;
+  world.question.due = true;
+  world.run([&] {
+    quit();
+    world.soon([&] {
+      EXPECT_TRUE(world.mainWindow.isVisible());
+      world.question.answer(false);
+      world.soon([&] {
+        wasAlive = true;
+        quit();
+        world.soon([&] { world.question.answer(true); });
+      });
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+}
+
 INSTANTIATE_TEST_SUITE_P(ByEveryWay, Quitting,
                          testing::Values(Way{"Menu", [](QuittingWorld& world) { world.application.terminate(); }},
                                          Way{"ToolkitOrSession", [](QuittingWorld&) { QCoreApplication::quit(); }},

@@ -16,6 +16,7 @@
 #include "mainwindow/ControllerWorld.h"
 #include "mainwindow/ModalSession.h"
 #include "mainwindow/OperationWatch.h"
+#include "mount/DriveControlDouble.h"
 #include "platform/qt/QtDateFormatter.h"
 #include "platform/qt/QtTimeZone.h"
 #include "support/ImmediateQueue.h"
@@ -74,6 +75,9 @@ struct InterfaceWorld : ControllerWorld {
   RecordingWorkspace desktop;
   WaitingApplication application;
   std::unique_ptr<ZPKAppDelegate> delegate;
+  // The virtual disks that are attached: those that a test says.
+  DriveControlDouble driveControl;
+  AttachedDrives drives{driveControl, loop};
   InstalledParts installed{true, true, true};
   std::unique_ptr<MainWindow> window;
 
@@ -102,10 +106,11 @@ struct InterfaceWorld : ControllerWorld {
         *scheduler);
     delegate->awakeFromNib();
     scheduler->awakeFromNib();
+    drives.start();
   }
 
   MainWindow::Surroundings surroundings() {
-    return {texts, dates, times, images, watch, *delegate, timeZone, installed, [this] { terminate(); }};
+    return {texts, dates, times, images, watch, *delegate, drives, timeZone, installed, [this] { terminate(); }};
   }
 
   // `show` last: everything else is there by then.
@@ -142,10 +147,15 @@ struct InterfaceWorld : ControllerWorld {
 
   // As the application does when it is asked to quit: at once, or with its windows closed as soon as it may.
   void terminate() {
-    if (delegate->applicationShouldTerminate() == TerminateReply::now) {
-      quits = true;
-    } else {
-      window->close();
+    switch (delegate->applicationShouldTerminate()) {
+      case TerminateReply::now:
+        quits = true;
+        return;
+      case TerminateReply::later:
+        window->close();
+        return;
+      case TerminateReply::afterQuestion:
+        return;
     }
   }
   bool quits = false;

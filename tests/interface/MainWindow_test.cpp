@@ -353,8 +353,9 @@ TEST_F(Window, EveryTextGoesThroughTheTranslation) {
     std::string localizedString(std::string_view key) const override { return "[" + std::string(key) + "]"; }
   } bracketed;
   const MainWindow::Surroundings known = world.surroundings();
-  MainWindow window(world.controller, {bracketed, known.dates, known.times, known.images, known.watch,
-                                       known.delegate, known.timeZone, known.installed, known.terminate});
+  MainWindow window(world.controller,
+                    {bracketed, known.dates, known.times, known.images, known.watch, known.delegate, known.drives,
+                     known.timeZone, known.installed, known.terminate});
   world.show(idleStatus({}));
   for (const QLabel* label : window.findChildren<QLabel*>()) {
     if (!label->text().isEmpty() && label->text() != "0%") {

@@ -214,6 +214,18 @@ inline constexpr WindowState kWindowStates[] = {
        world.delegate->collectLogs();
        world.window->close();
      }},
+    {"quit-with-open-points",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.driveControl.attach("A", "/backups/Office PC.rldbackup/p0002/disk0.pvhd");
+       world.terminate();
+     }},
+    {"open-point-lost",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.driveControl.attach("A", "/backups/Office PC.rldbackup/p0002/disk0.pvhd");
+       world.driveControl.lose("A");
+     }},
 };
 
 }  // namespace zpk

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,13 +10,24 @@ namespace zpk {
 
 // The interface's side of the application's delegate, and the application itself. Main thread.
 
-enum class TerminateReply { now, later };
+// `afterQuestion`: later as well, when the user has answered a question over a window; so the windows stay.
+enum class TerminateReply { now, later, afterQuestion };
 
 class Application {
  public:
   virtual ~Application() = default;
   // Answers a request to quit that was put off: with true, the application quits.
   virtual void replyToApplicationShouldTerminate(bool quits) = 0;
+};
+
+// What the user has to be asked before the application quits.
+class QuitQuestion {
+ public:
+  virtual ~QuitQuestion() = default;
+  // Whether there is anything to ask.
+  virtual bool isDue() const = 0;
+  // Asks, and returns at once. `answered` is called once, in a later turn, with whether the application may quit.
+  virtual void ask(std::function<void(bool quits)> answered) = 0;
 };
 
 class CollectLogsWindow {

@@ -25,9 +25,31 @@ void ZPKAppDelegate::applicationDidFinishLaunching() {
 }
 
 TerminateReply ZPKAppDelegate::applicationShouldTerminate() {
-  if (!_collectingLogs) return TerminateReply::now;
-  _terminateAfterCollegtingLogs = true;
-  return TerminateReply::later;
+  if (_collectingLogs) {
+    _terminateAfterCollegtingLogs = true;
+    return TerminateReply::later;
+  }
+  if (!_quitQuestion || !_quitQuestion->isDue()) return TerminateReply::now;
+  _askingToQuit = true;
+  _quitQuestion->ask([weak = std::weak_ptr(_self)](bool quits) {
+    if (const auto self = weak.lock()) (*self)->quitAnswered(quits);
+  });
+  return TerminateReply::afterQuestion;
+}
+
+// A collection that was begun while the question was on the screen is not cut short either.
+void ZPKAppDelegate::quitAnswered(bool quits) {
+  if (!std::exchange(_askingToQuit, false)) return;
+  if (quits && _collectingLogs) {
+    _terminateAfterCollegtingLogs = true;
+  } else {
+    _environment.application.replyToApplicationShouldTerminate(quits);
+  }
+}
+
+void ZPKAppDelegate::quitWithoutAsking() {
+  _quitQuestion = nullptr;
+  quitAnswered(true);
 }
 
 // The user cannot close the window over a collection that runs.

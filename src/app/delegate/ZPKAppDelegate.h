@@ -48,6 +48,7 @@ class ZPKAppDelegate : public Observable {
 
   // Outlets, set by the interface before launch; not owned. Null when there is no window (any more).
   void setCollectLogsWindow(CollectLogsWindow* window) { _collectLogsWindow = window; }
+  void setQuitQuestion(QuitQuestion* question) { _quitQuestion = question; }
   void setToggleSchedulerButton(TitledButton* button) { _toggleSchedulerButton = button; }
   void setAutoProtectionTextField(AttributedTextField* field) { _autoProtectionTextField = field; }
   void setSchedulePopover(AnchoredPopover* popover) { _schedulePopover = popover; }
@@ -61,8 +62,12 @@ class ZPKAppDelegate : public Observable {
   // From now on the window of the collection and the controls of the schedule follow.
   void applicationDidFinishLaunching();
   bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
-  // Later while logs are collected: the application is told when they are.
+  // Later while logs are collected: the application is told when they are, and nothing is asked then. Otherwise
+  // after the question, where there is one to ask.
   TerminateReply applicationShouldTerminate();
+  // Nobody is there to answer (the session ends, or a signal has come): from now on nothing is asked, and a
+  // question that is being asked has been answered with yes.
+  void quitWithoutAsking();
 
   // Actions.
   void toggleSchedulerAction();
@@ -79,6 +84,7 @@ class ZPKAppDelegate : public Observable {
  private:
   void schedulerEnabledChanged();
   void collectingLogsChanged();
+  void quitAnswered(bool quits);
   void _setCollectingLogs(bool collecting);
   void logsCollected(const std::optional<std::string>& archive);
 
@@ -87,7 +93,9 @@ class ZPKAppDelegate : public Observable {
   std::shared_ptr<ZPKAppDelegate*> _self;
   bool _terminateAfterCollegtingLogs = false;
   bool _collectingLogs = false;
+  bool _askingToQuit = false;
   CollectLogsWindow* _collectLogsWindow = nullptr;
+  QuitQuestion* _quitQuestion = nullptr;
   ZPKSchedulerViewController& _schedulerViewController;
   TitledButton* _toggleSchedulerButton = nullptr;
   AttributedTextField* _autoProtectionTextField = nullptr;

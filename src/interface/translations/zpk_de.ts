@@ -32,6 +32,10 @@
         <translation>S&amp;chließen</translation>
     </message>
     <message>
+        <source>&amp;Close Open Points</source>
+        <translation>Geöffnete schli&amp;eßen</translation>
+    </message>
+    <message>
         <source>&amp;Copy</source>
         <translation>&amp;Kopieren</translation>
     </message>
@@ -160,6 +164,10 @@
         <translation>Der Name eines Archivs endet auf „.TYPE“. Wählen Sie einen Namen ohne „.EXTENSION“.</translation>
     </message>
     <message>
+        <source>An opened backup point is no longer there.</source>
+        <translation>Ein geöffneter Sicherungspunkt ist nicht mehr da.</translation>
+    </message>
+    <message>
         <source>An operation is running</source>
         <translation>Ein Vorgang läuft</translation>
     </message>
@@ -222,6 +230,10 @@
     <message>
         <source>Backup archives</source>
         <translation>Sicherungsarchive</translation>
+    </message>
+    <message>
+        <source>Backup points are open. Close them and quit?</source>
+        <translation>Es sind Sicherungspunkte geöffnet. Schließen und beenden?</translation>
     </message>
     <message>
         <source>Backup points, oldest first</source>
@@ -310,6 +322,10 @@ OLDER</translation>
     <message>
         <source>Choose where to keep the backups first.</source>
         <translation>Wählen Sie zuerst, wo die Sicherungen aufbewahrt werden.</translation>
+    </message>
+    <message>
+        <source>Close and &amp;Quit</source>
+        <translation>Schließen und &amp;beenden</translation>
     </message>
     <message>
         <source>Collect &amp;Logs…</source>
@@ -548,6 +564,10 @@ OLDER</translation>
         <translation>Zielordner des Archivs fehlt</translation>
     </message>
     <message>
+        <source>No backup point is open.</source>
+        <translation>Es ist kein Sicherungspunkt geöffnet.</translation>
+    </message>
+    <message>
         <source>No backup points yet. Choose the Windows disk to protect, then where to keep the backups.</source>
         <translation>Noch keine Sicherungspunkte. Wählen Sie den Windows-Datenträger, der geschützt werden soll, und dann, wo die Sicherungen aufbewahrt werden.</translation>
     </message>
@@ -610,6 +630,10 @@ OLDER</translation>
     <message>
         <source>Ope&amp;n</source>
         <translation>&amp;Öffnen</translation>
+    </message>
+    <message>
+        <source>Other programs can then no longer read their files. The backups stay as they are.</source>
+        <translation>Andere Programme können ihre Dateien dann nicht mehr lesen. Die Sicherungen bleiben, wie sie sind.</translation>
     </message>
     <message>
         <source>Percent done</source>
@@ -808,6 +832,10 @@ OLDER</translation>
         <translation>Der ältere der beiden lässt sich danach nicht mehr einzeln wiederherstellen.</translation>
     </message>
     <message>
+        <source>The open backup points are being closed.</source>
+        <translation>Die geöffneten Sicherungspunkte werden geschlossen.</translation>
+    </message>
+    <message>
         <source>The operation could not be completed</source>
         <translation>Der Vorgang konnte nicht abgeschlossen werden</translation>
     </message>
@@ -874,6 +902,10 @@ OLDER</translation>
     <message>
         <source>Waiting for the helper…</source>
         <translation>Warten auf den Hilfsdienst…</translation>
+    </message>
+    <message>
+        <source>What showed its files has ended unexpectedly. The backup itself is not changed; open it again to go on.</source>
+        <translation>Das Programm, das seine Dateien gezeigt hat, wurde unerwartet beendet. Die Sicherung selbst ist unverändert; öffnen Sie sie erneut, um fortzufahren.</translation>
     </message>
     <message>
         <source>Where the backups are kept</source>

@@ -32,6 +32,10 @@
         <translation>&amp;סגירה</translation>
     </message>
     <message>
+        <source>&amp;Close Open Points</source>
+        <translation>ס&amp;גירת הנקודות הפתוחות</translation>
+    </message>
+    <message>
         <source>&amp;Copy</source>
         <translation>ה&amp;עתקה</translation>
     </message>
@@ -160,6 +164,10 @@
         <translation>שם של ארכיון מסתיים ב־“.TYPE”. בחרו שם בלי “.EXTENSION”.</translation>
     </message>
     <message>
+        <source>An opened backup point is no longer there.</source>
+        <translation>נקודת גיבוי פתוחה אינה קיימת עוד.</translation>
+    </message>
+    <message>
         <source>An operation is running</source>
         <translation>פעולה מתבצעת</translation>
     </message>
@@ -222,6 +230,10 @@
     <message>
         <source>Backup archives</source>
         <translation>ארכיוני גיבוי</translation>
+    </message>
+    <message>
+        <source>Backup points are open. Close them and quit?</source>
+        <translation>יש נקודות גיבוי פתוחות. לסגור אותן ולצאת?</translation>
     </message>
     <message>
         <source>Backup points, oldest first</source>
@@ -310,6 +322,10 @@ OLDER</translation>
     <message>
         <source>Choose where to keep the backups first.</source>
         <translation>בחרו תחילה היכן יישמרו הגיבויים.</translation>
+    </message>
+    <message>
+        <source>Close and &amp;Quit</source>
+        <translation>סגירה ו&amp;יציאה</translation>
     </message>
     <message>
         <source>Collect &amp;Logs…</source>
@@ -548,6 +564,10 @@ OLDER</translation>
         <translation>תיקיית היעד של הארכיון חסרה</translation>
     </message>
     <message>
+        <source>No backup point is open.</source>
+        <translation>אין נקודת גיבוי פתוחה.</translation>
+    </message>
+    <message>
         <source>No backup points yet. Choose the Windows disk to protect, then where to keep the backups.</source>
         <translation>אין עדיין נקודות גיבוי. בחרו את דיסק Windows שיש להגן עליו, ואחר כך היכן יישמרו הגיבויים.</translation>
     </message>
@@ -610,6 +630,10 @@ OLDER</translation>
     <message>
         <source>Ope&amp;n</source>
         <translation>&amp;פתיחה</translation>
+    </message>
+    <message>
+        <source>Other programs can then no longer read their files. The backups stay as they are.</source>
+        <translation>תוכניות אחרות לא יוכלו עוד לקרוא את הקבצים שלהן. הגיבויים נשארים כפי שהם.</translation>
     </message>
     <message>
         <source>Percent done</source>
@@ -808,6 +832,10 @@ OLDER</translation>
         <translation>את הישנה מבין השתיים לא יהיה אפשר עוד לשחזר בפני עצמה.</translation>
     </message>
     <message>
+        <source>The open backup points are being closed.</source>
+        <translation>נקודות הגיבוי הפתוחות נסגרות.</translation>
+    </message>
+    <message>
         <source>The operation could not be completed</source>
         <translation>לא ניתן היה להשלים את הפעולה</translation>
     </message>
@@ -874,6 +902,10 @@ OLDER</translation>
     <message>
         <source>Waiting for the helper…</source>
         <translation>ממתין לשירות העזר…</translation>
+    </message>
+    <message>
+        <source>What showed its files has ended unexpectedly. The backup itself is not changed; open it again to go on.</source>
+        <translation>התוכנית שהציגה את הקבצים שלה הסתיימה באופן בלתי צפוי. הגיבוי עצמו לא השתנה; יש לפתוח אותו שוב כדי להמשיך.</translation>
     </message>
     <message>
         <source>Where the backups are kept</source>

@@ -59,6 +59,17 @@ struct FakeCollectLogsWindow final : CollectLogsWindow {
   std::vector<bool> closeButton;  // each setting
 };
 
+struct FakeQuitQuestion final : QuitQuestion {
+  bool isDue() const override { return due; }
+  void ask(std::function<void(bool)> answered) override {
+    ++asked;
+    answer = std::move(answered);
+  }
+  bool due = true;
+  int asked = 0;
+  std::function<void(bool)> answer;
+};
+
 struct FakeButton final : TitledButton {
   void setTitle(const std::string& title) override { titles.push_back(title); }
   std::vector<std::string> titles;

@@ -107,6 +107,68 @@ TEST_F(AppDelegate, QuitsAtOnceWhenIdleAndWithTheLastWindow) {
   EXPECT_TRUE(world.application.replies.empty());
 }
 
+TEST_F(AppDelegate, AsksBeforeItQuitsWhereThereIsSomethingToAsk) {
+  FakeQuitQuestion question;
+  delegate.setQuitQuestion(&question);
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::afterQuestion);
+  EXPECT_TRUE(world.application.replies.empty());
+  question.answer(false);
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::afterQuestion);
+  question.answer(true);
+  EXPECT_EQ(world.application.replies, std::vector<bool>({false, true}));
+  question.due = false;
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::now);
+}
+
+TEST_F(AppDelegate, AsksNothingWhileLogsAreCollected) {
+  FakeQuitQuestion question;
+  delegate.setQuitQuestion(&question);
+  delegate.collectLogs();
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::later);
+  world.finishCollection();
+  EXPECT_EQ(question.asked, 0);
+  EXPECT_EQ(world.application.replies, std::vector<bool>({true}));
+}
+
+TEST_F(AppDelegate, WaitsForLogsWhoseCollectionBeganDuringTheQuestion) {
+  FakeQuitQuestion question;
+  delegate.setQuitQuestion(&question);
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::afterQuestion);
+  delegate.collectLogs();
+  question.answer(true);
+  EXPECT_TRUE(world.application.replies.empty());
+  world.finishCollection();
+  EXPECT_EQ(world.application.replies, std::vector<bool>({true}));
+}
+
+TEST_F(AppDelegate, AsksNobodyWhenTheSessionEnds) {
+  FakeQuitQuestion question;
+  delegate.setQuitQuestion(&question);
+  delegate.quitWithoutAsking();
+  EXPECT_TRUE(world.application.replies.empty());
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::now);
+  EXPECT_EQ(question.asked, 0);
+}
+
+TEST_F(AppDelegate, TakesTheEndOfTheSessionForAnAnswer) {
+  FakeQuitQuestion question;
+  delegate.setQuitQuestion(&question);
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::afterQuestion);
+  delegate.quitWithoutAsking();
+  EXPECT_EQ(world.application.replies, std::vector<bool>({true}));
+  question.answer(false);
+  EXPECT_EQ(world.application.replies.size(), 1U);
+}
+
+TEST_F(AppDelegate, HearsNoAnswerAfterItsEnd) {
+  FakeQuitQuestion question;
+  delegate.setQuitQuestion(&question);
+  EXPECT_EQ(delegate.applicationShouldTerminate(), TerminateReply::afterQuestion);
+  world.delegate.reset();
+  question.answer(true);
+  EXPECT_TRUE(world.application.replies.empty());
+}
+
 TEST_F(AppDelegate, StartsTheUninstallerAndTheUpdaterWithItsArgument) {
   using Launch = RecordingWorkspace::Launch;
   delegate.uninstall();
