@@ -7,8 +7,8 @@
 namespace zpk {
 namespace {
 
-const QString kAllowed =
-    QStringLiteral("allowed: --archive PATH --pictures DIR [--tour] [--input mouse|keyboard] [--system]");
+const QString kAllowed = QStringLiteral(
+    "allowed: --archive PATH --pictures DIR [--tour | --open-with FILES] [--input mouse|keyboard] [--system]");
 
 std::optional<InputKind> inputKind(const QString& name) {
   if (name == QStringLiteral("mouse")) return InputKind::mouse;
@@ -28,10 +28,11 @@ std::optional<DriveOptions> driveOptions(const QStringList& arguments, QString& 
   const QCommandLineOption archive(QStringLiteral("archive"), {}, path);
   const QCommandLineOption pictures(QStringLiteral("pictures"), {}, path);
   const QCommandLineOption tour(QStringLiteral("tour"));
+  const QCommandLineOption files(QStringLiteral("open-with"), {}, path);
   const QCommandLineOption input(QStringLiteral("input"), {}, QStringLiteral("kind"), QStringLiteral("mouse"));
   const QCommandLineOption system(QStringLiteral("system"));
   QCommandLineParser parser;
-  parser.addOptions({archive, pictures, tour, input, system});
+  parser.addOptions({archive, pictures, tour, files, input, system});
   if (!parser.parse(QStringList(QString()) + arguments)) return refuse(mistake, parser.errorText());
   if (!parser.positionalArguments().isEmpty()) {
     return refuse(mistake, QStringLiteral("unexpected “%1”").arg(parser.positionalArguments().front()));
@@ -42,7 +43,10 @@ std::optional<DriveOptions> driveOptions(const QStringList& arguments, QString& 
   const auto kind = inputKind(parser.value(input));
   if (!kind) return refuse(mistake, QStringLiteral("unknown input “%1”").arg(parser.value(input)));
   return DriveOptions{QDir().absoluteFilePath(parser.value(archive)),
-                      QDir().absoluteFilePath(parser.value(pictures)), parser.isSet(tour), *kind,
+                      QDir().absoluteFilePath(parser.value(pictures)),
+                      parser.isSet(tour),
+                      parser.value(files),
+                      *kind,
                       parser.isSet(system)};
 }
 

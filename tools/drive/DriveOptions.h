@@ -8,11 +8,14 @@
 
 namespace zpk {
 
-// What to drive: a backup to `archive`, or the whole tour with it, with pictures saved into the folder `pictures`.
+// What to drive: a backup to `archive`, or a tour with it, with pictures saved into the folder `pictures`.
 struct DriveOptions {
   QString archive;
   QString pictures;
   bool wholeTour = false;
+  // Where the volume of the disk that is backed up is mounted: the tour of opening compares with it. Empty for
+  // another.
+  QString files;
   InputKind input = InputKind::mouse;
   bool systemBus = false;
 };

@@ -22,6 +22,8 @@ struct Stage {
   WindowDriver& window;
   Hands& hands;
   QString archive;
+  QString
+      files;  // the volume that the disk holds, mounted by whoever takes the tour of opening; empty for the others
   BackupFigures figures{};
 
   ZPKUIDaemonController& controller() const { return program.controller(); }

@@ -31,6 +31,22 @@ const std::vector<TourStep>& wholeTour() {
   return tour;
 }
 
+const std::vector<TourStep>& openingTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"choose the disk", steps::chooseDisk},
+      {"choose the location", steps::chooseLocation},
+      {"back up", steps::backUp},
+      {"open the backup point", steps::openPoint},
+      {"read its files", steps::readOpenFiles},
+      {"close it", steps::closePoint},
+      {"meet a damaged image", steps::meetDamagedImage},
+      {"lose an open backup point", steps::losePoint},
+      {"quit with an open backup point", steps::quitWithOpenPoint},
+  };
+  return tour;
+}
+
 const std::vector<TourStep>& backupTour() {
   static const std::vector<TourStep> tour{
       {"open the window", steps::openWindow},

@@ -16,6 +16,8 @@ struct TourStep {
 
 // Everything that the main window offers, in an order in which each step finds what it needs.
 const std::vector<TourStep>& wholeTour();
+// What becomes of backup points that are opened; the last step quits.
+const std::vector<TourStep>& openingTour();
 // The shortest way to a backup.
 const std::vector<TourStep>& backupTour();
 

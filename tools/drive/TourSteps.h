@@ -33,4 +33,12 @@ QString collectLogs(Stage& stage);
 QString chooseRestoreSize(Stage& stage);
 QString meetFullDisk(Stage& stage);
 
+// Open backup points (OpenSteps.cpp).
+QString openPoint(Stage& stage);
+QString readOpenFiles(Stage& stage);
+QString closePoint(Stage& stage);
+QString meetDamagedImage(Stage& stage);
+QString losePoint(Stage& stage);
+QString quitWithOpenPoint(Stage& stage);
+
 }  // namespace zpk::steps

@@ -30,7 +30,14 @@ InstalledPaths ownPaths(const DriveOptions& options) {
   qputenv("HOME", QFile::encodeName(home));
   InstalledPaths paths;
   paths.launcher = QDir(home).filePath(QStringLiteral("launchctl")).toStdString();
+  // The helper tool of virtual disks is built beside this program.
+  paths.virtualDisks = QApplication::applicationDirPath().toStdString();
   return paths;
+}
+
+const std::vector<TourStep>& tourOf(const DriveOptions& options) {
+  if (!options.files.isEmpty()) return openingTour();
+  return options.wholeTour ? wholeTour() : backupTour();
 }
 
 int run(const DriveOptions& options) try {
@@ -39,8 +46,8 @@ int run(const DriveOptions& options) try {
                       {QStringLiteral("en")}, ownPaths(options));
   WindowDriver window(program, options.pictures);
   const auto hands = Hands::make(options.input);
-  Stage stage{program, window, *hands, options.archive};
-  takeTour(options.wholeTour ? wholeTour() : backupTour(), stage);
+  Stage stage{program, window, *hands, options.archive, options.files};
+  takeTour(tourOf(options), stage);
   print(stage.figures, options.archive, window.pictures());
   return 0;
 } catch (const DriveFailed& failure) {

@@ -3,12 +3,24 @@
 // Started by the client of virtual disks for a drive whose folder is there already (docs/mounting.md), and left
 // running beside it.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
 #include "tools/qrx-helper/DriveKeeper.h"
+
+namespace {
+
+// Whoever reads what the program writes would wait for the drive's end.
+void letGoOfStandardStreams() {
+  const zpk::FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  if (!nothing) return;
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::dup2(nothing.get(), stream);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   using namespace zpk;
@@ -25,6 +37,7 @@ int main(int argc, char** argv) {
   }
   // The drive outlives the program that asked for it, and the terminal that it was started from.
   ::setsid();
+  letGoOfStandardStreams();
   DriveKeeper keeper(std::move(*drives), argv[1]);
   return keeper.run() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
