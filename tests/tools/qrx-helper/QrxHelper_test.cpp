@@ -183,7 +183,8 @@ TEST_F(QrxHelper, ADriveWhoseVolumeProcessIsKilledIsLostAndItsMountGone) {
 // After a crash of both its processes, as the next start finds it.
 TEST_F(QrxHelper, ADeadMountIsCleanedAwayAndALiveOneStays) {
   ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
-  const std::vector<pid_t> first = usersOf(imagePath(0));
+  std::vector<pid_t> first = usersOf(imagePath(0));
+  first.push_back(helpers.front());
   ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
   for (const pid_t user : first) ::kill(user, SIGSTOP);
   for (const pid_t user : first) ::kill(user, SIGKILL);
