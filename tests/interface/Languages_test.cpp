@@ -16,7 +16,7 @@ namespace {
 class Languages : public testing::TestWithParam<std::tuple<WindowState, const char*>> {
  protected:
   void SetUp() override {
-    world.files.spaces["/backups"] = {4096, 180'000'000, 244'000'000};
+    world.files.setSpace("/backups", FileSystemSpace{4096, 180'000'000, 244'000'000});
     world.dates.calendar = true;
     language = std::make_unique<InLanguage>(world, std::get<1>(GetParam()));
     world.openWindow();

@@ -388,7 +388,7 @@ UsageBar* barOf(const InterfaceWorld& world, const char* card) {
 }
 
 TEST_F(Window, DestinationShowsHowFullItsFileSystemIs) {
-  world.files.spaces["/backups"] = {4096, 1'000'000, 3'000'000};
+  world.files.setSpace("/backups", FileSystemSpace{4096, 1'000'000, 3'000'000});
   world.show(readyStatus());
   EXPECT_TRUE(barOf(world, "destinationCard")->isVisible());
   EXPECT_EQ(barOf(world, "destinationCard")->accessibleName(), "Available: 4 GB");
@@ -398,7 +398,7 @@ TEST_F(Window, DestinationShowsHowFullItsFileSystemIs) {
 }
 
 TEST_F(Window, DestinationOfUnknownSizeHasNoBar) {
-  world.files.spaces["/backups"] = {4096, 1'000'000, 0};
+  world.files.setSpace("/backups", FileSystemSpace{4096, 1'000'000, 0});
   world.show(readyStatus());
   EXPECT_FALSE(barOf(world, "destinationCard")->isVisible());
 }

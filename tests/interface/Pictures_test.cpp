@@ -26,7 +26,7 @@ class Pictures : public testing::TestWithParam<std::tuple<WindowState, Look>> {
  protected:
   void SetUp() override {
     QApplication::setPalette(look().dark ? darkPalette() : QApplication::style()->standardPalette());
-    world.files.spaces["/backups"] = {4096, 180'000'000, 244'000'000};
+    world.files.setSpace("/backups", FileSystemSpace{4096, 180'000'000, 244'000'000});
     world.dates.calendar = true;
     language = std::make_unique<InLanguage>(world, look().language);
     world.openWindow();

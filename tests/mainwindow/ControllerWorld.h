@@ -12,6 +12,7 @@
 
 #include "helperlink/LinkWorld.h"
 #include "mainwindow/ZPKUIDaemonController.h"
+#include "support/MemoryFileManager.h"
 #include "support/ScriptedTaskRunner.h"
 #include "support/StatusBuilder.h"
 
@@ -50,32 +51,6 @@ struct FakeWorkspace final : Workspace {
   bool launchApplication(std::string_view, const std::vector<std::string>&) override { return false; }
 
   std::map<std::string, std::shared_ptr<const Image>> icons;
-};
-
-// Knows the free space of the paths it was told of.
-struct SpaceTable final : FileManager {
-  std::map<std::string, FileSystemSpace, std::less<>> spaces;
-
-  std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override {
-    const auto space = spaces.find(path);
-    return space == spaces.end() ? std::nullopt : std::optional(space->second);
-  }
-  bool fileExists(std::string_view) const override { return false; }
-  Expected<Bytes, FileError> contentsOfFile(std::string_view path, std::uint64_t) const override {
-    return no(path);
-  }
-  Expected<Done, FileError> saveFile(std::string_view path, const Bytes&) override { return no(path); }
-  Expected<std::vector<std::string>, FileError> contentsOfDirectory(std::string_view path) const override {
-    return no(path);
-  }
-  Expected<Done, FileError> createDirectory(std::string_view path) override { return no(path); }
-  Expected<Done, FileError> createDirectories(std::string_view path) override { return no(path); }
-  std::string homeDirectory() const override { return "/"; }
-  Expected<Done, FileError> copyFile(std::string_view, std::string_view to) override { return no(to); }
-  Expected<Done, FileError> removeFile(std::string_view path) override { return no(path); }
-
- private:
-  static FileError no(std::string_view path) { return {std::string(path), "there are no files here"}; }
 };
 
 // "day 19675" for any time of that day; with `calendar` the day as people write it.
@@ -135,7 +110,7 @@ struct RecordingPresenter final : SheetPresenter {
 struct ControllerWorld : LinkWorld {
   NamedImages images;
   FakeWorkspace workspace;
-  SpaceTable files;
+  MemoryFileManager files;
   DayFormatter dates;
   SomeTranslations texts;
   RecordingPresenter sheets;

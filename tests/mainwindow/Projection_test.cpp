@@ -23,7 +23,7 @@ class Announcements {
 class Projection : public testing::Test {
  protected:
   Projection() {
-    world.files.spaces["/backups"] = {4096, 1'000'000};
+    world.files.setSpace("/backups", FileSystemSpace{4096, 1'000'000});
     world.launch();
   }
 
@@ -100,14 +100,14 @@ TEST_F(Projection, ReadyArchiveShowsNamePlaceSpacePointsAndDates) {
 }
 
 TEST_F(Projection, LocationWhoseSpaceCannotBeAskedHasNoStatus) {
-  world.files.spaces.clear();
+  world.files.setSpace("/backups", std::nullopt);
   world.push(readyStatus());
   EXPECT_FALSE(ui().destinationInfo().contains("status"));
 }
 
 TEST_F(Projection, SpaceAroundTheArchiveIsKnownWhileItCanBeReached) {
   const FileSystemSpace space{4096, 1'000'000, 3'000'000};
-  world.files.spaces["/backups"] = space;
+  world.files.setSpace("/backups", space);
   for (const std::int32_t reachable : {0, 1, 3}) {
     world.push(archive("/backups/a.rldbackup", 2));
     EXPECT_FALSE(ui().destinationSpace());

@@ -30,7 +30,8 @@ class MemoryFileManager final : public FileManager {
     const std::lock_guard lock(_mutex);
     _folders.insert(path);
   }
-  void setSpace(const std::string& path, FileSystemSpace space) {
+  // Nothing: it cannot be had (any more).
+  void setSpace(const std::string& path, std::optional<FileSystemSpace> space) {
     const std::lock_guard lock(_mutex);
     _spaces[path] = space;
   }
@@ -126,7 +127,7 @@ class MemoryFileManager final : public FileManager {
   std::optional<FileSystemSpace> fileSystemSpace(std::string_view path) const override {
     const std::lock_guard lock(_mutex);
     const auto space = _spaces.find(path);
-    return space == _spaces.end() ? std::nullopt : std::optional(space->second);
+    return space == _spaces.end() ? std::nullopt : space->second;
   }
 
   std::string homeDirectory() const override {
@@ -171,7 +172,7 @@ class MemoryFileManager final : public FileManager {
   std::string _home = "/home/user";
   std::map<std::string, Bytes, std::less<>> _files;
   std::set<std::string, std::less<>> _folders{"/"};
-  std::map<std::string, FileSystemSpace, std::less<>> _spaces;
+  std::map<std::string, std::optional<FileSystemSpace>, std::less<>> _spaces;
   std::map<std::string, std::string, std::less<>> _failures;
 };
 
