@@ -100,6 +100,8 @@ void PopoverFrame::paintEvent(QPaintEvent* /*event*/) {
 
 void PopoverFrame::hideEvent(QHideEvent* event) {
   QWidget::hideEvent(event);
+  // Hidden by the desktop, say with all else on another workspace: it comes back with it.
+  if (event->spontaneous()) return;
   if (_anchor) {
     _anchor->removeEventFilter(this);
     _anchor->window()->removeEventFilter(this);

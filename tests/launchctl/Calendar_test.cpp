@@ -73,10 +73,15 @@ TEST(Calendar, NumbersBeyondEveryRangeAreRefused) {
   }
 }
 
-TEST(Calendar, WhatIsNoWholeNumberIsRefused) {
+TEST(Calendar, NumbersAreReadAsTheEditorReadsThem) {
+  EXPECT_EQ(expressionsOf({{"Hour", 9.75}, {"Minute", 30.5}}), Lines{"*-*-* 09:30:00"});
+  EXPECT_EQ(expressionsOf({{"Hour", true}, {"Minute", false}}), Lines{"*-*-* 01:00:00"});
+}
+
+TEST(Calendar, WhatIsNoNumberIsRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (const Value& value : {Value("5"), Value(5.5), Value(nan), Value(true), Value(Array{5}), Value(Date{5})}) {
-    EXPECT_EQ(expressionsOf({{"Hour", value}}), Lines{"Hour of StartCalendarInterval is not a whole number"});
+  for (const Value& value : {Value("5"), Value(nan), Value(Array{5}), Value(Date{5})}) {
+    EXPECT_EQ(expressionsOf({{"Hour", value}}), Lines{"Hour of StartCalendarInterval is not a number"});
   }
 }
 

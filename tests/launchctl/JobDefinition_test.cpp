@@ -54,6 +54,13 @@ TEST(JobDefinition, TheStatusBarAgent) {
   EXPECT_TRUE(job->calendar.empty());
 }
 
+TEST(JobDefinition, NumbersCountAsTheBooleansThatTheyEqual) {
+  const auto job = jobDefinition(with(with(scheduleJob(), "KeepAlive", 0), "RunAtLoad", 0));
+  ASSERT_TRUE(job) << job.error().reason;
+  EXPECT_FALSE(job->runAtLoad);
+  EXPECT_EQ(job->keepAlive, KeepAlive::no);
+}
+
 TEST(JobDefinition, WhatIsKeptAliveIsRunAtLoad) {
   const auto job = jobDefinition(with(with(scheduleJob(), "KeepAlive", true), "RunAtLoad", false));
   ASSERT_TRUE(job);
@@ -120,7 +127,7 @@ TEST(JobDefinition, AKeyThatIsNotKnownIsRefusedRatherThanPassedOver) {
 TEST(JobDefinition, OtherKindsOfValuesAreRefused) {
   EXPECT_EQ(refusal(with(scheduleJob(), "RunAtLoad", "yes")), "RunAtLoad is not a boolean");
   const std::string keepAlive = "KeepAlive is neither a boolean nor a dictionary with SuccessfulExit alone";
-  EXPECT_EQ(refusal(with(scheduleJob(), "KeepAlive", 1)), keepAlive);
+  EXPECT_EQ(refusal(with(scheduleJob(), "KeepAlive", "yes")), keepAlive);
   EXPECT_EQ(refusal(with(scheduleJob(), "KeepAlive", Dictionary{{"Crashed", true}})), keepAlive);
   EXPECT_EQ(refusal(with(scheduleJob(), "KeepAlive", Dictionary{{"SuccessfulExit", true}})),
             "KeepAlive with SuccessfulExit true is not supported");

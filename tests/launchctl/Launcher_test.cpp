@@ -72,7 +72,8 @@ TEST_F(LauncherTest, UnloadingForThePresentStopsAndKeepsItEnabled) {
   manager.unit("a.b.service").activeState = "active";
   manager.takeVerbs();
   EXPECT_EQ(unload(kNow), "done");
-  EXPECT_THAT(manager.takeVerbs(), ElementsAre("stop a.b.timer", "stop a.b.service"));
+  EXPECT_THAT(manager.takeVerbs(), ElementsAre("stop a.b.timer", "reset-failed a.b.timer", "stop a.b.service",
+                                               "reset-failed a.b.service"));
   EXPECT_TRUE(manager.unit("a.b.timer").isEnabled);
 }
 
@@ -80,7 +81,8 @@ TEST_F(LauncherTest, UnloadingForGoodLeavesNothing) {
   load(timedJob(), kAlways);
   manager.takeVerbs();
   EXPECT_EQ(unload(kAlways), "done");
-  EXPECT_THAT(manager.takeVerbs(), ElementsAre("stop a.b.timer", "disable a.b.timer", "daemon-reload"));
+  EXPECT_THAT(manager.takeVerbs(),
+              ElementsAre("stop a.b.timer", "reset-failed a.b.timer", "disable a.b.timer", "daemon-reload"));
   EXPECT_FALSE(has("a.b.timer"));
   EXPECT_FALSE(has("a.b.service"));
   EXPECT_EQ(launcher.list("a.b").error().reason, "a.b is not loaded");

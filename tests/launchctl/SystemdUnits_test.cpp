@@ -26,7 +26,8 @@ TEST(SystemdUnits, AJobWithTimesIsAServiceAndItsTimer) {
       {"a.b.service",
        "# Made by launchctl from \"/p\"; what is changed here is lost.\n"
        "[Unit]\nDescription=a.b\n\n"
-       "[Service]\nType=simple\nExecStart=\":/usr/bin/zpkctl\" \"backup\"\nTimeoutStopSec=10\n",
+       "[Service]\nType=simple\nExecStart=\":/usr/bin/zpkctl\" \"backup\"\nTimeoutStopSec=10\n"
+       "KillMode=process\nSuccessExitStatus=143\n",
        false},
       {"a.b.timer",
        "# Made by launchctl from \"/p\"; what is changed here is lost.\n"
@@ -53,6 +54,14 @@ TEST(SystemdUnits, AJobThatRunsAtLoadIsAServiceThatLogInStarts) {
   EXPECT_EQ(units[0].text.find("Restart="), std::string::npos);
 }
 
+TEST(SystemdUnits, WhatIsAlwaysKeptAliveIsNeverDoneWithItsWork) {
+  JobDefinition job = agent();
+  job.keepAlive = JobDefinition::KeepAlive::always;
+  const std::string text = systemdUnits(job, "/p")[0].text;
+  EXPECT_NE(text.find("Restart=always\n"), std::string::npos);
+  EXPECT_EQ(text.find("RemainAfterExit"), std::string::npos);
+}
+
 TEST(SystemdUnits, WhatIsKeptAliveIsRestartedButNotForEver) {
   JobDefinition job = agent();
   job.keepAlive = JobDefinition::KeepAlive::onFailure;
@@ -68,7 +77,7 @@ TEST(SystemdUnits, AGraphicalAgentGoesWithItsSession) {
   job.session = JobDefinition::Session::graphical;
   const std::string text = systemdUnits(job, "/p")[0].text;
   EXPECT_NE(text.find("\nPartOf=graphical-session.target\n"), std::string::npos);
-  EXPECT_TRUE(text.ends_with("WantedBy=default.target\nWantedBy=graphical-session.target\n"));
+  EXPECT_TRUE(text.ends_with("[Install]\nWantedBy=graphical-session.target\n"));
 }
 
 // A service that stays active after its end would be started by its timer once and never again.

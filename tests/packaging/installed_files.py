@@ -65,7 +65,8 @@ def check_list(root):
 
 
 def check_programs(root):
-    without_version = {"usr/libexec/zpk/launchctl", "usr/libexec/zpk/zpkprobe", "usr/libexec/zpk/zpktable"}
+    without_version = {"usr/libexec/zpk/launchctl", "usr/libexec/zpk/qrx-helper", "usr/libexec/zpk/zpkprobe",
+                       "usr/libexec/zpk/zpktable"}
     for path in sorted(PROGRAMS - without_version):
         said = subprocess.run([root / path, "--version"], capture_output=True, text=True, timeout=60)
         name = path.rsplit("/", 1)[1]
@@ -104,7 +105,7 @@ def check_agent(root):
     file = root / "usr/share/zpk/LaunchAgents/com.tarnwick.zpkstatusbar.plist"
     agent = plistlib.loads(file.read_bytes())
     expect(agent == {"Label": file.stem, "ProgramArguments": ["/usr/libexec/zpk/zpkstatusbar"], "RunAtLoad": True,
-                     "KeepAlive": {"SuccessfulExit": False}}, f"the agent is {agent}")
+                     "LimitLoadToSessionType": "Aqua", "KeepAlive": {"SuccessfulExit": False}}, f"the agent is {agent}")
 
 
 def check_menu_entry(root):

@@ -79,6 +79,14 @@ TEST_F(StatusBarItemTest, OffersStopWhileABackupRunsAndOnce) {
   EXPECT_TRUE(action("stop").isEnabled()) << "the next one can be stopped";
 }
 
+TEST_F(StatusBarItemTest, AStopThatWasNotHeardCanBeAskedForAgain) {
+  helperIsThere(backupStatus(42, {}));
+  helper().whenCalled("breakProgress", [] { throw LinkException("no answer"); });
+  action("stop").trigger();
+  EXPECT_THAT(lines().front(), "(Backing up: 42 %)");
+  EXPECT_TRUE(action("stop").isEnabled());
+}
+
 TEST_F(StatusBarItemTest, AHelperThatCameBackCanBeAskedToStopAgain) {
   helperIsThere(backupStatus(42, {}));
   action("stop").trigger();

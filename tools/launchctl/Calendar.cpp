@@ -30,21 +30,19 @@ constexpr std::array<std::int64_t, 12> kMonthLengths = {31, 29, 31, 30, 31, 30, 
 // More entries than any week has minutes are no schedule of a person's.
 constexpr std::size_t kMaxIntervals = 1'000;
 
+// Any number, a fraction cut off: so does the editor read it.
 std::optional<std::int64_t> wholeNumber(const Value& value) {
-  if (value.isInteger()) {
-    // What does not fit is out of every range anyway.
-    return value.isUnsigned() && value.unsignedIntegerValue() > INT64_MAX ? INT64_MAX : value.integerValue();
-  }
-  if (!value.isReal()) return std::nullopt;
-  const double number = value.doubleValue();
-  return std::trunc(number) == number ? std::optional(value.integerValue()) : std::nullopt;
+  if (!value.isNumber() || std::isnan(value.doubleValue())) return std::nullopt;
+  // What does not fit is out of every range anyway.
+  if (value.isUnsigned() && value.unsignedIntegerValue() > INT64_MAX) return INT64_MAX;
+  return value.integerValue();
 }
 
 std::optional<JobError> readField(const std::string& key, const Value& value, CalendarInterval& interval) {
   const auto field = std::find_if(kFields.begin(), kFields.end(), [&](const Field& f) { return f.key == key; });
   if (field == kFields.end()) return JobError{"StartCalendarInterval has a key that is not known: " + key};
   const auto number = wholeNumber(value);
-  if (!number) return JobError{key + " of StartCalendarInterval is not a whole number"};
+  if (!number) return JobError{key + " of StartCalendarInterval is not a number"};
   if (*number < field->least || *number > field->most) {
     return JobError{key + " of StartCalendarInterval is not between " + std::to_string(field->least) + " and " +
                     std::to_string(field->most) + ": " + std::to_string(*number)};

@@ -72,13 +72,14 @@ std::optional<JobError> readProgramArguments(const Value& value, JobDefinition& 
 }
 
 std::optional<JobError> readRunAtLoad(const Value& value, JobDefinition& job) {
-  if (!value.isBoolean()) return JobError{"RunAtLoad is not a boolean"};
+  // The schedule's editor takes any number for the boolean that it equals.
+  if (!value.isNumber()) return JobError{"RunAtLoad is not a boolean"};
   job.runAtLoad = job.runAtLoad || value.boolValue();
   return std::nullopt;
 }
 
 std::optional<JobError> readKeepAlive(const Value& value, JobDefinition& job) {
-  if (value.isBoolean()) {
+  if (value.isNumber()) {
     job.keepAlive = value.boolValue() ? JobDefinition::KeepAlive::always : JobDefinition::KeepAlive::no;
   } else if (value.dictionary() != nullptr && value.dictionary()->size() == 1 &&
              (*value.dictionary())["SuccessfulExit"].isBoolean()) {

@@ -141,7 +141,9 @@ Expected<Done, JobError> Launcher::unload(const std::string& plist, Persistence 
   for (const UnitState* unit : {&state->timer, &state->service}) {
     if (!isUp(*unit)) continue;
     if (auto done = _user.run({"stop"}, {unit->name}); !done) return done;
-    if (unit->activeState == "failed") (void)_user.run({"reset-failed"}, {unit->name});
+    // One that failed before, or by being stopped, would be listed as failed for good. Of any other there is
+    // nothing to forget.
+    (void)_user.run({"reset-failed"}, {unit->name});
   }
   return persistence == Persistence::futureLogins ? remove(*state) : Done();
 }

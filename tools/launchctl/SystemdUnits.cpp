@@ -36,14 +36,14 @@ std::string serviceText(const JobDefinition& job, std::string_view plist) {
   // "simple": whether a program that fails at once is started must not depend on who is quicker.
   text += "\n[Service]\nType=simple\nExecStart=" + execLine(job.programArguments) + "\n";
   text += restartLines(job.keepAlive);
-  // Whoever unloads a job waits for its end.
-  text += "TimeoutStopSec=10\n";
-  if (job.calendar.empty()) text += "RemainAfterExit=yes\n";
-  if (job.runAtLoad) {
-    // A session that does not announce itself as graphical has only the first.
-    text += "\n[Install]\nWantedBy=default.target\n";
-    if (isGraphical) text += "WantedBy=graphical-session.target\n";
-  }
+  // Whoever unloads a job waits for its end, which is that of the job's own process: what it started for the user
+  // (the program's window) is not its to end. Being asked to end is no failure.
+  text += "TimeoutStopSec=10\nKillMode=process\nSuccessExitStatus=143\n";
+  // One that has done its work stays loaded. With this, "always" would restart nothing that ended well.
+  if (job.calendar.empty() && job.keepAlive != JobDefinition::KeepAlive::always) text += "RemainAfterExit=yes\n";
+  // Where there is a display to be used, and not at a log-in without one.
+  const std::string_view target = isGraphical ? "graphical-session.target" : "default.target";
+  if (job.runAtLoad) text += "\n[Install]\nWantedBy=" + std::string(target) + "\n";
   return text;
 }
 

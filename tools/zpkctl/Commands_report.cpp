@@ -48,7 +48,9 @@ int runList(HelperSession& session, Console& console, Form form) {
       },
       kLongestBusy);
   if (wait != HelperSession::Wait::over) {
-    console.complain(waitFailure(wait, "the list"));
+    // There is nothing that would go on.
+    const bool interrupted = wait == HelperSession::Wait::interrupted;
+    console.complain(interrupted ? "Interrupted." : waitFailure(wait, "the list"));
     return kNotDone;
   }
   if (const auto obstacle = whyNoPoints(seen)) {

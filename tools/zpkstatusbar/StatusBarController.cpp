@@ -30,7 +30,10 @@ void StatusBarController::stop() {
   // Before it is sent: the record that ends the operation may come before the reply does.
   _stopping = true;
   project();
-  daemon()->breakProgress();
+  if (!daemon()->breakProgress().isNull()) return;
+  // It was not heard: it can be asked again.
+  _stopping = false;
+  project();
 }
 
 void StatusBarController::stateChangedWithStatus(const Dictionary& status) {

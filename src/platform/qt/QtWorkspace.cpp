@@ -22,6 +22,9 @@ static void loadIcons() {
 namespace zpk {
 namespace {
 
+// A file manager may have to be started first. Milliseconds.
+constexpr int kLongestReveal = 5'000;
+
 QIcon archiveIcon() {
   loadIcons();
   QIcon icon;
@@ -52,6 +55,32 @@ QDBusMessage showItems(const QString& path) {
 
 }  // namespace
 
+// A request of the file manager's. Where it has none, the folder is opened instead.
+struct QtWorkspace::Reveal {
+  Reveal(const QDBusPendingCall& asked, QString holding) : folder(std::move(holding)), watcher(asked) {
+    QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &watcher, [this] { answer(); });
+  }
+
+  void answer() {
+    isAnswered = true;
+    if (watcher.isError()) openWithDefaultApplication(folder);
+  }
+
+  QString folder;
+  QDBusPendingCallWatcher watcher;
+  bool isAnswered = false;
+};
+
+QtWorkspace::QtWorkspace() = default;
+
+QtWorkspace::~QtWorkspace() {
+  for (Reveal& reveal : _reveals) {
+    if (reveal.isAnswered) continue;
+    reveal.watcher.waitForFinished();
+    if (!reveal.isAnswered) reveal.answer();
+  }
+}
+
 std::shared_ptr<const Image> QtWorkspace::iconForFileType(std::string_view fileType) {
   const auto found = _icons.find(fileType);
   if (found != _icons.end()) return found->second;
@@ -71,11 +100,8 @@ bool QtWorkspace::revealFile(std::string_view path) {
   const QString folder = file.absolutePath();
   const QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return openWithDefaultApplication(folder);
-  auto* reply = new QDBusPendingCallWatcher(bus.asyncCall(showItems(file.absoluteFilePath())));
-  QObject::connect(reply, &QDBusPendingCallWatcher::finished, [reply, folder] {
-    if (reply->isError()) openWithDefaultApplication(folder);
-    reply->deleteLater();
-  });
+  _reveals.remove_if([](const Reveal& reveal) { return reveal.isAnswered; });
+  _reveals.emplace_back(bus.asyncCall(showItems(file.absoluteFilePath()), kLongestReveal), folder);
   return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,6 +15,10 @@ namespace zpk {
 // D-Bus interface org.freedesktop.FileManager1, and the icon theme. Nothing here waits for an application.
 class QtWorkspace final : public Workspace {
  public:
+  QtWorkspace();
+  // A file that is about to be shown still is: waits for the file manager's answer, for a few seconds at the most.
+  ~QtWorkspace() override;
+
   std::shared_ptr<const Image> iconForFileType(std::string_view fileType) override;
   bool openFile(std::string_view path) override;
   // Without a file manager that can select, the folder is opened instead. True once the request is on its way.
@@ -22,6 +27,9 @@ class QtWorkspace final : public Workspace {
   bool launchApplication(std::string_view path, const std::vector<std::string>& arguments) override;
 
  private:
+  struct Reveal;
+
+  std::list<Reveal> _reveals;
   std::map<std::string, std::shared_ptr<const Image>, std::less<>> _icons;
 };
 

@@ -147,6 +147,16 @@ TEST_F(QtWorkspaceTest, WithoutAFileManagerThatShowsFilesItOpensTheFolder) {
   EXPECT_THAT(opener.opened, ElementsAre(folder.path()));
 }
 
+// The program reveals the collected logs and quits in the same breath.
+TEST_F(QtWorkspaceTest, WhatWasToBeRevealedLastStillIs) {
+  folder.put("a.zip", "");
+  {
+    QtWorkspace ending;
+    EXPECT_TRUE(ending.revealFile(folder.path("a.zip")));
+  }
+  EXPECT_THAT(opener.opened, ElementsAre(folder.path()));
+}
+
 TEST_F(QtWorkspaceTest, RevealsNothingThatIsNotThere) {
   EXPECT_FALSE(workspace.revealFile(folder.path("missing")));
   loop.runFor(Seconds(0.01));
