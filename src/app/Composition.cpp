@@ -177,8 +177,8 @@ void Composition::launch() {
   _drives.start();
 }
 
-// The schedule's editor takes the folder of the user's jobs for granted when it is switched on, and not every system
-// gives its users one. Without it the schedule would seem to be on, and never be.
+// The schedule's editor takes the folder of the user's jobs for granted when it is switched on, and not every
+// system gives its users one. Without it the schedule would seem to be on, and never be.
 void Composition::makeJobFolder() {
   const std::string job = _scheduler->jobPath();
   if (const auto made = _fileManager.createDirectories(job.substr(0, job.rfind('/'))); !made) {
