@@ -102,8 +102,8 @@ QString readLog(Stage& stage) {
   const QAbstractItemModel& log = *stage.window.widget<QAbstractItemView>("logView").model();
   const int lines = log.rowCount();
   const QString last = log.index(lines - 1, log.columnCount() - 1).data().toString();
-  // What was stored is read back once the point is complete.
-  expect(last.contains(QStringLiteral("found sound")),
+  // A point is complete once what was stored has been read back.
+  expect(last.contains(QStringLiteral("is complete")),
          QStringLiteral("the log to end with the backup’s end: ") + last);
   stage.window.takePicture(QStringLiteral("log"));
   command(stage, "showPointsAction");
