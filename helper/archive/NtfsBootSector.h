@@ -13,7 +13,11 @@ struct NtfsGeometry {
   std::uint32_t clusterSize = 0;
   std::uint64_t sectors = 0;  // Of the volume; its backup boot sector is the one behind them.
 
-  std::uint64_t clusters() const { return sectors / (clusterSize / sectorSize); }
+  // None, of a volume that has no shape yet.
+  std::uint64_t clusters() const {
+    const std::uint32_t sectorsOfOne = sectorSize == 0 ? 0 : clusterSize / sectorSize;
+    return sectorsOfOne == 0 ? 0 : sectors / sectorsOfOne;
+  }
 };
 
 bool looksLikeNtfs(ByteSpan bootSector);
