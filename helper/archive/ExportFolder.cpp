@@ -35,7 +35,7 @@ ArchiveError noPlace(const std::string& path) {
 
 ArchiveResult<ExportPlace> ExportPlace::make(const std::string& folder) {
   if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) return noPlace(folder);
-  std::string path = folder + "/partition-XXXXXX";
+  std::string path = folder + "/partition-" + std::string(6, 'X');
   const FileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
   if (!file) return noPlace(folder);
   return ExportPlace(std::move(path));
