@@ -46,9 +46,13 @@ void AttachedDrives::noteLost(const AttachedDrive& drive) {
 void AttachedDrives::closeAll(std::function<void()> closed) {
   if (closed) _whenClosed.push_back(std::move(closed));
   const bool wasClosing = isClosing();
+  // All of them are marked before the first is told: a drive may be gone, and the list another, before its detach
+  // returns.
+  std::vector<std::string> told;
   for (const AttachedDrive& drive : _drives) {
-    if (_closing.insert(drive.id).second) _control.detach(drive.id);
+    if (_closing.insert(drive.id).second) told.push_back(drive.id);
   }
+  for (const std::string& id : told) _control.detach(id);
   if (!isClosing()) return forget({});
   if (wasClosing) return;
   _killed = false;
