@@ -10,9 +10,7 @@
 #include <charconv>
 #include <cstring>
 #include <filesystem>
-#include <span>
 
-#include "platform/posix/AtomicSaver.h"
 #include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
@@ -42,8 +40,29 @@ std::optional<std::string> contentOf(const std::string& path, std::size_t limit)
 }
 
 template <class T>
-std::span<const std::uint8_t> bytesOf(const T& value) {
-  return {reinterpret_cast<const std::uint8_t*>(&value), sizeof value};
+std::string_view bytesOf(const T& value) {
+  return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+bool writeAll(const FileDescriptor& file, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t written = uninterrupted([&] { return ::write(file.get(), content.data(), content.size()); });
+    if (written <= 0) return false;
+    content.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// Whole or not at all for who looks. Not made durable: a drive does not outlive the session, and every sync of a
+// file is a wait of the user's.
+bool replaceFile(const std::string& path, std::string_view content) {
+  const std::string unfinished = path + DriveFolder::kUnfinished;
+  ::unlink(unfinished.c_str());
+  const FileDescriptor file(::open(unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!file) return false;
+  if (writeAll(file, content) && ::rename(unfinished.c_str(), path.c_str()) == 0) return true;
+  ::unlink(unfinished.c_str());
+  return false;
 }
 
 template <class T>
@@ -84,7 +103,7 @@ int makeFolder(const std::string& path) {
 
 Expected<Done, int> DriveFolder::create(const QrxDriveRequest& request) const {
   if (::mkdir(_path.c_str(), 0700) != 0) return errno;
-  if (AtomicSaver::save(filePath(kRequest), bytesOf(request))) return Done{};
+  if (replaceFile(filePath(kRequest), bytesOf(request))) return Done{};
   ::rmdir(_path.c_str());
   return EIO;
 }
@@ -94,9 +113,7 @@ std::optional<QrxDriveRequest> DriveFolder::request() const {
 }
 
 bool DriveFolder::saveKeeper(std::int32_t processId) const {
-  const std::string text = std::to_string(processId);
-  return AtomicSaver::save(filePath(kKeeper), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()})
-      .hasValue();
+  return replaceFile(filePath(kKeeper), std::to_string(processId));
 }
 
 std::optional<std::int32_t> DriveFolder::keeper() const {
@@ -110,7 +127,7 @@ std::optional<std::int32_t> DriveFolder::keeper() const {
 void DriveFolder::saveMedia(const std::vector<std::string>& names) const {
   std::string text;
   for (const std::string& name : names) text += name + "\n";
-  (void)AtomicSaver::save(filePath(kMedia), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  (void)replaceFile(filePath(kMedia), text);
 }
 
 std::vector<std::string> DriveFolder::media() const {
@@ -128,7 +145,7 @@ bool DriveFolder::saveCompletion(const Completion& completion) const {
   PackedCompletion packed;
   std::memcpy(packed.result.data(), &completion.result, packed.result.size());
   std::memcpy(packed.reply.data(), &completion.reply, packed.reply.size());
-  return AtomicSaver::save(filePath(kCompletion), bytesOf(packed)).hasValue();
+  return replaceFile(filePath(kCompletion), bytesOf(packed));
 }
 
 std::optional<DriveFolder::Completion> DriveFolder::completion() const {

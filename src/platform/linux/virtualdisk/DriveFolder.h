@@ -29,6 +29,8 @@ class DriveFolder {
   static constexpr const char* kMedia = "media";
   static constexpr const char* kCompletion = "completion";
   static constexpr const char* kVolumes = "volumes";
+  // What a file's name ends with until all of it is there.
+  static constexpr const char* kUnfinished = ".new";
 
   DriveFolder(const std::string& drives, std::string id) : _path(drives + "/" + id), _id(std::move(id)) {}
 

@@ -62,8 +62,11 @@ void removeVolumes(const DriveFolder& drive) {
 void removeDrive(const DriveFolder& drive) {
   removeVolumes(drive);
   for (const char* name :
-       {DriveFolder::kCompletion, DriveFolder::kMedia, DriveFolder::kKeeper, DriveFolder::kRequest})
-    ::unlink(drive.filePath(name).c_str());
+       {DriveFolder::kCompletion, DriveFolder::kMedia, DriveFolder::kKeeper, DriveFolder::kRequest}) {
+    const std::string path = drive.filePath(name);
+    ::unlink(path.c_str());
+    ::unlink((path + DriveFolder::kUnfinished).c_str());
+  }
   ::rmdir(drive.path().c_str());
 }
 

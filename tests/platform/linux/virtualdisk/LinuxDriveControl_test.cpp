@@ -143,6 +143,18 @@ TEST_F(DriveControlOfLinux, AKilledHelperLeavesRemainsThatCanBeRemoved) {
   EXPECT_FALSE(control.hasRemains(kFirst));
 }
 
+TEST_F(DriveControlOfLinux, WhatAHelperWasWritingWhenItWasKilledGoesToo) {
+  keep(kFirst);
+  for (const char* name : {"media.new", "completion.new"}) {
+    const FileDescriptor unfinished(::open(drive(kFirst).filePath(name).c_str(), O_WRONLY | O_CREAT, 0600));
+    ASSERT_TRUE(unfinished);
+  }
+  EXPECT_TRUE(drive(kFirst).saveCompletion({0, {}}));
+  kill(kFirst);
+  control.remove(kFirst);
+  EXPECT_FALSE(std::filesystem::exists(drive(kFirst).path()));
+}
+
 TEST_F(DriveControlOfLinux, RemovingKillsAHelperThatDoesNotEnd) {
   keep(kFirst);
   ASSERT_TRUE(awaitDrives(1));
