@@ -8,18 +8,25 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <set>
 
 #include "platform/linux/virtualdisk/DriveRemains.h"
 #include "tools/qrx-helper/StoredImage.h"
+#include "tools/qrx-helper/VolumeFolder.h"
 
 namespace zpk {
 namespace {
 
 // Lower ones look too much like a machine's own disks.
 constexpr int kFirstNumber = 4;
+// The client waits for a minute, and then knows nothing of what became of the drive.
+constexpr std::chrono::seconds kLongestBringUp{50};
+// How long the volumes' processes may take to end, and then their mounts to go.
+constexpr timespec kPatience{5, 0};
+constexpr const char* kNoMount = "The volume cannot be mounted; FUSE (the package fuse3) is needed for it";
+
 std::string diskName(int number) {
   return "disk" + std::to_string(number);
 }
@@ -74,17 +81,44 @@ bool DriveKeeper::bringUp(const std::string& imagePath) {
   const std::string disk = diskName(reserveNumber());
   std::vector<std::string> media{disk};
   std::string firstError = "The backup point holds no files of Windows";
+  const auto deadline = std::chrono::steady_clock::now() + kLongestBringUp;
   for (const StoredPartition& partition : usedPartitions(image->disk())) {
     media.push_back(disk + "s" + std::to_string(partition.number));
     if (!hasFiles(partition)) continue;
-    auto volume = VolumeProcess::start({imagePath, partition, "/dev/" + media.back(), volumes});
-    const auto error = volume ? volume->waitUntilMounted() : systemReason(errno);
+    const auto error = addVolume(imagePath, partition, media.back(), deadline);
     if (error && _volumes.empty()) firstError = *error;
-    if (!error) _volumes.push_back(std::move(*volume));
   }
   if (_volumes.empty()) return fail(EIO, firstError);
   _drive.saveMedia(media);
   return _drive.saveCompletion({0, {}});
+}
+
+std::optional<std::string> DriveKeeper::addVolume(const std::string& imagePath, const StoredPartition& partition,
+                                                  const std::string& medium, VolumeProcess::Deadline deadline) {
+  auto volume = VolumeProcess::start(imagePath, partition);
+  if (!volume) return systemReason(errno);
+  const auto label = volume->awaitLabel(deadline);
+  std::optional<std::string> error;
+  if (label) {
+    error = mountVolume(*volume, *label, medium, deadline);
+  } else {
+    error = label.error().why;
+  }
+  // One that only takes too long is still there.
+  if (error) ::kill(volume->pid(), SIGKILL);
+  if (!error) _volumes.push_back(std::move(*volume));
+  return error;
+}
+
+std::optional<std::string> DriveKeeper::mountVolume(VolumeProcess& volume, const std::string& label,
+                                                    const std::string& medium, VolumeProcess::Deadline deadline) {
+  const std::string mountPoint = makeVolumeFolder(_drive.filePath(DriveFolder::kVolumes), label, medium);
+  if (mountPoint.empty()) return "A folder for the volume cannot be made: " + systemReason(errno);
+  auto mount = mountFuse(mountPoint, "/dev/" + medium);
+  if (mount) _unmounters.insert(mount->unmounter);
+  if (mount && volume.serve(std::move(*mount), mountPoint, deadline)) return std::nullopt;
+  ::rmdir(mountPoint.c_str());
+  return kNoMount;
 }
 
 // The lowest one that no other drive has. The media of this one say it from here on.
@@ -107,29 +141,41 @@ void DriveKeeper::waitForVolumes() {
   while (!_volumes.empty()) {
     int status = 0;
     pid_t ended = 0;
-    while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) {
-      std::erase_if(_volumes, [ended](const VolumeProcess& volume) { return volume.pid() == ended; });
-      if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS) _lost = true;
-    }
+    while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) reap(ended, status);
     if (_volumes.empty() || _lost) return;
     if (::sigwaitinfo(&signals, nullptr) != SIGCHLD) return;
   }
 }
 
-// Each volume is asked to end, which unmounts it. One that does not within the time is unmounted over its head.
-void DriveKeeper::takeDown() {
+// Of a volume that never was there nobody misses the process.
+void DriveKeeper::reap(pid_t ended, int status) {
+  _unmounters.erase(ended);
+  const bool wasServed =
+      std::erase_if(_volumes, [ended](const VolumeProcess& volume) { return volume.pid() == ended; }) != 0;
+  if (wasServed && (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS)) _lost = true;
+}
+
+// Each volume is asked to end; one that does not within the time is killed. Its mount goes with it.
+void DriveKeeper::endVolumes() {
   for (const VolumeProcess& volume : _volumes) ::kill(volume.pid(), SIGTERM);
   const sigset_t signals = endingSignals();
-  const timespec patience{5, 0};
-  while (!_volumes.empty()) {
-    const pid_t ended = ::waitpid(-1, nullptr, WNOHANG);
-    if (ended < 0) break;
-    if (ended > 0)
+  while (!_volumes.empty() || !_unmounters.empty()) {
+    int status = 0;
+    const pid_t ended = ::waitpid(-1, &status, WNOHANG);
+    if (ended < 0) return;
+    if (ended > 0) {
+      _unmounters.erase(ended);
       std::erase_if(_volumes, [ended](const VolumeProcess& volume) { return volume.pid() == ended; });
-    else if (::sigtimedwait(&signals, nullptr, &patience) < 0 && errno == EAGAIN)
-      break;
+    } else if (::sigtimedwait(&signals, nullptr, &kPatience) < 0 && errno == EAGAIN) {
+      if (_volumes.empty()) return;
+      for (const VolumeProcess& volume : _volumes) ::kill(volume.pid(), SIGKILL);
+      _volumes.clear();
+    }
   }
-  for (const VolumeProcess& volume : _volumes) ::kill(volume.pid(), SIGKILL);
+}
+
+void DriveKeeper::takeDown() {
+  endVolumes();
   if (_lost) return removeVolumes(_drive);
   // A drive that failed is gone at once; its folder stays until the completion has been read.
   const auto completion = _drive.completion();

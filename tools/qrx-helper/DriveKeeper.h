@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,16 +29,24 @@ class DriveKeeper {
  private:
   bool take();
   bool bringUp(const std::string& imagePath);
+  // In words, why there is no such volume.
+  std::optional<std::string> addVolume(const std::string& imagePath, const StoredPartition& partition,
+                                       const std::string& medium, VolumeProcess::Deadline deadline);
+  std::optional<std::string> mountVolume(VolumeProcess& volume, const std::string& label, const std::string& medium,
+                                         VolumeProcess::Deadline deadline);
   bool fail(int result, const std::string& message);
   int reserveNumber();
   void waitForVolumes();
+  void reap(pid_t ended, int status);
+  void endVolumes();
   void takeDown();
 
   std::string _drives;
   DriveFolder _drive;
   FileDescriptor _lock;  // of the request, for as long as the drive is there
   std::vector<VolumeProcess> _volumes;
-  bool _lost = false;  // a volume's process did not end as it should
+  std::set<pid_t> _unmounters;  // Each ends once its volume is unmounted.
+  bool _lost = false;           // a volume's process did not end as it should
 };
 
 }  // namespace zpk

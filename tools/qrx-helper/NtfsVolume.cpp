@@ -196,6 +196,7 @@ struct NtfsVolume::Library {
 
   Device device;
   ntfs_volume* volume = nullptr;
+  bool freeIsCounted = false;
 };
 
 NtfsVolume::NtfsVolume(std::unique_ptr<Library> library) : _library(std::move(library)) {}
@@ -214,7 +215,6 @@ Expected<std::unique_ptr<NtfsVolume>, VolumeError> NtfsVolume::open(VolumeBytes 
     ntfs_device_free(device);
     return error;
   }
-  ntfs_volume_get_free_space(library->volume);
   return std::unique_ptr<NtfsVolume>(new NtfsVolume(std::move(library)));
 }
 
@@ -224,6 +224,8 @@ std::string NtfsVolume::label() const {
 }
 
 struct statvfs NtfsVolume::space() const {
+  // Reads the whole map of clusters, which opening a volume does not wait for.
+  if (!std::exchange(_library->freeIsCounted, true)) ntfs_volume_get_free_space(_library->volume);
   const ntfs_volume& volume = *_library->volume;
   struct statvfs space = {};
   space.f_bsize = volume.cluster_size;

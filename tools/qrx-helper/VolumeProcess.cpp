@@ -1,35 +1,26 @@
 #include "tools/qrx-helper/VolumeProcess.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstdlib>
 
+#include "tools/qrx-helper/Confinement.h"
+#include "tools/qrx-helper/DescriptorMessage.h"
 #include "tools/qrx-helper/StoredImage.h"
 #include "tools/qrx-helper/VolumeServer.h"
 
 namespace zpk {
 namespace {
 
-// What the reader of a file system may take, which is more than any honest one makes it take.
-constexpr rlim_t kMostMemory = rlim_t{4} << 30;
-constexpr std::size_t kLongestName = 64;
-constexpr char kMounted = '+';
-
-void limitSelf() {
-  const rlimit memory{kMostMemory, kMostMemory};
-  const rlimit none{0, 0};
-  ::setrlimit(RLIMIT_AS, &memory);
-  ::setrlimit(RLIMIT_CORE, &none);
-}
+// What a word of the process's begins with.
+constexpr char kLabel = '=';
+constexpr char kError = '-';
+constexpr char kReady = '+';
 
 // What the keeper has open is not ours; above all its lock, which says that it lives.
 void closeAllBut(int descriptor) {
@@ -44,77 +35,69 @@ void allowSignals() {
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// As a volume's name can be that of a folder: in one line, no hidden one, and not too long.
-std::string folderName(const std::string& label, const std::string& device) {
-  std::string name;
-  for (const char c : label) name += c == '/' || (c >= 0 && c < ' ') || c == 0x7F ? '_' : c;
-  if (name.size() > kLongestName) name.resize(kLongestName);
-  if (name.starts_with('.')) name.front() = '_';
-  return name.empty() ? device : name;
+void say(const FileDescriptor& channel, char kind, const std::string& text) {
+  sendMessage(channel, (kind + text).substr(0, DescriptorMessage::kLongestText));
 }
 
-// Empty when none could be made.
-std::string makeMountPoint(const VolumePlace& place, const std::string& label) {
-  const std::string device = place.device.substr(place.device.rfind('/') + 1);
-  const std::string name = folderName(label, device);
-  std::string path = place.volumesFolder + "/" + name;
-  if (::mkdir(path.c_str(), 0700) == 0) return path;
-  // Two volumes of one name are told apart by their devices.
-  path += " (" + device + ")";
-  return ::mkdir(path.c_str(), 0700) == 0 ? path : std::string();
+bool serve(const std::string& imagePath, const StoredPartition& partition, const FileDescriptor& channel) {
+  ArchiveResult<StoredImage> image = StoredImage::open(imagePath);
+  if (!image) return say(channel, kError, image.error().text()), false;
+  confineToOpenFiles();
+  const auto volume = NtfsVolume::open(image->partition(partition));
+  if (!volume) {
+    return say(channel, kError, "The volume cannot be read: " + systemReason(volume.error().number)), false;
+  }
+  say(channel, kLabel, (*volume)->label());
+  auto mount = receiveMessage(channel);
+  // The second one is the lease, which is only to be held.
+  if (!mount || mount->descriptors.size() != 2) return false;
+  return serveVolume(**volume, std::move(mount->descriptors.front()), mount->text,
+                     [&channel] { say(channel, kReady, {}); });
 }
 
-std::string serve(const VolumePlace& place, const FileDescriptor& report) {
-  ArchiveResult<StoredImage> image = StoredImage::open(place.imagePath);
-  if (!image) return image.error().text();
-  const auto volume = NtfsVolume::open(image->partition(place.partition));
-  if (!volume) return "The volume cannot be read: " + systemReason(volume.error().number);
-  const std::string mountPoint = makeMountPoint(place, (*volume)->label());
-  if (mountPoint.empty()) return "A folder for the volume cannot be made: " + systemReason(errno);
-  const auto mounted = [&report] { (void)!::write(report.get(), &kMounted, 1); };
-  const bool served = serveVolume(**volume, {place.device, mountPoint}, mounted);
-  ::rmdir(mountPoint.c_str());
-  return served ? std::string() : "The volume cannot be mounted; FUSE (the package fuse3) is needed for it";
-}
-
-[[noreturn]] void run(const VolumePlace& place, const FileDescriptor& report, pid_t parent) {
+[[noreturn]] void run(const std::string& imagePath, const StoredPartition& partition, const FileDescriptor& channel,
+                      pid_t parent) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (::getppid() != parent) std::_Exit(EXIT_FAILURE);
-  closeAllBut(report.get());
-  limitSelf();
+  closeAllBut(channel.get());
   allowSignals();
-  const std::string error = serve(place, report);
-  (void)!::write(report.get(), error.data(), error.size());
-  std::_Exit(error.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
+  std::_Exit(serve(imagePath, partition, channel) ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 }  // namespace
 
-std::optional<VolumeProcess> VolumeProcess::start(const VolumePlace& place) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
-  FileDescriptor reading(ends[0]);
-  const FileDescriptor writing(ends[1]);
+std::optional<VolumeProcess> VolumeProcess::start(const std::string& imagePath, const StoredPartition& partition) {
+  auto channel = descriptorChannel(SOCK_SEQPACKET);
+  if (!channel) return std::nullopt;
   const pid_t parent = ::getpid();
   const pid_t pid = ::fork();
   if (pid < 0) return std::nullopt;
   if (pid == 0) {
-    reading.reset();
-    run(place, writing, parent);
+    channel->first.reset();
+    run(imagePath, partition, channel->second, parent);
   }
-  return VolumeProcess(pid, std::move(reading));
+  return VolumeProcess(pid, std::move(channel->first));
 }
 
-std::optional<std::string> VolumeProcess::waitUntilMounted() {
-  std::string said;
-  std::array<char, 512> piece{};
-  while (said.size() < piece.size()) {
-    const ssize_t got = uninterrupted([&] { return ::read(_report.get(), piece.data(), piece.size()); });
-    if (got <= 0) break;
-    said.append(piece.data(), static_cast<std::size_t>(got));
-    if (said.front() == kMounted) return std::nullopt;
-  }
-  return said.empty() ? "The volume's file system could not be read" : said;
+std::string VolumeProcess::awaitWord(Deadline deadline) {
+  using std::chrono::milliseconds;
+  const auto left = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+  pollfd spoken{_channel.get(), POLLIN, 0};
+  const int patience = static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 3'600'000));
+  if (uninterrupted([&] { return ::poll(&spoken, 1, patience); }) <= 0) return {};
+  auto message = receiveMessage(_channel);
+  return message ? std::move(message->text) : std::string();
+}
+
+Expected<std::string, VolumeProcess::Unreadable> VolumeProcess::awaitLabel(Deadline deadline) {
+  const std::string word = awaitWord(deadline);
+  if (word.starts_with(kLabel)) return word.substr(1);
+  return Unreadable{word.starts_with(kError) ? word.substr(1) : "The volume's file system could not be read"};
+}
+
+bool VolumeProcess::serve(FuseMount mount, const std::string& mountPoint, Deadline deadline) {
+  return sendMessage(_channel, mountPoint, {mount.requests.get(), mount.lease.get()}) &&
+         awaitWord(deadline).starts_with(kReady);
 }
 
 }  // namespace zpk

@@ -2,38 +2,51 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 
+#include "base/Expected.h"
 #include "helper/archive/PointIndex.h"
 #include "platform/posix/FileDescriptor.h"
+#include "tools/qrx-helper/FuseMount.h"
 
 namespace zpk {
 
-// What a volume is made of, and where it is to appear.
-struct VolumePlace {
-  std::string imagePath;
-  StoredPartition partition;
-  std::string device;         // "/dev/disk4s2"
-  std::string volumesFolder;  // gets a folder named after the volume
-};
-
-// A process that serves the files of one volume. A volume whose bytes bring its reader down takes no other one with
-// it. It ends when the volume is unmounted, when it is asked to (SIGTERM), and with the process that started it.
+// A process that reads the file system of one volume and serves its files. It opens the image, gives up every right
+// beyond that (Confinement.h), and only then looks at what is in it; the mount is made by the process that started
+// it, and handed over. A volume whose bytes bring its reader down takes nothing else with it.
+//
+//   reader   its name, when the volume can be read; else why not
+//   keeper   the mount: its two descriptors, and where it is
+//   reader   ready, when the kernel's first request is answered
+//
+// It ends when the volume is unmounted, when it is asked to (SIGTERM), and with the process that started it.
 class VolumeProcess {
  public:
+  // In words.
+  struct Unreadable {
+    std::string why;
+  };
+  // By when something has to have happened.
+  using Deadline = std::chrono::steady_clock::time_point;
+
   // Nothing when there can be no process.
-  static std::optional<VolumeProcess> start(const VolumePlace& place);
+  static std::optional<VolumeProcess> start(const std::string& imagePath, const StoredPartition& partition);
 
   pid_t pid() const { return _pid; }
-  // Blocks until the volume is mounted, or is known not to be; then says why, in words.
-  std::optional<std::string> waitUntilMounted();
+  // Blocks until the file system is known; its volume's name, which may be empty and is of any bytes.
+  Expected<std::string, Unreadable> awaitLabel(Deadline deadline);
+  // Hands the mount over and blocks until it can be looked at. Whether it can.
+  bool serve(FuseMount mount, const std::string& mountPoint, Deadline deadline);
 
  private:
-  VolumeProcess(pid_t pid, FileDescriptor report) : _pid(pid), _report(std::move(report)) {}
+  VolumeProcess(pid_t pid, FileDescriptor channel) : _pid(pid), _channel(std::move(channel)) {}
+  // What the process says next; empty when it says nothing.
+  std::string awaitWord(Deadline deadline);
 
   pid_t _pid;
-  FileDescriptor _report;
+  FileDescriptor _channel;
 };
 
 }  // namespace zpk

@@ -17,7 +17,7 @@ constexpr double kForLong = 86'400;
 
 struct Server {
   NtfsVolume& volume;
-  const VolumeMount& mount;
+  const std::string& mountPoint;
   const std::function<void()>& mounted;
 };
 
@@ -49,7 +49,7 @@ int attributes(const char* path, struct stat* status, fuse_file_info* /*informat
 }
 
 int readLink(const char* path, char* buffer, std::size_t size) {
-  const auto target = server().volume.linkTarget(path, server().mount.mountPoint);
+  const auto target = server().volume.linkTarget(path, server().mountPoint);
   if (!target) return -target.error().number;
   if (size == 0) return -EINVAL;
   const std::size_t length = std::min(size - 1, target->size());
@@ -111,24 +111,23 @@ struct DestroyFuse {
 
 }  // namespace
 
-bool serveVolume(NtfsVolume& volume, const VolumeMount& mount, const std::function<void()>& mounted) {
-  std::string options = "ro,nosuid,nodev,noexec,default_permissions,subtype=ntfs,fsname=" + mount.device;
+bool serveVolume(NtfsVolume& volume, FileDescriptor requests, const std::string& mountPoint,
+                 const std::function<void()>& mounted) {
   std::string program = "qrx-helper";
-  std::string flag = "-o";
-  std::vector<char*> words{program.data(), flag.data(), options.data()};
+  std::vector<char*> words{program.data()};
   fuse_args arguments = FUSE_ARGS_INIT(static_cast<int>(words.size()), words.data());
   const fuse_operations calls = operations();
-  Server self{volume, mount, mounted};
+  Server self{volume, mountPoint, mounted};
   const std::unique_ptr<fuse, DestroyFuse> session(fuse_new(&arguments, &calls, sizeof calls, &self));
   fuse_opt_free_args(&arguments);
-  if (!session || fuse_mount(session.get(), mount.mountPoint.c_str()) != 0) return false;
-  const bool handled = fuse_set_signal_handlers(fuse_get_session(session.get())) == 0;
-  if (handled) {
-    fuse_loop(session.get());
-    fuse_remove_signal_handlers(fuse_get_session(session.get()));
-  }
-  fuse_unmount(session.get());
-  return handled;
+  // The mount is made already; this is how the library is told, and it closes the descriptor in the end.
+  const std::string descriptor = "/dev/fd/" + std::to_string(requests.get());
+  if (!session || fuse_mount(session.get(), descriptor.c_str()) != 0) return false;
+  (void)requests.release();
+  if (fuse_set_signal_handlers(fuse_get_session(session.get())) != 0) return false;
+  fuse_loop(session.get());
+  fuse_remove_signal_handlers(fuse_get_session(session.get()));
+  return true;
 }
 
 }  // namespace zpk

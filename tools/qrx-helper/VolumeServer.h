@@ -3,19 +3,17 @@
 #include <functional>
 #include <string>
 
+#include "platform/posix/FileDescriptor.h"
 #include "tools/qrx-helper/NtfsVolume.h"
 
 namespace zpk {
 
-// How a volume appears in the mount table.
-struct VolumeMount {
-  std::string device;      // "/dev/disk4s2"
-  std::string mountPoint;  // an empty folder of this user's
-};
-
-// Mounts the volume through FUSE, read-only, nosuid, nodev and noexec, for this user alone, and serves it on this
-// thread until it is unmounted or the process is asked to end (SIGTERM, SIGINT, SIGHUP). `mounted` is called once
-// it can be looked at. Answers false when it could not be mounted.
-bool serveVolume(NtfsVolume& volume, const VolumeMount& mount, const std::function<void()>& mounted);
+// Serves the volume's files on this thread, until the mount that `requests` belongs to is gone or the process is
+// asked to end (SIGTERM, SIGINT, SIGHUP). `mountPoint` is where it is seen, for links that say it. `mounted` is
+// called once it can be looked at. Answers false when it could not be served.
+//
+// Opens nothing, so that a process without the right to can do it.
+bool serveVolume(NtfsVolume& volume, FileDescriptor requests, const std::string& mountPoint,
+                 const std::function<void()>& mounted);
 
 }  // namespace zpk

@@ -29,6 +29,8 @@ class FileDescriptor {
   ~FileDescriptor() { reset(); }
 
   int get() const { return _number; }
+  // From now on somebody else closes it.
+  [[nodiscard]] int release() { return std::exchange(_number, -1); }
   explicit operator bool() const { return _number >= 0; }
   void reset() {
     if (const int number = std::exchange(_number, -1); number >= 0) ::close(number);

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <thread>
 
@@ -180,14 +181,57 @@ TEST_F(QrxHelper, ADriveWhoseVolumeProcessIsKilledIsLostAndItsMountGone) {
   EXPECT_TRUE(noDriveIsLeft());
 }
 
-// After a crash of both its processes, as the next start finds it.
+std::string statusOf(pid_t process, const std::string& field) {
+  std::ifstream status("/proc/" + std::to_string(process) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(field + ":\t")) return line.substr(field.size() + 2);
+  }
+  return "no " + field;
+}
+
+std::vector<pid_t> childrenOf(pid_t parent) {
+  std::vector<pid_t> children;
+  for (const auto& process : fs::directory_iterator("/proc")) {
+    const std::string name = process.path().filename().string();
+    if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+    if (statusOf(std::stoi(name), "PPid") == std::to_string(parent)) children.push_back(std::stoi(name));
+  }
+  return children;
+}
+
+TEST_F(QrxHelper, WhatReadsTheVolumeIsConfined) {
+  ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
+  int readers = 0;
+  for (const pid_t reader : usersOf(imagePath(0))) {
+    if (reader == helpers.front()) continue;
+    ++readers;
+    EXPECT_EQ(statusOf(reader, "NoNewPrivs"), "1");
+    EXPECT_EQ(statusOf(reader, "Seccomp"), "2");
+    EXPECT_EQ(statusOf(reader, "CapEff"), "0000000000000000");
+    EXPECT_EQ(statusOf(reader, "CapPrm"), "0000000000000000");
+  }
+  EXPECT_EQ(readers, 1);
+}
+
+TEST_F(QrxHelper, WhenBothItsProcessesAreKilledItsMountGoesAllTheSame) {
+  ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
+  std::vector<pid_t> both = usersOf(imagePath(0));
+  both.push_back(helpers.front());
+  ASSERT_EQ(both.size(), 2U);
+  for (const pid_t user : both) ::kill(user, SIGSTOP);
+  for (const pid_t user : both) ::kill(user, SIGKILL);
+  EXPECT_TRUE(within(std::chrono::seconds(20), [this] { return mounts().empty(); }));
+}
+
+// After a crash of all its processes, as the next start finds it.
 TEST_F(QrxHelper, ADeadMountIsCleanedAwayAndALiveOneStays) {
   ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
-  std::vector<pid_t> first = usersOf(imagePath(0));
+  std::vector<pid_t> first = childrenOf(helpers.front());
   first.push_back(helpers.front());
+  ASSERT_EQ(first.size(), 3U);
   ASSERT_EQ(attach(imagePath(0)), 0) << why.data() << messages;
-  for (const pid_t user : first) ::kill(user, SIGSTOP);
-  for (const pid_t user : first) ::kill(user, SIGKILL);
+  for (const pid_t process : first) ::kill(process, SIGSTOP);
+  for (const pid_t process : first) ::kill(process, SIGKILL);
   LinuxDriveControl control(loop, queue, runtime);
   ASSERT_TRUE(within(std::chrono::seconds(20), [&] { return control.attachedDrives().size() == 1; }));
   EXPECT_EQ(mounts().size(), 2U);
