@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,8 @@ struct TaskDescription {
   // Bytes of each stream that the result keeps. What comes after them is read, so that the program need not wait
   // for its reader, and dropped: who must know whether there was more asks for one byte more than he takes.
   std::size_t outputLimit = std::numeric_limits<std::size_t>::max();
+  // How long it may take. One that takes longer is ended, with all of its process group, which is its own then.
+  std::optional<std::chrono::milliseconds> timeLimit = std::nullopt;
 };
 
 struct TaskResult {
@@ -37,8 +40,9 @@ struct TaskResult {
   Bytes standardError;
 };
 
+// There is no result: the program could not be started, or took longer than it may.
 struct TaskError {
-  std::string reason;  // why the program could not be started
+  std::string reason;
 };
 
 // A program to run into a log: in the caller's folder, with nothing to read.
@@ -77,7 +81,8 @@ class TaskLog {
 class TaskRunner {
  public:
   virtual ~TaskRunner() = default;
-  // Blocks until the program ended and both streams are drained to their end.
+  // Blocks until the program ended and both streams are drained to their end, or until its time was over and it was
+  // ended.
   virtual Expected<TaskResult, TaskError> run(const TaskDescription& task) = 0;
   // Opens a plain file at its end, made when there is none, for its owner and group alone. No link is followed.
   virtual Expected<std::unique_ptr<TaskLog>, FileError> openLog(const std::string& path) = 0;

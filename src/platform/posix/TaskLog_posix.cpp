@@ -7,18 +7,15 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <optional>
 
+#include "platform/posix/ChildEnd.h"
 #include "platform/posix/ChildStart.h"
 
 namespace zpk {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// How long at most the end of a program that says nothing goes unseen. What it says is seen at once.
-constexpr std::chrono::milliseconds kWait{20};
 
 // One program, from its start to its end.
 class LoggedRun {
@@ -30,7 +27,7 @@ class LoggedRun {
     const Clock::time_point deadline = Clock::now() + _limits.time;
     for (;;) {
       // Looked at before the output, so that all that it said before its end is taken.
-      const bool ended = hasEnded();
+      const bool ended = hasEnded(_child);
       if (!takeOutput()) return end(LoggedTaskEnd::Reason::outputLimit);
       if (ended) return reap();
       if (Clock::now() >= deadline) return end(LoggedTaskEnd::Reason::timeLimit);
@@ -39,14 +36,6 @@ class LoggedRun {
   }
 
  private:
-  // Leaves the ended process as it is: its number, and with it that of its group, stays taken.
-  bool hasEnded() const {
-    siginfo_t facts{};
-    const int result = uninterrupted(
-        [&] { return ::waitid(P_PID, static_cast<id_t>(_child), &facts, WEXITED | WNOHANG | WNOWAIT); });
-    return result == -1 || facts.si_pid == _child;
-  }
-
   // Takes what is there. False beyond the limit.
   bool takeOutput() {
     std::array<char, 65536> block;
@@ -66,27 +55,16 @@ class LoggedRun {
     return true;
   }
 
+  // What it says is seen at once.
   void waitForOutput() const {
     // poll skips negative descriptors.
     pollfd ready{_output.get(), POLLIN, 0};
-    static_cast<void>(::poll(&ready, 1, static_cast<int>(kWait.count())));
-  }
-
-  // The group, since a tool may have others work for it.
-  bool endsAfter(int signal) const {
-    ::kill(-_child, signal);
-    for (const Clock::time_point deadline = Clock::now() + _limits.grace; Clock::now() < deadline;) {
-      if (hasEnded()) return true;
-      static_cast<void>(::poll(nullptr, 0, static_cast<int>(kWait.count())));
-    }
-    return hasEnded();
+    static_cast<void>(::poll(&ready, 1, static_cast<int>(kEndGoesUnseen.count())));
   }
 
   LoggedTaskEnd end(LoggedTaskEnd::Reason reason) {
     _output.reset();
-    const bool ended = endsAfter(SIGTERM);
-    // Also when the program did end: others of its group may not care for being asked.
-    if (endsAfter(SIGKILL) || ended) reap();
+    if (endGroupOf(_child, _limits.grace)) reap();
     return {reason, 0};
   }
 

@@ -7,15 +7,42 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <limits>
 #include <optional>
 #include <utility>
 
+#include "platform/posix/ChildEnd.h"
 #include "platform/posix/ChildStart.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/TaskLog_posix.h"
 
 namespace zpk {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Between asking a program that took too long to end and killing it.
+constexpr std::chrono::milliseconds kGrace = std::chrono::seconds(2);
+
+// When a program's time is over; never without a limit.
+class Deadline {
+ public:
+  explicit Deadline(const std::optional<std::chrono::milliseconds>& limit) {
+    if (limit) _end = Clock::now() + *limit;
+  }
+
+  bool isThere() const { return _end.has_value(); }
+  bool isOver() const { return _end && Clock::now() >= *_end; }
+  // What poll waits at most: until then, and a millisecond for what is less than one.
+  int pollTime() const {
+    if (!_end) return -1;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*_end - Clock::now()).count() + 1;
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
+  }
+
+ private:
+  std::optional<Clock::time_point> _end;
+};
 
 FileDescriptor openFile(const std::string& path, int flags) {
   return beyondStandardStreams(
@@ -111,15 +138,16 @@ void give(FileDescriptor& stream, const Bytes& content, std::size_t& given) {
   if (given == content.size() || (count < 0 && errno != EAGAIN)) stream.reset();
 }
 
-// Serves all streams at once until the last one ended: a child that waits for one of them never waits for long.
-void exchange(Streams& streams, const TaskDescription& task, TaskResult& result) {
+// Serves all streams at once until the last one ended, or the time is over: a child that waits for one of them
+// never waits for long.
+void exchange(Streams& streams, const TaskDescription& task, const Deadline& deadline, TaskResult& result) {
   const NoPipeSignal quiet;
   std::size_t given = 0;
-  while (streams.input || streams.output || streams.errors) {
+  while ((streams.input || streams.output || streams.errors) && !deadline.isOver()) {
     // poll skips negative descriptors.
     std::array<pollfd, 3> ready{
         {{streams.input.get(), POLLOUT, 0}, {streams.output.get(), POLLIN, 0}, {streams.errors.get(), POLLIN, 0}}};
-    if (::poll(ready.data(), ready.size(), -1) < 0) continue;
+    if (::poll(ready.data(), ready.size(), deadline.pollTime()) < 0) continue;
     if (ready[0].revents != 0) give(streams.input, task.standardInput, given);
     if (ready[1].revents != 0) take(streams.output, result.standardOutput, task.outputLimit);
     if (ready[2].revents != 0) take(streams.errors, result.standardError, task.outputLimit);
@@ -155,13 +183,29 @@ Expected<pid_t, TaskError> start(const TaskDescription& task, Streams& streams) 
                      .input = streams.childInput.get(),
                      .output = streams.childOutput.get(),
                      .errors = streams.childErrors.get(),
-                     .group = ProcessGroup::callers});
+                     .group = task.timeLimit ? ProcessGroup::own : ProcessGroup::callers});
+}
+
+// One that has closed its streams, or never had any, may go on. False when the time is over before it ended.
+bool endsInTime(pid_t child, const Deadline& deadline) {
+  if (!deadline.isThere()) return true;  // Whoever waits for it then waits for as long as it takes.
+  while (!hasEnded(child)) {
+    if (deadline.isOver()) return false;
+    static_cast<void>(::poll(nullptr, 0, static_cast<int>(kEndGoesUnseen.count())));
+  }
+  return true;
+}
+
+TaskError endOverdue(pid_t child, std::chrono::milliseconds limit) {
+  if (endGroupOf(child, kGrace)) static_cast<void>(uninterrupted([&] { return ::waitpid(child, nullptr, 0); }));
+  return TaskError{"it did not end within " + std::to_string(limit.count() / 1000) + " s"};
 }
 
 }  // namespace
 
 Expected<TaskResult, TaskError> PosixTaskRunner::run(const TaskDescription& task) {
   Streams streams;
+  const Deadline deadline(task.timeLimit);
   const Expected<pid_t, TaskError> child = start(task, streams);
   if (!child) return child.error();
   // Kept open here, they would keep the streams from ending.
@@ -170,7 +214,9 @@ Expected<TaskResult, TaskError> PosixTaskRunner::run(const TaskDescription& task
   streams.childErrors.reset();
 
   TaskResult result;
-  exchange(streams, task, result);
+  exchange(streams, task, deadline, result);
+  const bool isDrained = !streams.output && !streams.errors;
+  if (!isDrained || !endsInTime(*child, deadline)) return endOverdue(*child, *task.timeLimit);
   int status = 0;
   if (uninterrupted([&] { return ::waitpid(*child, &status, 0); }) == -1) return TaskError{systemReason(errno)};
   result.reason = WIFSIGNALED(status) ? TaskResult::Reason::uncaughtSignal : TaskResult::Reason::exit;

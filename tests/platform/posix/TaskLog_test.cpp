@@ -6,9 +6,9 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
+#include "ProcessStates.h"
 #include "platform/posix/TaskRunner_posix.h"
 #include "support/TemporaryFolder.h"
 
@@ -23,21 +23,6 @@ constexpr TaskLimits kHasty{milliseconds(500), 1000, milliseconds(200)};
 
 LoggedTask shell(const std::string& script) {
   return {"/bin/sh", {"-c", script}};
-}
-
-// Whether a process is there and no zombie.
-bool isRunning(const std::string& process) {
-  std::ifstream status("/proc/" + process + "/stat");
-  std::string line;
-  std::getline(status, line);
-  const std::size_t state = line.rfind(')');
-  return state != std::string::npos && line.at(state + 2) != 'Z';
-}
-
-bool ends(const std::string& process) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (isRunning(process) && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
-  return !isRunning(process);
 }
 
 class PosixTaskLogTest : public testing::Test {
