@@ -36,16 +36,17 @@ struct LauncherWorld {
   }
 
   // Writes the job file and gives its path.
-  std::string put(const Dictionary& job) const {
+  std::string put(const Dictionary& job, const std::string& name = "job.plist") const {
     const auto xml = writeXMLPropertyList(job);
-    home.put("job.plist", std::string(xml->begin(), xml->end()));
-    return home.path("job.plist");
+    home.put(name, std::string(xml->begin(), xml->end()));
+    return home.path(name);
   }
-  std::string load(const Dictionary& job, Launcher::Persistence persistence) const {
-    return outcome(launcher.load(put(job), persistence));
+  std::string load(const Dictionary& job, Launcher::Persistence persistence,
+                   const std::string& name = "job.plist") const {
+    return outcome(launcher.load(put(job, name), persistence));
   }
-  std::string unload(Launcher::Persistence persistence) const {
-    return outcome(launcher.unload(home.path("job.plist"), persistence));
+  std::string unload(Launcher::Persistence persistence, const std::string& name = "job.plist") const {
+    return outcome(launcher.unload(home.path(name), persistence));
   }
   static std::string outcome(const Expected<Done, JobError>& done) { return done ? "done" : done.error().reason; }
   bool has(std::string_view unit) const { return folder.contents(unit).has_value(); }

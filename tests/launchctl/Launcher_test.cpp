@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "LauncherWorld.h"
 
 namespace zpk {
@@ -95,8 +97,8 @@ TEST_F(LauncherTest, UnloadingWhatIsNotLoadedIsQuietlyDone) {
   EXPECT_THAT(manager.takeVerbs(), IsEmpty());
 }
 
-TEST_F(LauncherTest, AMissingJobFileIsAnErrorAndNothingIsMade) {
-  EXPECT_NE(unload(kAlways), "done");
+TEST_F(LauncherTest, AMissingJobFileOfNoJobIsAnErrorAndNothingIsMade) {
+  EXPECT_EQ(unload(kAlways), "No such file or directory");
   EXPECT_FALSE(launcher.load(home.path("job.plist"), kAlways));
   EXPECT_THAT(manager.takeVerbs(), IsEmpty());
   EXPECT_THAT(home.names(), IsEmpty());
@@ -107,6 +109,50 @@ TEST_F(LauncherTest, AJobWhoseFileIsWrongByNowCanBeUnloadedStill) {
   put(timedJob(75));
   EXPECT_EQ(unload(kAlways), "done");
   EXPECT_FALSE(has("a.b.timer"));
+}
+
+// Else its timer would go on for good, with nothing left to switch it off by.
+TEST_F(LauncherTest, AJobWhoseFileIsGoneIsUnloadedByTheFilesPath) {
+  load(timedJob(), kAlways);
+  manager.takeVerbs();
+  std::filesystem::remove(home.path("job.plist"));
+  EXPECT_EQ(unload(kNow), "done");
+  EXPECT_THAT(manager.takeVerbs(), ElementsAre("stop a.b.timer", "reset-failed a.b.timer"));
+  EXPECT_EQ(unload(kAlways), "done");
+  EXPECT_THAT(manager.takeVerbs(), ElementsAre("disable a.b.timer", "daemon-reload"));
+  EXPECT_FALSE(has("a.b.timer"));
+  EXPECT_FALSE(has("a.b.service"));
+  EXPECT_EQ(unload(kAlways), "No such file or directory");
+}
+
+TEST_F(LauncherTest, AJobWhoseFileCannotBeReadAnyMoreIsUnloadedByTheFilesPath) {
+  for (const char* content : {"", "no property list", "<plist><dict/></plist>", "{ Label = \"../x\"; }"}) {
+    load(timedJob(), kAlways);
+    home.put("job.plist", content);
+    EXPECT_EQ(unload(kAlways), "done") << content;
+    EXPECT_FALSE(has("a.b.timer"));
+    EXPECT_NE(unload(kAlways), "done") << content;
+  }
+}
+
+// Two jobs of one file: the one that the file defined before its label was edited is loaded still.
+TEST_F(LauncherTest, AJobWhoseLabelWasEditedIsUnloadedUnderItsOldOneToo) {
+  load(timedJob(), kAlways);
+  Dictionary renamed = timedJob();
+  renamed.set("Label", "a.renamed");
+  EXPECT_EQ(load(renamed, kAlways), "done");
+  EXPECT_EQ(unload(kAlways), "done");
+  EXPECT_FALSE(manager.isActive("a.b.timer"));
+  EXPECT_FALSE(manager.isActive("a.renamed.timer"));
+  EXPECT_FALSE(has("a.b.timer"));
+  EXPECT_FALSE(has("a.renamed.timer"));
+}
+
+TEST_F(LauncherTest, AJobOfAnotherFileIsLeftAloneByAFileThatIsGone) {
+  load(timedJob(), kAlways);
+  EXPECT_EQ(unload(kAlways, "job.plist2"), "No such file or directory");
+  EXPECT_EQ(unload(kAlways, "job"), "No such file or directory");
+  EXPECT_TRUE(manager.isActive("a.b.timer"));
 }
 
 TEST_F(LauncherTest, AJobThatCannotBeMappedChangesNothing) {
@@ -122,8 +168,23 @@ TEST_F(LauncherTest, AJobWhoseProgramIsNotThereIsNotLoaded) {
   job.set("ProgramArguments", Array{home.path("program"), "backup"});
   EXPECT_EQ(load(job, kAlways), "there is no program " + home.path("program"));
   EXPECT_THAT(manager.takeVerbs(), IsEmpty());
+}
+
+TEST_F(LauncherTest, WhatCannotBeRunIsNoProgram) {
+  Dictionary job = timedJob();
+  job.set("ProgramArguments", Array{home.path("program"), "backup"});
+  const std::string refusal = home.path("program") + " is not a program that can be run";
+  std::filesystem::create_directory(home.path("program"));
+  EXPECT_EQ(load(job, kAlways), refusal) << "a folder";
+  std::filesystem::remove(home.path("program"));
   home.put("program", "");
+  EXPECT_EQ(load(job, kAlways), refusal) << "not executable";
+  EXPECT_THAT(manager.takeVerbs(), IsEmpty());
+  std::filesystem::permissions(home.path("program"), std::filesystem::perms::owner_all);
   EXPECT_EQ(load(job, kAlways), "done");
+  std::filesystem::rename(home.path("program"), home.path("moved"));
+  std::filesystem::create_symlink("moved", home.path("program"));
+  EXPECT_EQ(load(job, kAlways), "done") << "a link to one";
 }
 
 TEST_F(LauncherTest, AnAgentIsAServiceThatIsEnabledAndStarted) {
@@ -149,6 +210,35 @@ TEST_F(LauncherTest, LoadingAnAgentThatFailedStartsItAgain) {
   EXPECT_EQ(load(agentJob(), kAlways), "done");
   EXPECT_THAT(manager.takeVerbs(),
               ElementsAre("reset-failed a.b.service", "reenable a.b.service", "start a.b.service"));
+}
+
+// Its program has run when it was loaded, and does not run again because it is loaded a second time.
+TEST_F(LauncherTest, AJobWithTimesThatAlsoRunsAtLoadIsLeftAloneWhenItIsLoadedAsItStands) {
+  Dictionary job = timedJob();
+  job.set("RunAtLoad", true);
+  EXPECT_EQ(load(job, kAlways), "done");
+  EXPECT_THAT(manager.takeVerbs(),
+              ElementsAre("reenable a.b.service a.b.timer", "clean a.b.timer", "start a.b.service a.b.timer"));
+  for (const char* state : {"active", "inactive", "failed"}) {
+    manager.unit("a.b.service").activeState = state;
+    EXPECT_EQ(load(job, kAlways), "done");
+    EXPECT_THAT(manager.takeVerbs(), IsEmpty()) << state;
+  }
+  manager.unit("a.b.timer").activeState = "inactive";
+  EXPECT_EQ(load(job, kAlways), "done");
+  EXPECT_TRUE(manager.isActive("a.b.timer"));
+}
+
+TEST_F(LauncherTest, AJobWithTimesThatIsKeptAliveIsStartedWhenItsProgramIsDown) {
+  Dictionary job = timedJob();
+  job.set("KeepAlive", true);
+  EXPECT_EQ(load(job, kAlways), "done");
+  manager.takeVerbs();
+  EXPECT_EQ(load(job, kAlways), "done");
+  EXPECT_THAT(manager.takeVerbs(), IsEmpty());
+  manager.unit("a.b.service").activeState = "failed";
+  EXPECT_EQ(load(job, kAlways), "done");
+  EXPECT_TRUE(manager.isActive("a.b.service"));
 }
 
 TEST_F(LauncherTest, AJobThatLosesItsTimesLosesItsTimer) {
@@ -180,12 +270,12 @@ TEST_F(LauncherTest, TheListHasARowForEachJobThatIsLoaded) {
   manager.unit("a.b.service").pid = 4711;
   Dictionary other = timedJob();
   other.set("Label", "a.other");
-  load(other, kAlways);
+  load(other, kAlways, "other.plist");
   manager.unit("a.other.service").lastExit = 3;
   Dictionary off = timedJob();
   off.set("Label", "a.off");
-  load(off, kAlways);
-  unload(kNow);
+  load(off, kAlways, "off.plist");
+  unload(kNow, "off.plist");
   const auto rows = launcher.list();
   ASSERT_TRUE(rows);
   EXPECT_EQ(*rows, "PID\tStatus\tLabel\n4711\t0\ta.b\n-\t3\ta.other\n");

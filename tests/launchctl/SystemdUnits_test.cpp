@@ -28,13 +28,13 @@ TEST(SystemdUnits, AJobWithTimesIsAServiceAndItsTimer) {
        "[Unit]\nDescription=a.b\n\n"
        "[Service]\nType=simple\nExecStart=\":/usr/bin/zpkctl\" \"backup\"\nTimeoutStopSec=10\n"
        "KillMode=process\nSuccessExitStatus=143\n",
-       false},
+       false, false},
       {"a.b.timer",
        "# Made by launchctl from \"/p\"; what is changed here is lost.\n"
        "[Unit]\nDescription=Times of a.b\n\n"
        "[Timer]\nOnCalendar=*-*-* 12:00:00\nPersistent=true\nAccuracySec=1s\n\n"
        "[Install]\nWantedBy=timers.target\n",
-       true}};
+       true, true}};
   EXPECT_EQ(systemdUnits(daily(), "/p"), expected);
 }
 
@@ -50,6 +50,7 @@ TEST(SystemdUnits, AJobThatRunsAtLoadIsAServiceThatLogInStarts) {
   const auto units = systemdUnits(agent(), "/p");
   ASSERT_EQ(units.size(), 1U);
   EXPECT_TRUE(units[0].isStarted);
+  EXPECT_TRUE(units[0].staysUp);
   EXPECT_TRUE(units[0].text.ends_with("RemainAfterExit=yes\n\n[Install]\nWantedBy=default.target\n"));
   EXPECT_EQ(units[0].text.find("Restart="), std::string::npos);
 }
@@ -85,6 +86,20 @@ TEST(SystemdUnits, AServiceWithTimesDoesNotStayActive) {
   JobDefinition job = daily();
   job.runAtLoad = true;
   EXPECT_EQ(systemdUnits(job, "/p")[0].text.find("RemainAfterExit"), std::string::npos);
+  EXPECT_TRUE(systemdUnits(job, "/p")[0].isStarted);
+  EXPECT_FALSE(systemdUnits(job, "/p")[0].staysUp);
+  job.keepAlive = JobDefinition::KeepAlive::always;
+  EXPECT_TRUE(systemdUnits(job, "/p")[0].staysUp);
+}
+
+TEST(SystemdUnits, EveryUnitTellsTheFileThatItWasMadeFrom) {
+  for (const UnitFile& unit : systemdUnits(daily(), "/a \"b\".plist")) {
+    EXPECT_TRUE(isMadeFrom(unit.text, "/a \"b\".plist"));
+    EXPECT_FALSE(isMadeFrom(unit.text, "/a \"b\""));
+    EXPECT_FALSE(isMadeFrom(unit.text, "/a \"b\".plist2"));
+    EXPECT_FALSE(isMadeFrom(unit.text, ""));
+    EXPECT_FALSE(isMadeFrom("[Unit]\n" + unit.text, "/a \"b\".plist"));
+  }
 }
 
 TEST(SystemdUnits, APathCannotBreakOutOfItsComment) {

@@ -109,6 +109,15 @@ TEST(SystemdUser, AMissingToolIsToldByItsPath) {
   EXPECT_EQ(SystemdUser(tasks).show({"a"}).error().reason, "/usr/bin/systemctl: No such file or directory");
 }
 
+// The window waits for the launcher, and so for the manager.
+TEST(SystemdUser, AManagerThatDoesNotAnswerIsWaitedForHalfAMinute) {
+  ScriptedTaskRunner tasks([](const TaskDescription&) { return TaskError{"it did not end within 30 s"}; });
+  const SystemdUser user(tasks);
+  EXPECT_EQ(user.run({"start"}, {"a"}).error().reason, "/usr/bin/systemctl: it did not end within 30 s");
+  EXPECT_FALSE(user.show({"a"}));
+  for (const TaskDescription& task : tasks.tasks()) EXPECT_EQ(task.timeLimit, std::chrono::seconds(30));
+}
+
 TEST(SystemdUser, AnAnswerWithoutSenseIsAnError) {
   ScriptedTaskRunner tasks;
   EXPECT_THAT(SystemdUser(tasks).show({"a"}).error().reason, HasSubstr("makes no sense"));

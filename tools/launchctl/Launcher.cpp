@@ -1,7 +1,11 @@
 #include "tools/launchctl/Launcher.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "tools/launchctl/JobDefinition.h"
 
@@ -24,6 +28,14 @@ const UnitFile* fileOf(const UnitState& unit, const std::vector<UnitFile>& units
   const auto found =
       std::find_if(units.begin(), units.end(), [&](const UnitFile& u) { return u.name == unit.name; });
   return found == units.end() ? nullptr : &*found;
+}
+
+// The service manager would start what is no program and say so nowhere but in its log.
+std::optional<JobError> whyNoProgram(const std::string& path) {
+  struct stat facts {};
+  if (::stat(path.c_str(), &facts) != 0) return JobError{"there is no program " + path};
+  if (S_ISREG(facts.st_mode) && ::access(path.c_str(), X_OK) == 0) return std::nullopt;
+  return JobError{path + " is not a program that can be run"};
 }
 
 std::string row(const UnitState& service, const std::string& label) {
@@ -66,10 +78,7 @@ Expected<Done, JobError> Launcher::load(const std::string& plist, Persistence pe
   if (!dictionary) return dictionary.error();
   const auto job = jobDefinition(*dictionary);
   if (!job) return job.error();
-  // The service manager would start what is not there and say so nowhere but in its log.
-  if (!_files.fileExists(job->programArguments.front())) {
-    return JobError{"there is no program " + job->programArguments.front()};
-  }
+  if (auto error = whyNoProgram(job->programArguments.front())) return *error;
   const auto state = stateOf(job->label);
   if (!state) return state.error();
   if (persistence == Persistence::presentLogin && !state->isEnabled()) {
@@ -85,9 +94,8 @@ bool Launcher::isInForce(const std::vector<UnitFile>& units, const JobState& sta
   const auto isAsItShouldBe = [&](const UnitState& unit) {
     const UnitFile* wanted = fileOf(unit, units);
     if (wanted == nullptr) return !isKnown(unit);
-    const bool isStarted = unit.isEnabled() && unit.activeState == "active";
     return isKnown(unit) && !unit.needsReload && _folder.contents(unit.name) == wanted->text &&
-           (!wanted->isStarted || isStarted);
+           (!wanted->isStarted || unit.isEnabled()) && (!wanted->staysUp || unit.activeState == "active");
   };
   return isAsItShouldBe(state.service) && isAsItShouldBe(state.timer);
 }
@@ -130,12 +138,30 @@ Expected<Done, JobError> Launcher::bringIntoForce(const std::vector<UnitFile>& u
   return _user.run({"start"}, started);
 }
 
-Expected<Done, JobError> Launcher::unload(const std::string& plist, Persistence persistence) const {
+// The label in the file, and those of the jobs that were made from it: of a file that is gone, or has had another
+// label since, there would be nothing left to unload the job by.
+Expected<std::vector<std::string>, JobError> Launcher::labelsOf(const std::string& plist) const {
+  std::vector<std::string> labels = _folder.labelsMadeFrom(plist);
   const auto dictionary = readJob(plist);
-  if (!dictionary) return dictionary.error();
-  const auto label = jobLabel(*dictionary);
-  if (!label) return label.error();
-  const auto state = stateOf(*label);
+  const auto label = dictionary ? jobLabel(*dictionary) : dictionary.error();
+  if (!label && labels.empty()) return label.error();
+  if (label && std::find(labels.begin(), labels.end(), *label) == labels.end()) labels.push_back(*label);
+  return labels;
+}
+
+Expected<Done, JobError> Launcher::unload(const std::string& plist, Persistence persistence) const {
+  const auto labels = labelsOf(plist);
+  if (!labels) return labels.error();
+  Expected<Done, JobError> outcome = Done();
+  for (const std::string& label : *labels) {
+    auto done = unloadJob(label, persistence);
+    if (outcome && !done) outcome = std::move(done);
+  }
+  return outcome;
+}
+
+Expected<Done, JobError> Launcher::unloadJob(const std::string& label, Persistence persistence) const {
+  const auto state = stateOf(label);
   if (!state) return state.error();
   // The timer first, so that it does not start the service again.
   for (const UnitState* unit : {&state->timer, &state->service}) {

@@ -36,7 +36,7 @@ class Launcher {
   // What a job missed while it was not loaded is not made up. A job that is loaded as it stands is left alone.
   Expected<Done, JobError> load(const std::string& plist, Persistence persistence) const;
   // Stops the job and its times; with futureLogins its units are removed, too. A job that is not loaded is no
-  // error.
+  // error. Neither is a file that is gone, or no job any more, if a job was made from it: that one is meant.
   Expected<Done, JobError> unload(const std::string& plist, Persistence persistence) const;
 
   // "PID\tStatus\tLabel", and a line for each job that is loaded.
@@ -60,6 +60,8 @@ class Launcher {
   Expected<JobState, JobError> stateOf(const std::string& label) const;
   Expected<JobState, JobError> loadedState(const std::string& label) const;
   Expected<Dictionary, JobError> readJob(const std::string& plist) const;
+  Expected<std::vector<std::string>, JobError> labelsOf(const std::string& plist) const;
+  Expected<Done, JobError> unloadJob(const std::string& label, Persistence persistence) const;
   bool isOurs(const UnitState& unit) const;
   bool isInForce(const std::vector<UnitFile>& units, const JobState& state) const;
   Expected<Done, JobError> takeBack(const std::vector<UnitFile>& units, const JobState& state) const;

@@ -9,9 +9,12 @@ namespace {
 constexpr std::string_view kFirstWords = "# Made by launchctl from ";
 constexpr std::string_view kExecStart = "\nExecStart=";
 
+std::string firstLine(std::string_view plist) {
+  return std::string(kFirstWords) + quotedForUnit(plist) + "; what is changed here is lost.\n";
+}
+
 std::string head(std::string_view plist, std::string_view description) {
-  return std::string(kFirstWords) + quotedForUnit(plist) +
-         "; what is changed here is lost.\n[Unit]\nDescription=" + std::string(description) + "\n";
+  return firstLine(plist) + "[Unit]\nDescription=" + std::string(description) + "\n";
 }
 
 std::string restartLines(JobDefinition::KeepAlive keepAlive) {
@@ -66,13 +69,19 @@ std::string timerName(std::string_view label) {
 }
 
 std::vector<UnitFile> systemdUnits(const JobDefinition& job, std::string_view plist) {
-  std::vector<UnitFile> units = {{serviceName(job.label), serviceText(job, plist), job.runAtLoad}};
-  if (!job.calendar.empty()) units.push_back({timerName(job.label), timerText(job, plist), true});
+  // The program of a job with times comes and goes.
+  const bool staysUp = job.runAtLoad && (job.calendar.empty() || job.keepAlive == JobDefinition::KeepAlive::always);
+  std::vector<UnitFile> units = {{serviceName(job.label), serviceText(job, plist), job.runAtLoad, staysUp}};
+  if (!job.calendar.empty()) units.push_back({timerName(job.label), timerText(job, plist), true, true});
   return units;
 }
 
 bool isMadeHere(std::string_view unitText) {
   return unitText.starts_with(kFirstWords);
+}
+
+bool isMadeFrom(std::string_view unitText, std::string_view plist) {
+  return unitText.starts_with(firstLine(plist));
 }
 
 std::optional<std::vector<std::string>> programArgumentsOf(std::string_view serviceText) {

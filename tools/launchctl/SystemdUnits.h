@@ -9,12 +9,12 @@
 
 namespace zpk {
 
-// A unit file of a job, and whether the unit is what log-in and loading start (else another unit of the job starts
-// it).
+// A unit file of a job.
 struct UnitFile {
   std::string name;  // "com.example.job.timer"
   std::string text;
-  bool isStarted = false;
+  bool isStarted = false;  // by log-in and by loading the job; else another unit of the job starts it
+  bool staysUp = false;    // once it is started, for as long as the job is loaded
 
   bool operator==(const UnitFile&) const = default;
 };
@@ -31,6 +31,8 @@ std::vector<UnitFile> systemdUnits(const JobDefinition& job, std::string_view pl
 
 // Whether a unit file's content was made by systemdUnits. No other is ever changed or removed.
 bool isMadeHere(std::string_view unitText);
+// The same, from the job file of that path.
+bool isMadeFrom(std::string_view unitText, std::string_view plist);
 
 // The arguments of the program that a service made by systemdUnits runs; nothing for any other text.
 std::optional<std::vector<std::string>> programArgumentsOf(std::string_view serviceText);

@@ -14,6 +14,9 @@ constexpr std::string_view kProperties =
     "ExecMainStatus,"
     "NextElapseUSecRealtime,LastTriggerUSec";
 
+// What is asked for is done in a second, and the end of a job in ten; a manager that takes longer is stuck.
+constexpr std::chrono::seconds kTimeLimit{30};
+
 // Values of ExecMainCode, as waitid(2) tells how a process ended.
 constexpr std::int64_t kKilled = 2;
 constexpr std::int64_t kDumped = 3;
@@ -112,6 +115,7 @@ std::optional<std::vector<UnitState>> parseUnitStates(std::string_view text,
 Expected<std::string, JobError> SystemdUser::systemctl(std::vector<std::string> arguments) const {
   TaskDescription task;
   task.launchPath = _systemctl;
+  task.timeLimit = kTimeLimit;
   task.arguments = {"--user", "--no-pager", "--no-ask-password"};
   task.arguments.insert(task.arguments.end(), arguments.begin(), arguments.end());
   const auto result = _tasks.run(task);

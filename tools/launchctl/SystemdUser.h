@@ -36,7 +36,8 @@ struct UnitState {
 std::optional<std::vector<UnitState>> parseUnitStates(std::string_view text, const std::vector<std::string>& names);
 
 // The user's service manager, asked through its own tool: that one finds the manager without a session bus too, and
-// brings the jobs of starting and stopping to their end. A call blocks until the manager did it.
+// brings the jobs of starting and stopping to their end. A call blocks until the manager did it, or for 30 s: then
+// the tool is ended and the call has failed, while the manager may do still what it was asked for.
 //
 // The tool prints times in the zone of its environment, for which nothing else has an option: this process's TZ is
 // UTC.

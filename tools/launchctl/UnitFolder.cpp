@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <set>
 #include <span>
 #include <system_error>
 
@@ -15,7 +16,16 @@ namespace zpk {
 namespace {
 
 constexpr std::uint64_t kMaxUnitBytes = std::uint64_t{1} << 20;
-constexpr std::string_view kServiceSuffix = ".service";
+
+// The label of the job whose unit has that name; nothing for any other name.
+std::optional<std::string> labelOf(const std::string& unit) {
+  for (const std::string_view suffix : {".service", ".timer"}) {
+    if (!unit.ends_with(suffix)) continue;
+    std::string label = unit.substr(0, unit.size() - suffix.size());
+    if (isSafeLabel(label)) return label;
+  }
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -30,16 +40,24 @@ bool UnitFolder::isPathOf(std::string_view path, std::string_view name) const {
   return path == pathOf(name) || std::filesystem::equivalent(path, pathOf(name), ignored);
 }
 
-std::vector<std::string> UnitFolder::labels() const {
-  std::vector<std::string> found;
+template <class Predicate>
+std::vector<std::string> UnitFolder::labelsOfUnits(Predicate isWanted) const {
   const auto names = PosixFileManager().contentsOfDirectory(_path);
-  if (!names) return found;
+  if (!names) return {};
+  std::set<std::string> found;
   for (const std::string& name : *names) {
-    if (!name.ends_with(kServiceSuffix)) continue;
-    const std::string label = name.substr(0, name.size() - kServiceSuffix.size());
-    if (isSafeLabel(label) && isMadeHere(contents(name).value_or(""))) found.push_back(label);
+    const auto label = labelOf(name);
+    if (label && isWanted(contents(name).value_or(""))) found.insert(*label);
   }
-  return found;
+  return {found.begin(), found.end()};
+}
+
+std::vector<std::string> UnitFolder::labels() const {
+  return labelsOfUnits(isMadeHere);
+}
+
+std::vector<std::string> UnitFolder::labelsMadeFrom(std::string_view plist) const {
+  return labelsOfUnits([plist](std::string_view text) { return isMadeFrom(text, plist); });
 }
 
 Expected<Done, JobError> UnitFolder::save(std::string_view name, std::string_view text) const {

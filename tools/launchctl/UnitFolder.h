@@ -23,8 +23,10 @@ class UnitFolder {
   std::optional<std::string> contents(std::string_view name) const;
   // Whether both are one file, however they are spelled.
   bool isPathOf(std::string_view path, std::string_view name) const;
-  // Labels of the jobs that have a service made by systemdUnits here, sorted.
+  // Labels of the jobs that have a unit made by systemdUnits here, sorted.
   std::vector<std::string> labels() const;
+  // The same, of those that were made from the job file `plist`.
+  std::vector<std::string> labelsMadeFrom(std::string_view plist) const;
 
   // Replaces a file as a whole; the folder is made when it is missing.
   Expected<Done, JobError> save(std::string_view name, std::string_view text) const;
@@ -32,6 +34,9 @@ class UnitFolder {
   Expected<Done, JobError> remove(std::string_view name) const;
 
  private:
+  template <class Predicate>
+  std::vector<std::string> labelsOfUnits(Predicate isWanted) const;
+
   std::string _path;
 };
 
