@@ -84,14 +84,16 @@ class Backup {
                        parent != nullptr ? parent->backingFile : std::string()});
     ChunkMapWriter map(std::move(*mapFile), image.clusterSize(), seed);
     ChunkSink sink(image, map, parent != nullptr ? parent->hashes.get() : nullptr);
+    SourceReader reader(plan.disk, plan.layout, plan.description.sectorSize, plan.vital, _cancel);
     ArchiveResult<Done> step = imageDisk(
-        {plan.disk, plan.layout, sink, seed}, [this](std::uint64_t done) { report(done); }, _cancel);
+        {reader, plan.layout, sink, seed}, [this](std::uint64_t done) { report(done); }, _cancel);
     if (step) step = plan.disk.checkUnchanged();
     if (step) step = image.finish(_cancel);
     if (step) step = map.finish(_cancel);
     if (step) step = renameIn(folder, plan.description.image + unfinishedSuffix, plan.description.image);
     if (step) step = renameIn(folder, plan.description.map + unfinishedSuffix, plan.description.map);
     if (step) step = syncFolder(folder, _cancel);
+    plan.description.unreadable = reader.unreadable();
     _doneBefore += plan.layout.usedBytes();
     _storedBytes += sink.storedBytes();
     return step;

@@ -45,8 +45,9 @@ using BackupProgress = std::function<void(std::uint64_t done, std::uint64_t tota
 
 // Makes a full backup point and gives its index. The archive is open for writing.
 //
-// Every stored partition is examined first; a source that is not fit to be read, an error of any read, write or
-// sync, and a raised `cancel` (answered within a second) end it with the archive as it was before.
+// Every stored partition is examined first; a source that is not fit to be read or goes away, an error of any write
+// or sync, and a raised `cancel` (answered within a second) end it with the archive as it was before. Bad sectors
+// of the source do not, as far as SourceReader.h bears them: the point's index names them.
 ArchiveResult<PointIndex> makeFullBackup(Archive& archive, const BackupRequest& request,
                                          const BackupProgress& progress, const CancelFlag& cancel);
 

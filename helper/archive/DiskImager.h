@@ -5,13 +5,13 @@
 
 #include "helper/archive/ChunkSink.h"
 #include "helper/archive/DiskLayout.h"
-#include "helper/archive/DiskSource.h"
+#include "helper/archive/SourceReader.h"
 
 namespace zpk {
 
 // What one disk's image is made of and goes to. All of it is the caller's and outlives the call.
 struct DiskImageJob {
-  const DiskSource& disk;
+  SourceReader& disk;
   const DiskLayout& layout;
   ChunkSink& sink;
   std::uint64_t hashSeed = 0;

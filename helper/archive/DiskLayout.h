@@ -6,16 +6,10 @@
 #include <vector>
 
 #include "helper/archive/ArchiveError.h"
+#include "helper/archive/ByteRange.h"
 #include "helper/archive/ClusterBitmap.h"
 
 namespace zpk {
-
-// Bytes [start, end) of a disk.
-struct ByteRange {
-  std::uint64_t start = 0;
-  std::uint64_t end = 0;
-  std::uint64_t size() const { return end - start; }
-};
 
 // Which bytes of a disk a backup point stores: the partition table's two places, partitions as a whole, and the
 // used clusters of file systems. Everything else reads as zeros.

@@ -53,6 +53,16 @@ ArchiveResult<Done> DiskSource::read(std::uint64_t offset, std::span<std::byte> 
   return readAt(_file, offset, bytes);
 }
 
+ArchiveResult<Done> DiskSource::readSectors(std::uint64_t offset, std::span<std::byte> bytes) const {
+  if (_direct.fd) {
+    const ArchiveResult<Done> read = readAt(_direct, offset, bytes);
+    if (read || read.error().errorNumber != EINVAL) return read;
+  }
+  ::posix_fadvise(_file.fd.get(), static_cast<off_t>(offset), static_cast<off_t>(bytes.size()),
+                  POSIX_FADV_DONTNEED);
+  return readAt(_file, offset, bytes);
+}
+
 std::optional<DiskSource::WriteTime> DiskSource::writeTime(const OpenFile& file) {
   struct stat status = {};
   if (::fstat(file.fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;

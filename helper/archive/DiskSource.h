@@ -29,6 +29,9 @@ class DiskSource {
   ArchiveResult<Done> checkUnchanged() const;
 
   ArchiveResult<Done> read(std::uint64_t offset, std::span<std::byte> bytes) const;
+  // Whole sectors, however few, and from the medium: what the page cache reads is larger than a bad sector, and
+  // what it holds says nothing about the disk. For memory that is aligned as well.
+  ArchiveResult<Done> readSectors(std::uint64_t offset, std::span<std::byte> bytes) const;
 
  private:
   DiskSource() = default;

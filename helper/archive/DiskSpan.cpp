@@ -25,7 +25,7 @@ bool DiskSpan::plan(const DiskLayout& layout, std::uint64_t from) {
   return true;
 }
 
-ArchiveResult<Done> DiskSpan::read(const DiskSource& disk) {
+ArchiveResult<Done> DiskSpan::read(SourceReader& disk) {
   for (std::size_t i = 0; i < _used.size();) {
     ByteRange piece = _used[i];
     for (++i; i < _used.size() && _used[i].start - piece.end <= largestGap; ++i) piece.end = _used[i].end;
@@ -36,7 +36,7 @@ ArchiveResult<Done> DiskSpan::read(const DiskSource& disk) {
   return Done{};
 }
 
-ArchiveResult<Done> DiskSpan::readPiece(const DiskSource& disk, ByteRange piece) {
+ArchiveResult<Done> DiskSpan::readPiece(SourceReader& disk, ByteRange piece) {
   // Whole blocks, which can bypass the page cache; what is too much is cleared afterwards.
   const ByteRange blocks{roundDown(piece.start, DiskSource::alignment),
                          std::min({roundUp(piece.end, DiskSource::alignment), _end, disk.size()})};

@@ -6,8 +6,8 @@
 #include "helper/archive/AlignedBuffer.h"
 #include "helper/archive/ChunkMap.h"
 #include "helper/archive/DiskLayout.h"
-#include "helper/archive/DiskSource.h"
 #include "helper/archive/ParentHashes.h"
+#include "helper/archive/SourceReader.h"
 
 struct ZSTD_CCtx_s;
 
@@ -38,7 +38,7 @@ class DiskSpan {
   std::uint64_t end() const { return _end; }
   std::uint64_t usedBytes() const { return _usedBytes; }
 
-  ArchiveResult<Done> read(const DiskSource& disk);
+  ArchiveResult<Done> read(SourceReader& disk);
   // Before `pack`, when there is a parent: what it has in this stretch.
   ArchiveResult<Done> look(ParentHashes& parent);
   void pack(ZSTD_CCtx_s* context, std::uint64_t seed);
@@ -46,7 +46,7 @@ class DiskSpan {
   const std::vector<SpanChunk>& chunks() const { return _chunks; }
 
  private:
-  ArchiveResult<Done> readPiece(const DiskSource& disk, ByteRange piece);
+  ArchiveResult<Done> readPiece(SourceReader& disk, ByteRange piece);
   void clearUnused();
   std::span<std::byte> at(ByteRange range) { return _content.bytes().subspan(range.start - _start, range.size()); }
 

@@ -33,7 +33,10 @@ std::optional<NtfsGeometry> parseNtfsBootSector(ByteSpan bootSector, std::uint64
   if (!std::has_single_bit(sectorSize) || sectorSize < 512 || sectorSize > 4096) return std::nullopt;
   if (!std::has_single_bit(perCluster) || perCluster * sectorSize > (std::uint64_t{2} << 20U)) return std::nullopt;
   if (sectors == 0 || sectors > partitionSize / sectorSize) return std::nullopt;
-  return NtfsGeometry{sectorSize, static_cast<std::uint32_t>(perCluster * sectorSize), sectors};
+  const std::uint64_t clusterSize = perCluster * sectorSize;
+  const auto fileTable = littleEndianAt<std::uint64_t>(bootSector, 48);
+  if (fileTable >= sectors / perCluster) return std::nullopt;
+  return NtfsGeometry{sectorSize, static_cast<std::uint32_t>(clusterSize), sectors, fileTable * clusterSize};
 }
 
 void placeNtfsBootSector(std::span<std::byte> bootSector, std::uint64_t partitionStart,

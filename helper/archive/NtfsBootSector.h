@@ -11,7 +11,8 @@ namespace zpk {
 struct NtfsGeometry {
   std::uint32_t sectorSize = 0;
   std::uint32_t clusterSize = 0;
-  std::uint64_t sectors = 0;  // Of the volume; its backup boot sector is the one behind them.
+  std::uint64_t sectors = 0;    // Of the volume; its backup boot sector is the one behind them.
+  std::uint64_t fileTable = 0;  // Where the file table begins: bytes from the start of the volume, within it.
 
   // None, of a volume that has no shape yet.
   std::uint64_t clusters() const {

@@ -14,6 +14,7 @@ using nlohmann::json;
 constexpr std::size_t mostDisks = 64;
 constexpr std::size_t mostPartitions = 1024;
 constexpr std::size_t idDigits = 32;
+constexpr std::size_t mostUnreadable = 100'000;
 
 struct ContentName {
   PartitionContent content;
@@ -74,18 +75,37 @@ json jsonOf(const StoredPartition& partition) {
 json jsonOf(const StoredDisk& disk) {
   json partitions = json::array();
   for (const StoredPartition& partition : disk.partitions) partitions.push_back(jsonOf(partition));
-  return {{"diskNumber", disk.number},
-          {"sectorSize", disk.sectorSize},
-          {"diskSize", disk.size},
-          {"diskMinSize", disk.minSize},
-          {"storedBytes", disk.storedBytes},
-          {"partitioningSchemes", disk.partitioningSchemes},
-          {"gptID", hexadecimalOf(disk.gptId)},
-          {"name", disk.name},
-          {"bsdName", disk.bsdName},
-          {"image", disk.image},
-          {"map", disk.map},
-          {"partitions", std::move(partitions)}};
+  json object{{"diskNumber", disk.number},
+              {"sectorSize", disk.sectorSize},
+              {"diskSize", disk.size},
+              {"diskMinSize", disk.minSize},
+              {"storedBytes", disk.storedBytes},
+              {"partitioningSchemes", disk.partitioningSchemes},
+              {"gptID", hexadecimalOf(disk.gptId)},
+              {"name", disk.name},
+              {"bsdName", disk.bsdName},
+              {"image", disk.image},
+              {"map", disk.map},
+              {"partitions", std::move(partitions)}};
+  for (const ByteRange& range : disk.unreadable) object["unreadable"].push_back({range.start, range.end});
+  return object;
+}
+
+// Nothing unless they are ascending and within the disk.
+std::optional<std::vector<ByteRange>> rangesOf(const json& array, std::uint64_t diskSize) {
+  std::vector<ByteRange> ranges;
+  std::uint64_t behind = 0;
+  if (!array.is_array() || array.size() > mostUnreadable) return std::nullopt;
+  for (const json& pair : array) {
+    const bool isPair =
+        pair.is_array() && pair.size() == 2 && pair[0].is_number_unsigned() && pair[1].is_number_unsigned();
+    if (!isPair) return std::nullopt;
+    const ByteRange range{pair[0].get<std::uint64_t>(), pair[1].get<std::uint64_t>()};
+    if (range.start < behind || range.end <= range.start || range.end > diskSize) return std::nullopt;
+    ranges.push_back(range);
+    behind = range.end;
+  }
+  return ranges;
 }
 
 StoredPartition partitionOf(const json& object, std::string& failed) {
@@ -139,11 +159,32 @@ StoredDisk diskOf(const json& object, std::string& failed) {
   for (const json& partition : fields.array("partitions", mostPartitions)) {
     disk.partitions.push_back(partitionOf(partition, failed));
   }
+  if (const auto unreadable = object.find("unreadable"); unreadable != object.end()) {
+    std::optional<std::vector<ByteRange>> ranges = rangesOf(*unreadable, disk.size);
+    if (!ranges) fields.fail("unreadable");
+    if (ranges) disk.unreadable = std::move(*ranges);
+  }
   if (failed.empty()) failed = fields.failed();
   return disk;
 }
 
+// Two disks in one file would each be the other's damage.
+bool sharesAFile(const std::vector<StoredDisk>& disks, std::size_t place) {
+  const auto isTheSame = [&](const StoredDisk& other) {
+    return other.image == disks[place].image || other.map == disks[place].map;
+  };
+  return std::any_of(disks.begin(), disks.begin() + static_cast<std::ptrdiff_t>(place), isTheSame);
+}
+
 }  // namespace
+
+std::uint64_t unreadableSectors(const PointIndex& index) {
+  std::uint64_t sectors = 0;
+  for (const StoredDisk& disk : index.disks) {
+    for (const ByteRange& range : disk.unreadable) sectors += range.size() / std::max(disk.sectorSize, 1U);
+  }
+  return sectors;
+}
 
 std::string textOf(const PointIndex& index) {
   json disks = json::array();
@@ -188,6 +229,9 @@ ArchiveResult<PointIndex> parsePointIndex(const std::string& text, const std::st
     JsonFields checkFields(*check);
     index.check = LastCheck{checkFields.signedNumber("time"), checkFields.flag("damaged")};
     if (failed.empty()) failed = checkFields.failed();
+  }
+  for (std::size_t i = 0; failed.empty() && i < index.disks.size(); ++i) {
+    if (sharesAFile(index.disks, i)) failed = "image";
   }
   if (!failed.empty()) return damagedError("The backup point's index has no usable \"" + failed + "\"", path);
   return index;

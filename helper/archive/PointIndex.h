@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "helper/archive/ArchiveError.h"
+#include "helper/archive/ByteRange.h"
 
 namespace zpk {
 
@@ -56,6 +57,9 @@ struct StoredDisk {
   std::string image;  // Name of a file in the point's folder.
   std::string map;
   std::vector<StoredPartition> partitions;  // In table order, unused entries included.
+  // What the disk did not give when the point was made: whole sectors, ascending, apart from each other. They read
+  // as zeros.
+  std::vector<ByteRange> unreadable{};
 
   bool operator==(const StoredDisk&) const = default;
 };
@@ -83,6 +87,9 @@ struct PointIndex {
 
   bool operator==(const PointIndex&) const = default;
 };
+
+// How many sectors of its disks the point does not hold because they could not be read.
+std::uint64_t unreadableSectors(const PointIndex& index);
 
 std::string textOf(const PointIndex& index);
 

@@ -13,6 +13,10 @@ constexpr int probeInconsistent = 13;
 constexpr int probeHibernated = 14;
 constexpr int probeUnclean = 15;
 
+SourceState unreadableFor(std::string_view said) {
+  return tellsOfBadSectors(said) ? SourceState::BadSectors : SourceState::Unreadable;
+}
+
 SourceFinding probeState(const ToolResult& result) {
   if (result.end == ToolEnd::Cancelled) return {SourceState::Cancelled, {}};
   if (result.end != ToolEnd::Exited) return {SourceState::Unreadable, result.errors};
@@ -22,13 +26,15 @@ SourceFinding probeState(const ToolResult& result) {
     case probeNotNtfs:
       return {SourceState::NotNtfs, result.errors};
     case probeInconsistent:
-      return {SourceState::Inconsistent, result.errors};
+      return {
+          tellsOfBadSectors(result.output + result.errors) ? SourceState::BadSectors : SourceState::Inconsistent,
+          result.errors};
     case probeHibernated:
       return {SourceState::Hibernated, result.errors};
     case probeUnclean:
       return {SourceState::Dirty, result.errors};
     default:
-      return {SourceState::Unreadable, result.errors};
+      return {unreadableFor(result.output + result.errors), result.errors};
   }
 }
 
@@ -40,6 +46,8 @@ SourceFinding resizeState(const ToolResult& result) {
   if (result.succeeded()) return {SourceState::Fit, {}};
   if (says("hibernated")) return {SourceState::Hibernated, said};
   if (says("scheduled for check") || says("journal file is unclean")) return {SourceState::Dirty, said};
+  // Whatever else it made of what it could not read.
+  if (tellsOfBadSectors(said)) return {SourceState::BadSectors, said};
   if (says("NTFS is inconsistent") || says("Corrupt") || says("check failed")) {
     return {SourceState::Inconsistent, said};
   }
@@ -83,12 +91,20 @@ std::string SourceFinding::sentence() const {
       return "The Windows volume is damaged; run \"chkdsk /f\" in Windows and try again";
     case SourceState::Encrypted:
       return "The Windows volume is encrypted; turn BitLocker off in Windows and try again";
+    case SourceState::BadSectors:
+      return "The file system of the Windows volume cannot be read: the disk has bad sectors there; copy what you "
+             "need "
+             "from it, run \"chkdsk /r\" in Windows and try again";
     case SourceState::NotNtfs:
       return "The Windows volume holds no NTFS file system";
     case SourceState::Unreadable:
       return "The state of the Windows volume could not be found out";
   }
   return {};
+}
+
+bool tellsOfBadSectors(std::string_view said) {
+  return said.find("Input/output error") != std::string_view::npos;
 }
 
 SourceFinding checkNtfsSource(const std::string& device, const CancelFlag& cancel) {

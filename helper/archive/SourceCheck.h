@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "helper/archive/ArchiveError.h"
 #include "helper/process/CancelFlag.h"
@@ -14,6 +15,7 @@ enum class SourceState {
   Dirty,         // It was not closed cleanly.
   Inconsistent,  // Its structures contradict each other.
   Encrypted,     // By Windows.
+  BadSectors,    // The tools were refused a part of its structures.
   NotNtfs,
   Unreadable,  // The tools could not find out; `detail` has their words.
   Cancelled,
@@ -27,6 +29,9 @@ struct SourceFinding {
   // What happened and what to do about it, for people; empty when fit or cancelled.
   std::string sentence() const;
 };
+
+// Whether that is a tool's complaint about a read that the device refused.
+bool tellsOfBadSectors(std::string_view said);
 
 // Asks the NTFS tools about the volume on `device`, which they only read. Two of them, because one sees a
 // hibernated volume but not a dirty one, and the other the reverse. Encryption is for the caller to notice. Nothing

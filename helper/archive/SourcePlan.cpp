@@ -1,5 +1,7 @@
 #include "helper/archive/SourcePlan.h"
 
+#include <algorithm>
+
 #include "helper/archive/GptExtent.h"
 #include "helper/archive/NtfsBootSector.h"
 #include "helper/archive/PartitionDevice.h"
@@ -9,6 +11,16 @@
 namespace zpk {
 namespace {
 
+constexpr const char* tableName = "The partition table of the disk";
+constexpr const char* bootSectorName = "The boot sector of the Windows volume";
+
+// The records of the file system's own files, the first of which names the rest of the table.
+ByteRange fileTableOf(ByteRange volume, const NtfsGeometry& geometry) {
+  constexpr std::uint64_t ownRecords = std::uint64_t{16} << 10U;
+  const std::uint64_t start = volume.start + geometry.fileTable;
+  return {std::min(start, volume.end), std::min(start + ownRecords, volume.end)};
+}
+
 class Planner {
  public:
   Planner(SourcePlan& plan, bool acceptsUnclean, std::string exportFolder, const CancelFlag& cancel)
@@ -16,7 +28,8 @@ class Planner {
 
   ArchiveResult<Done> addTable() {
     const ArchiveResult<GptExtent> table = readGptExtent(_plan.disk, _plan.description.sectorSize);
-    if (!table) return table.error();
+    if (!table) return unreadablePlace(tableName, table.error());
+    _plan.vital.push_back({table->head, tableName});
     ArchiveResult<Done> step = _plan.layout.addWhole(table->head);
     if (step) step = _plan.layout.addWhole(table->tail);
     return step;
@@ -31,7 +44,7 @@ class Planner {
     const ByteRange range{partition.start, partition.start + partition.size};
     ByteBuffer bootSector(512);
     const ArchiveResult<Done> read = _plan.disk.read(range.start, bootSector);
-    if (!read) return read;
+    if (!read) return unreadablePlace(bootSectorName, read.error());
     if (looksEncryptedByWindows(bootSector)) {
       return unfit(SourceFinding{SourceState::Encrypted, {}}.sentence(), partition);
     }
@@ -49,6 +62,8 @@ class Planner {
   ArchiveResult<Done> addVolume(const StoredPartition& partition, ByteRange range, const NtfsGeometry& geometry) {
     ArchiveResult<ClusterBitmap> used = examine(partition, range, geometry);
     if (!used) return used.error();
+    _plan.vital.push_back({{range.start, range.start + geometry.sectorSize}, bootSectorName});
+    _plan.vital.push_back({fileTableOf(range, geometry), "The file table of the Windows volume"});
     ArchiveResult<Done> step = _plan.layout.addClusters(range.start, geometry.clusterSize, std::move(*used));
     if (step) step = addBootSectorCopies(range, geometry);
     return step;
@@ -63,6 +78,9 @@ class Planner {
     ArchiveResult<ClusterBitmap> used = askTheTools(device->path(), partition, geometry);
     if (used || used.error().fault == ArchiveFault::Cancelled) return used;
     if (const std::optional<ArchiveError> loss = device->loss()) return *loss;
+    // What the tools say of a disk that was taken away is not to be taken for its state.
+    const ArchiveResult<Done> answers = checkAnswers(_plan.disk);
+    if (!answers) return answers.error();
     return used;
   }
 
@@ -111,7 +129,7 @@ ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string
     return ArchiveError{ArchiveFault::SourceUnfit, "The disk is not the one that was described", source.path, 0, 0};
   }
   const std::uint64_t size = disk->size();
-  SourcePlan plan{std::move(*disk), DiskLayout(size), source.description};
+  SourcePlan plan{std::move(*disk), DiskLayout(size), source.description, {}};
   Planner planner(plan, source.acceptsUncleanVolumes, exportFolder, cancel);
   ArchiveResult<Done> step = planner.addTable();
   for (StoredPartition& partition : plan.description.partitions) {

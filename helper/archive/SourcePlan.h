@@ -3,6 +3,7 @@
 #include "helper/archive/BackupOperation.h"
 #include "helper/archive/DiskLayout.h"
 #include "helper/archive/DiskSource.h"
+#include "helper/archive/SourceReader.h"
 
 namespace zpk {
 
@@ -11,6 +12,7 @@ struct SourcePlan {
   DiskSource disk;
   DiskLayout layout;
   StoredDisk description;
+  std::vector<VitalPlace> vital;
 };
 
 // Opens the disk, finds the partition table's places and looks into every partition that is to be stored. Anything

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "helper/archive/SourceCheck.h"
 #include "helper/process/ToolRunner.h"
 
 namespace zpk {
@@ -25,6 +26,10 @@ ArchiveResult<ClusterBitmap> readUsedClusters(const std::string& device, const N
   const auto result = runTool(command, cancel);
   if (!result) return ArchiveError{ArchiveFault::ToolFailed, result.error().text(), device, 0, 0};
   if (result->end == ToolEnd::Cancelled) return cancelledError();
+  if (!result->succeeded() && tellsOfBadSectors(result->output + result->errors)) {
+    return ArchiveError{ArchiveFault::SourceUnfit, SourceFinding{SourceState::BadSectors, {}}.sentence(), device, 0,
+                        0};
+  }
   if (!result->succeeded()) {
     return ArchiveError{ArchiveFault::ToolFailed, "The used clusters could not be read (" + result->errors + ")",
                         device, 0, 0};

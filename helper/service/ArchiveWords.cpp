@@ -13,6 +13,26 @@ std::string sentenceOf(const ArchiveError& error) {
   return text;
 }
 
+std::string sectorsText(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " unreadable sector" : " unreadable sectors");
+}
+
+std::vector<std::string> unreadableLines(const PointIndex& point) {
+  constexpr std::size_t mostLines = 20;
+  std::vector<std::string> lines;
+  std::size_t ranges = 0;
+  for (const StoredDisk& disk : point.disks) {
+    ranges += disk.unreadable.size();
+    for (const ByteRange& range : disk.unreadable) {
+      if (lines.size() == mostLines) break;
+      lines.push_back("Could not be read and is zeros in the backup point: bytes " + std::to_string(range.start) +
+                      " to " + std::to_string(range.end - 1) + " of \"" + disk.name + "\"");
+    }
+  }
+  if (ranges > lines.size()) lines.push_back("and " + std::to_string(ranges - lines.size()) + " more ranges");
+  return lines;
+}
+
 std::string durationText(double seconds) {
   const auto whole = static_cast<unsigned long>(std::llround(seconds));
   char text[48];

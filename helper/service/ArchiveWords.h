@@ -2,8 +2,9 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-#include "helper/archive/ArchiveError.h"
+#include "helper/archive/PointIndex.h"
 
 namespace zpk {
 
@@ -11,6 +12,12 @@ namespace zpk {
 
 // The engine's sentence, with its full stop.
 std::string sentenceOf(const ArchiveError& error);
+
+// "1 unreadable sector", "12 unreadable sectors"
+std::string sectorsText(std::uint64_t count);
+
+// What a backup point does not hold because it could not be read, one line a range, and how much more there is.
+std::vector<std::string> unreadableLines(const PointIndex& point);
 
 // "1 h 02 min", "2 min 05 s", "7 s"
 std::string durationText(double seconds);

@@ -50,6 +50,9 @@ OperationOutcome runMerge(Archive& archive, std::size_t point, OperationBoard& b
   const ArchiveResult<PointIndex> child = archive.readPoint(point);
   if (!child) return OperationFailed{sentenceOf(child.error())};
   board.line("Merging the backup point of " + momentText(child->creationTime) + " into the one before it");
+  if (const std::uint64_t missing = unreadableSectors(*child)) {
+    board.line("It was made with " + sectorsText(missing) + "; what the one before it holds there is given up");
+  }
   std::uint64_t moved = 0;
   const auto progress = [&](std::uint64_t done, std::uint64_t total) {
     moved = total;

@@ -58,6 +58,10 @@ OperationOutcome runRestore(const Archive& archive, const RestoreOrder& order, c
   const ArchiveResult<PointIndex> point = archive.readPoint(order.point.index);
   if (!point) return OperationFailed{sentenceOf(point.error())};
   board.line("Restoring the backup point of " + momentText(point->creationTime) + " onto " + nameOf(order));
+  if (const std::uint64_t missing = unreadableSectors(*point)) {
+    board.line("The backup point was made with " + sectorsText(missing) + ", which are zeros on the disk again");
+    for (const std::string& line : unreadableLines(*point)) board.line(line);
+  }
   RestoreRequest request;
   request.point = order.point.index;
   request.path = order.disk->filePath().value_or("");

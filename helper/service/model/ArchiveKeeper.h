@@ -44,7 +44,10 @@ struct BackupOrder {
 
 // How an operation ended. Only `OperationDone` means that it was done; otherwise the backup points are what they
 // were.
-struct OperationDone {};
+struct OperationDone {
+  // Of a backup: a sentence about what its point does not hold, although it is complete.
+  std::optional<std::string> remark{};
+};
 struct OperationStopped {};
 struct OperationFailed {
   std::string reason;  // What happened and what to do about it, for a person.

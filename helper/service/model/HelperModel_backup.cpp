@@ -58,10 +58,10 @@ void HelperModel::startBackup(std::shared_ptr<const ZPKDisk> disk) {
 
 void HelperModel::backupEnded(const OperationOutcome& outcome) {
   _facts.settings.backupRunning = false;
-  _facts.settings.lastBackupError.reset();
   if (std::holds_alternative<OperationStopped>(outcome)) {
     _facts.settings.lastBackupError = "It was stopped before it was complete.";
   }
+  if (const auto* done = std::get_if<OperationDone>(&outcome)) _facts.settings.lastBackupError = done->remark;
   if (const auto* failed = std::get_if<OperationFailed>(&outcome)) _facts.settings.lastBackupError = failed->reason;
   save();
 }

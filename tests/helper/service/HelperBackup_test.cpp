@@ -29,6 +29,22 @@ TEST(HelperBackup, AsksForTheSourceTheArchiveAndTheCheck) {
   EXPECT_EQ(world.requests[0].maxIncrements, 10U);
 }
 
+TEST(HelperBackup, OneThatLacksWhatCouldNotBeReadSaysSoBesideTheLastBackup) {
+  HelperWorld world;
+  HelperSettings settings;
+  settings.source = kWindowsDisk;
+  settings.archivePath = HelperWorld::kArchive;
+  world.start(settings);
+  world.settle();
+  world.body = [](const auto&, auto&, const auto&) -> OperationOutcome {
+    return OperationDone{"It was completed with 2 unreadable sectors."};
+  };
+  world.backupCode();
+  EXPECT_FALSE(statuskey::opError.isPresentIn(world.status())) << "it did not fail";
+  EXPECT_EQ(statuskey::lastBackupError.read(world.status()), "It was completed with 2 unreadable sectors.");
+  EXPECT_EQ(world.saved.back().lastBackupError, "It was completed with 2 unreadable sectors.");
+}
+
 TEST(HelperBackup, AGoodOneShowsTheNewPointAndClearsTheLastError) {
   HelperWorld world;
   HelperSettings settings;

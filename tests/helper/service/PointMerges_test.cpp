@@ -110,6 +110,18 @@ TEST(ArchiveWords, AnErrorIsASentence) {
             "Windows sleeps (disk1s4).");
 }
 
+TEST(ArchiveWords, WhatCouldNotBeReadIsNamedAsFarAsItIsNotTooMuch) {
+  PointIndex point;
+  point.disks.resize(1);
+  point.disks[0].name = "Disk";
+  point.disks[0].unreadable = {{512, 1536}};
+  EXPECT_EQ(sectorsText(unreadableSectors(point)), "2 unreadable sectors");
+  EXPECT_THAT(unreadableLines(point), ElementsAre(HasSubstr("bytes 512 to 1535 of \"Disk\"")));
+  for (std::uint64_t i = 1; i < 30; ++i) point.disks[0].unreadable.push_back({i * 4096, i * 4096 + 512});
+  EXPECT_EQ(unreadableLines(point).size(), 21U);
+  EXPECT_EQ(unreadableLines(point).back(), "and 10 more ranges");
+}
+
 TEST(ArchiveWords, DurationsAreWhatPeopleSay) {
   EXPECT_EQ(durationText(6.6), "7 s");
   EXPECT_EQ(durationText(125), "2 min 05 s");
