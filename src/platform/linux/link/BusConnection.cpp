@@ -16,6 +16,8 @@ constexpr std::size_t kMaxErrorText = 256;
 // The sender of what sd-bus tells about the connection itself.
 constexpr std::string_view kLocalSender = "org.freedesktop.DBus.Local";
 
+}  // namespace
+
 BusHandle openedBus(const BusEndpoint& endpoint) {
   sd_bus* bus = nullptr;
   if (endpoint.address.empty()) {
@@ -28,8 +30,6 @@ BusHandle openedBus(const BusEndpoint& endpoint) {
   if (sd_bus_start(bus) < 0) return nullptr;
   return handle;
 }
-
-}  // namespace
 
 std::unique_ptr<BusConnection> BusConnection::start(const BusEndpoint& endpoint, Gate gate,
                                                     std::function<void()> strangerDropped) {

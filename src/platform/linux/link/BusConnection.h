@@ -22,6 +22,9 @@ struct BusEndpoint {
   std::string address;
 };
 
+// Begins to connect, without waiting; null when there is no bus there.
+BusHandle openedBus(const BusEndpoint& endpoint);
+
 // The bus's own name: the sender of its signals and of the errors that it makes for dead peers. It is the one
 // well-known name that can stand as a sender, because the bus stamps every message with its sender's unique name.
 inline constexpr const char* kBusDriver = "org.freedesktop.DBus";
