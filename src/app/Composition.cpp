@@ -159,6 +159,22 @@ void Composition::run() {
     });
   });
   _runLoop.run();
+  _place.reset();
+}
+
+void Composition::hold(std::unique_ptr<SessionInstance> place) {
+  _place = std::move(place);
+  _application.setLeaving([this] { _place.reset(); });
+  // In a later turn of the default mode: it may be asked in the middle of a command.
+  _place->serve(_runLoop, [this](const SessionInstance::ActivationToken& token) {
+    _runLoop.performAfterDelay(Seconds(0), [this, token] { comeForward(token); });
+  });
+}
+
+void Composition::comeForward(const SessionInstance::ActivationToken& token) {
+  // Where desktops that keep windows from pushing themselves forward look for their leave.
+  if (!token.empty()) ::setenv("XDG_ACTIVATION_TOKEN", token.c_str(), 1);
+  _window->comeForward();
 }
 
 void Composition::show() {

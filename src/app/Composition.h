@@ -16,6 +16,7 @@
 #include "platform/linux/InstalledPaths.h"
 #include "platform/linux/MountTable_linux.h"
 #include "platform/linux/link/DBusLinkTransport.h"
+#include "platform/linux/session/SessionInstance.h"
 #include "platform/linux/virtualdisk/LinuxDriveControl.h"
 #include "platform/linux/virtualdisk/LinuxVirtualDiskDriver.h"
 #include "platform/posix/EndableSleep.h"
@@ -55,6 +56,9 @@ class Composition {
   // Announces that the application has launched, which makes the first contact with the helper and asks the job
   // launcher; once.
   void launch();
+  // From now on the window comes forward for whoever starts the program again. The place is given up as soon as the
+  // program is leaving: who starts it then wants one that stays.
+  void hold(std::unique_ptr<SessionInstance> place);
   // Serves until the application quits, also when it is told to by a signal.
   void run();
   // Asks the application to quit, which it does at once, when the logs are collected, or when the user has agreed.
@@ -77,6 +81,7 @@ class Composition {
   MainWindow::Surroundings windowSurroundings(const InstalledPaths& paths);
   BackupPointMounterEnvironment mounterEnvironment();
   void makeJobFolder();
+  void comeForward(const SessionInstance::ActivationToken& token);
 
   // In the order in which each needs the ones before it.
   PosixLog _log;
@@ -112,6 +117,7 @@ class Composition {
   std::unique_ptr<OperationWatch> _watch;
   std::unique_ptr<MainWindow> _window;
   std::unique_ptr<FirstPaint> _firstPaint;
+  std::unique_ptr<SessionInstance> _place;
   bool _launched = false;
 };
 

@@ -32,6 +32,7 @@ void QtApplication::terminate() {
       return QCoreApplication::exit();
     case TerminateReply::later:
       _putOff = true;
+      if (_leaving) _leaving();
       return closeWindows();
     case TerminateReply::afterQuestion:
       _putOff = true;

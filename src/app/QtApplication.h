@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <functional>
 
 #include "app/delegate/ZPKAppDelegate.h"
 
@@ -18,6 +19,8 @@ class QtApplication final : public QObject, public Application {
 
   // Whom to ask; until then, and with null again, quitting asks nobody.
   void setDelegate(ZPKAppDelegate* delegate);
+  // Called when the windows leave the screen for good and something is still being finished.
+  void setLeaving(std::function<void()> leaving) { _leaving = std::move(leaving); }
 
   // Asks to quit; again, while an earlier request is put off, does nothing.
   void terminate();
@@ -28,6 +31,7 @@ class QtApplication final : public QObject, public Application {
 
  private:
   ZPKAppDelegate* _delegate = nullptr;
+  std::function<void()> _leaving;
   bool _putOff = false;
 };
 

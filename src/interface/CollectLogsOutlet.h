@@ -34,6 +34,10 @@ class CollectLogsOutlet final : public CollectLogsWindow {
     makeKeyAndOrderFront();
     _dialog->setQuitPending(true);
   }
+  // There is a window again, so it goes on.
+  void withdrawQuitPending() {
+    if (_dialog) _dialog->setQuitPending(false);
+  }
 
  private:
   ZPKAppDelegate& _delegate;

@@ -55,6 +55,9 @@ class MainWindow final : public QMainWindow {
   MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const Surroundings& surroundings);
   ~MainWindow() override;
 
+  // Puts it in front of the other windows, also when it was minimised or closed.
+  void comeForward();
+
  protected:
   void changeEvent(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
@@ -83,7 +86,6 @@ class MainWindow final : public QMainWindow {
   void selectAll();
   void toggleZoom();
   void toggleFullScreen();
-  void comeForward();
   void showShortcuts();
   void showAbout();
 

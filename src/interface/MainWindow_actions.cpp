@@ -8,6 +8,7 @@
 #include "interface/AboutDialog.h"
 #include "interface/AutoProtectionRow.h"
 #include "interface/BackupPointsPane.h"
+#include "interface/CollectLogsOutlet.h"
 #include "interface/MainWindow.h"
 #include "interface/ShortcutsDialog.h"
 #include "interface/WindowActions.h"
@@ -103,6 +104,10 @@ void MainWindow::toggleFullScreen() {
 
 void MainWindow::comeForward() {
   setWindowState(windowState() & ~Qt::WindowMinimized);
+  if (!isVisible()) {
+    show();
+    _collectLogs->withdrawQuitPending();
+  }
   raise();
   activateWindow();
 }

@@ -147,6 +147,26 @@ TEST(QuittingWithTheLastWindow, DoesNotHappenWhileAnotherIsOpen) {
   EXPECT_TRUE(wasAlive);
 }
 
+// Once: who asks again while it waits changes nothing.
+TEST(QuittingApplication, TellsThatItIsLeavingWhenOnlyWorkIsLeft) {
+  QuittingWorld world;
+  int told = 0;
+  world.application.setLeaving([&] { ++told; });
+  world.run([&] {
+    world.question.due = true;
+    world.application.terminate();
+    EXPECT_EQ(told, 0) << "the user may stay";
+    world.question.answer(false);
+    world.question.due = false;
+    world.delegate.collectLogs();
+    world.application.terminate();
+    world.application.terminate();
+    EXPECT_EQ(told, 1);
+    world.door.open();
+  });
+  EXPECT_EQ(told, 1);
+}
+
 TEST(QuittingApplication, TakesAnAnswerThatNobodyWaitsForForNothing) {
   QuittingWorld world;
   bool wasAlive = false;

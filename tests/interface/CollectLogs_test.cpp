@@ -99,6 +99,17 @@ TEST_F(CollectLogs, ClosingTheMainWindowWhileItGoesOnShowsWhatIsWaitedFor) {
   EXPECT_EQ(text("collectingText"), "ZPK quits when the logs are collected.");
 }
 
+// Whoever opens the program again while the collection goes on wants it to stay.
+TEST_F(CollectLogs, AWindowThatCameBackTakesBackThatTheProgramQuits) {
+  collect();
+  world.window->close();
+  world.window->comeForward();
+  EXPECT_TRUE(world.window->isVisible());
+  EXPECT_EQ(text("collectingText"), "Collecting. This takes a few minutes.");
+  finish();
+  EXPECT_TRUE(world.window->isVisible());
+}
+
 TEST_F(CollectLogs, WindowMayGoBeforeTheCollectionEnds) {
   collect();
   world.window.reset();

@@ -26,6 +26,7 @@ PROGRAMS = {
 FILES = {
     "usr/lib/systemd/system/zpkhelper.service",
     "usr/share/applications/com.tarnwick.zpk.desktop",
+    "usr/share/dbus-1/services/com.tarnwick.zpk.service",
     "usr/share/dbus-1/interfaces/com.tarnwick.zpkhelper.xml",
     "usr/share/dbus-1/system-services/com.tarnwick.zpkhelper.service",
     "usr/share/dbus-1/system.d/com.tarnwick.zpkhelper.conf",
@@ -111,6 +112,10 @@ def check_agent(root):
 def check_menu_entry(root):
     entry = ini(root / "usr/share/applications/com.tarnwick.zpk.desktop")["Desktop Entry"]
     expect("usr/bin/" + entry["Exec"].split()[0] in PROGRAMS, f"the menu starts {entry['Exec']}")
+    # Desktops then start it over the bus, by the entry's name.
+    service = ini(root / "usr/share/dbus-1/services/com.tarnwick.zpk.service")["D-BUS Service"]
+    expect(entry["DBusActivatable"] == "true" and service["Name"] == "com.tarnwick.zpk", f"the bus knows {service['Name']}")
+    expect(service["Exec"] == "/usr/bin/" + entry["Exec"], f"the menu starts {entry['Exec']}, the bus {service['Exec']}")
     icon = f"usr/share/icons/hicolor/scalable/apps/{entry['Icon']}.svg"
     if not (root / icon).exists():
         problems.append(f"the menu's icon {entry['Icon']} is missing")

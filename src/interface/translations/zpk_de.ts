@@ -900,6 +900,10 @@ OLDER</translation>
         <translation>Version</translation>
     </message>
     <message>
+        <source>Wait a moment and open it again. If it stays silent, end it first.</source>
+        <translation>Warten Sie einen Augenblick und öffnen Sie es erneut. Bleibt es stumm, beenden Sie es zuerst.</translation>
+    </message>
+    <message>
         <source>Waiting for the helper…</source>
         <translation>Warten auf den Hilfsdienst…</translation>
     </message>
@@ -950,6 +954,10 @@ OLDER</translation>
     <message>
         <source>ZPK is removed with the system’s package manager.</source>
         <translation>ZPK wird mit der Paketverwaltung des Systems entfernt.</translation>
+    </message>
+    <message>
+        <source>ZPK is running already, but it does not answer.</source>
+        <translation>ZPK läuft bereits, antwortet aber nicht.</translation>
     </message>
     <message>
         <source>ZPK is updated by the system’s package manager.</source>

@@ -900,6 +900,10 @@ OLDER</translation>
         <translation>גרסה</translation>
     </message>
     <message>
+        <source>Wait a moment and open it again. If it stays silent, end it first.</source>
+        <translation>המתינו רגע ופתחו את התוכנית שוב. אם היא עדיין אינה מגיבה, סיימו אותה תחילה.</translation>
+    </message>
+    <message>
         <source>Waiting for the helper…</source>
         <translation>ממתין לשירות העזר…</translation>
     </message>
@@ -950,6 +954,10 @@ OLDER</translation>
     <message>
         <source>ZPK is removed with the system’s package manager.</source>
         <translation>את ZPK מסירים בעזרת מנהל החבילות של המערכת.</translation>
+    </message>
+    <message>
+        <source>ZPK is running already, but it does not answer.</source>
+        <translation>ZPK כבר פועל, אך אינו מגיב.</translation>
     </message>
     <message>
         <source>ZPK is updated by the system’s package manager.</source>
