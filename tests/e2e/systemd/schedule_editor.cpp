@@ -5,6 +5,8 @@
 //
 //   on, off          the switch
 //   daily-HH:MM      saves "every day" at that time
+//   weekly-D-HH:MM   on one day of the week, from 0 for Monday to 6
+//   monthly-D-HH:MM  on one day of the month, from 1 to 31
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -17,22 +19,34 @@
 namespace zpk {
 namespace {
 
-constexpr std::string_view kDaily = "daily-";
-
-int number(const std::string& text) {
-  return std::atoi(text.c_str());
+int number(std::string_view text) {
+  return std::atoi(std::string(text).c_str());
 }
 
-bool obey(ZPKSchedulerViewController& editor, const std::string& word) {
+// What is behind the last `separator` of `text`, which loses it.
+std::string_view takeLast(std::string_view& text, char separator) {
+  const std::size_t at = text.rfind(separator);
+  if (at == std::string_view::npos) return {};
+  const std::string_view last = text.substr(at + 1);
+  text = text.substr(0, at);
+  return last;
+}
+
+bool obey(ZPKSchedulerViewController& editor, std::string_view word) {
   if (word == "on" || word == "off") {
     editor.setEnabled(word == "on");
     return true;
   }
-  const std::size_t colon = word.find(':');
-  if (!word.starts_with(kDaily) || colon == std::string::npos) return false;
-  const int minutes = number(word.substr(kDaily.size())) * 60 + number(word.substr(colon + 1));
-  editor.setTimeOfDay(Date{minutes * 60.0});
-  editor.setScheduleType(ZPKSchedulerViewController::kEveryDay);
+  const int minute = number(takeLast(word, ':'));
+  const int hour = number(takeLast(word, '-'));
+  editor.setTimeOfDay(Date{(hour * 60 + minute) * 60.0});
+  const auto day = static_cast<std::uint64_t>(number(takeLast(word, '-')));
+  if (word == "weekly") editor.setDayOfWeek(day);
+  if (word == "monthly") editor.setDayOfMonth(day - 1);
+  if (word != "daily" && word != "weekly" && word != "monthly") return false;
+  editor.setScheduleType(word == "daily"    ? ZPKSchedulerViewController::kEveryDay
+                         : word == "weekly" ? ZPKSchedulerViewController::kEveryWeek
+                                            : ZPKSchedulerViewController::kEveryMonth);
   editor.saveCalAction();
   return true;
 }

@@ -1,17 +1,44 @@
 """A world with a systemd --user of its own, and a system bus.
 
-`enter` is called by the first process of new mount and process namespaces (`unshare -m -p -f --mount-proc`). Whatever
-is mounted or started then goes with that process. What does not is a control group, which `remove_control_group` takes
+`in_a_world` starts the test once more, as the first process of new mount and process namespaces, where `enter` is
+called. Whatever is mounted or started then goes with that process. What does not is a control group, which is taken
 away afterwards.
 """
+import argparse
 import os
 import pathlib
 import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 
 RUNTIME = "/run/user/0"
+LAUNCHCTL = "/usr/libexec/zpk/launchctl"
+
+
+def in_a_world(names, prepare, inner):
+    """Calls `prepare(work, options)` outside, then `inner(work, options)` within; `names`: the files to be given."""
+    parser = argparse.ArgumentParser()
+    for name in names:
+        parser.add_argument("--" + name.replace("_", "-"), required=True, type=pathlib.Path)
+    options = parser.parse_args()
+    if "ZPK_E2E_INNER" in os.environ:
+        inner(pathlib.Path(os.environ.pop("ZPK_E2E_INNER")), options)
+        return
+    if os.geteuid() != 0:
+        print("skipped: only root can make the namespaces that a service manager of its own needs")
+        sys.exit(77)
+    with tempfile.TemporaryDirectory(prefix="zpk-e2e-") as name:
+        work = pathlib.Path(name)
+        (work / "home").mkdir()
+        prepare(work, options)
+        outcome = subprocess.run(["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
+                                  sys.executable, *sys.argv], env=dict(os.environ, ZPK_E2E_INNER=name))
+        remove_control_group(work.name)
+        if outcome.returncode != 0 and (work / "log").exists():
+            print((work / "log").read_text(errors="replace"))
+    sys.exit(outcome.returncode)
 
 
 def eventually(what, condition, seconds=20):
@@ -27,11 +54,11 @@ def mount(*arguments):
     subprocess.run(["mount", *map(str, arguments)], check=True)
 
 
-def enter(work, group, programs):
+def enter(work, programs):
     """`programs`: path where a file is to be seen → the file."""
     mount("-t", "tmpfs", "tmpfs", "/sys/fs/cgroup")
     mount("-t", "cgroup2", "cgroup2", "/sys/fs/cgroup")
-    own = pathlib.Path("/sys/fs/cgroup", group)
+    own = pathlib.Path("/sys/fs/cgroup", work.name)
     own.mkdir()
     (own / "cgroup.procs").write_text("0")
     show(work / "installed", programs)
@@ -73,7 +100,10 @@ class UserManager:
         self.log = log
         self.process = None
 
-    def start(self):
+    def start(self, zone=None):
+        """`zone` is that of whatever is started from now on; without one, it is the same as before."""
+        if zone:
+            os.environ["TZ"] = zone
         self.process = subprocess.Popen(["/lib/systemd/systemd", "--user"], stdout=self.log, stderr=self.log)
         eventually("the user manager",
                    lambda: systemctl("is-system-running", check=False).strip() in ("running", "degraded"))
