@@ -7,15 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cmath>
-#include <limits>
 #include <system_error>
 
 namespace zpk {
 namespace {
 
-// A timer without a period would leave the loop nothing but its own firing.
-constexpr Seconds kShortestPeriod{0.001};
 // Runs inside runs beyond this one are stopped together with it.
 constexpr unsigned kDeepest = 64;
 
@@ -26,27 +22,7 @@ std::uint64_t bitOf(unsigned depth) {
   return std::uint64_t{1} << (std::min(depth, kDeepest) - 1);
 }
 
-// Not before now, and a number.
-Seconds usableDelay(Seconds delay) {
-  return delay.count() > 0 ? delay : Seconds(0);
-}
-
-// Whole milliseconds, rounded up so that the loop does not turn idly until the rest is over.
-int pollMilliseconds(Seconds duration) {
-  const double milliseconds = std::ceil(duration.count() * 1000);
-  if (!(milliseconds > 0)) return 0;
-  constexpr int kLongest = std::numeric_limits<int>::max();
-  return milliseconds < kLongest ? static_cast<int>(milliseconds) : kLongest;
-}
-
 }  // namespace
-
-// A delayed perform (no period) or a timer.
-struct PollRunLoop::Alarm {
-  Callback callback;
-  Seconds period{0};
-  bool ended = false;
-};
 
 struct PollRunLoop::Watch {
   int descriptor;
@@ -111,28 +87,11 @@ std::string_view PollRunLoop::currentMode() const {
 
 void PollRunLoop::performAfterDelay(Seconds delay, Callback callback) {
   if (!isMainThread()) return;
-  auto alarm = std::make_shared<Alarm>();
-  alarm->callback = std::move(callback);
-  add(std::move(alarm), now() + usableDelay(delay));
+  _alarms.perform(delay, std::move(callback));
 }
 
 Token PollRunLoop::scheduledTimer(Seconds period, Callback callback) {
-  if (!isMainThread()) return {};
-  auto alarm = std::make_shared<Alarm>();
-  alarm->callback = std::move(callback);
-  alarm->period = std::max(usableDelay(period), kShortestPeriod);
-  add(alarm, now() + alarm->period);
-  return Token([self = std::weak_ptr(_self), alarm = std::weak_ptr(alarm)] {
-    const auto loop = self.lock();
-    const auto ending = alarm.lock();
-    if (!loop || !ending) return;
-    ending->ended = true;
-    std::erase_if((*loop)->_alarms, [&](const auto& entry) { return entry.second == ending; });
-  });
-}
-
-void PollRunLoop::add(std::shared_ptr<Alarm> alarm, Seconds due) {
-  _alarms.emplace(AlarmKey(due, _nextOrder++), std::move(alarm));
+  return isMainThread() ? _alarms.schedule(period, std::move(callback)) : Token();
 }
 
 Token PollRunLoop::watchFileDescriptor(int descriptor, Direction direction, std::function<void()> ready) {
@@ -177,29 +136,13 @@ void PollRunLoop::stop() noexcept {
 }
 
 bool PollRunLoop::serveOnce(Seconds atMost) {
-  const bool alarm = serveEarliestAlarm();
+  const bool alarm = isDefaultMode() && _alarms.serveEarliest();
   return serveDescriptors(alarm ? Seconds(0) : untilNextAlarm(atMost)) || alarm;
 }
 
 Seconds PollRunLoop::untilNextAlarm(Seconds atMost) const {
-  if (!isDefaultMode() || _alarms.empty()) return atMost;
-  return std::min(atMost, _alarms.begin()->first.first - now());
-}
-
-bool PollRunLoop::serveEarliestAlarm() {
-  if (!isDefaultMode() || _alarms.empty()) return false;
-  const auto earliest = _alarms.begin();
-  const Seconds due = earliest->first.first;
-  if (due > now()) return false;
-  const std::shared_ptr<Alarm> alarm = std::move(earliest->second);
-  _alarms.erase(earliest);
-  alarm->callback();
-  if (!alarm->ended && alarm->period.count() > 0) {
-    // The next of its times that is still to come; those that passed are not made up.
-    const double passed = std::max(0.0, std::floor((now() - due) / alarm->period));
-    add(alarm, due + alarm->period * (passed + 1));
-  }
-  return true;
+  const auto next = isDefaultMode() ? _alarms.earliest() : std::nullopt;
+  return next ? std::min(atMost, *next - now()) : atMost;
 }
 
 bool PollRunLoop::serveDescriptors(Seconds atMost) {
@@ -213,7 +156,7 @@ bool PollRunLoop::serveDescriptors(Seconds atMost) {
   }
   polled.push_back({_wakeRead.get(), POLLIN, 0});
   // A signal ends the wait early, which is as good as nothing having happened.
-  if (::poll(polled.data(), static_cast<nfds_t>(polled.size()), pollMilliseconds(atMost)) <= 0) return false;
+  if (::poll(polled.data(), static_cast<nfds_t>(polled.size()), wholeMilliseconds(atMost)) <= 0) return false;
   if (polled.back().revents != 0) takeWakeUps();
   bool served = false;
   for (std::size_t i = 0; i < watches.size(); ++i) {

@@ -3,13 +3,12 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
-#include <map>
 #include <memory>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
+#include "base/AlarmQueue.h"
 #include "base/RunLoop.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileDescriptorWatcher.h"
@@ -43,26 +42,20 @@ class PollRunLoop : public RunLoop, public FileDescriptorWatcher {
   Token watchFileDescriptor(int descriptor, Direction direction, std::function<void()> ready) override;
 
  private:
-  struct Alarm;
   struct Watch;
   class ModeScope;
   class RunScope;
-  // Due time and, among equals, the order of asking.
-  using AlarmKey = std::pair<Seconds, std::uint64_t>;
 
   bool isMainThread() const { return std::this_thread::get_id() == _mainThread; }
   bool isDefaultMode() const { return currentMode() == kDefaultRunLoopMode; }
-  void add(std::shared_ptr<Alarm> alarm, Seconds due);
   // Whether anything was served.
   bool serveOnce(Seconds atMost);
-  bool serveEarliestAlarm();
   bool serveDescriptors(Seconds atMost);
   Seconds untilNextAlarm(Seconds atMost) const;
   void takeWakeUps() const;
 
   const std::thread::id _mainThread = std::this_thread::get_id();
-  std::map<AlarmKey, std::shared_ptr<Alarm>> _alarms;
-  std::uint64_t _nextOrder = 0;
+  AlarmQueue _alarms{[this] { return now(); }};
   std::list<std::shared_ptr<Watch>> _watches;
   std::vector<std::string> _modes;
   // How many run() and runFor() are active, and which of them, a bit each from the outermost on, were told to stop.

@@ -5,38 +5,9 @@
 #include <QEventLoop>
 #include <QSocketNotifier>
 #include <QThread>
-#include <algorithm>
-#include <cmath>
-#include <limits>
 #include <utility>
 
 namespace zpk {
-namespace {
-
-// A timer without a period would leave the loop nothing but its own firing.
-constexpr Seconds kShortestPeriod{0.001};
-
-// Whole milliseconds, rounded up so that nothing runs early and the loop does not turn idly until the rest is over.
-int timerMilliseconds(Seconds duration) {
-  const double milliseconds = std::ceil(duration.count() * 1000);
-  if (!(milliseconds > 0)) return 0;
-  constexpr int kLongest = std::numeric_limits<int>::max();
-  return milliseconds < kLongest ? static_cast<int>(milliseconds) : kLongest;
-}
-
-// Not before now, and a number.
-Seconds usableDelay(Seconds delay) {
-  return delay.count() > 0 ? delay : Seconds(0);
-}
-
-}  // namespace
-
-// A delayed perform (no period) or a timer.
-struct QtRunLoop::Alarm {
-  Callback callback;
-  Seconds period{0};
-  bool ended = false;
-};
 
 struct QtRunLoop::Watch {
   std::unique_ptr<QSocketNotifier> notifier;
@@ -96,60 +67,25 @@ bool QtRunLoop::isMainThread() const {
 
 void QtRunLoop::performAfterDelay(Seconds delay, Callback callback) {
   if (!isMainThread()) return;
-  auto alarm = std::make_shared<Alarm>();
-  alarm->callback = std::move(callback);
-  add(std::move(alarm), now() + usableDelay(delay));
+  _alarms.perform(delay, std::move(callback));
 }
 
 Token QtRunLoop::scheduledTimer(Seconds period, Callback callback) {
-  if (!isMainThread()) return {};
-  auto alarm = std::make_shared<Alarm>();
-  alarm->callback = std::move(callback);
-  alarm->period = std::max(usableDelay(period), kShortestPeriod);
-  add(alarm, now() + alarm->period);
-  return Token([self = std::weak_ptr(_self), alarm = std::weak_ptr(alarm)] {
-    const auto loop = self.lock();
-    const auto ending = alarm.lock();
-    if (!loop || !ending) return;
-    ending->ended = true;
-    std::erase_if((*loop)->_alarms, [&](const auto& entry) { return entry.second == ending; });
-    (*loop)->armTimer();
-  });
-}
-
-void QtRunLoop::add(std::shared_ptr<Alarm> alarm, Seconds due) {
-  _alarms.emplace(AlarmKey(due, _nextOrder++), std::move(alarm));
-  armTimer();
+  return isMainThread() ? _alarms.schedule(period, std::move(callback)) : Token();
 }
 
 void QtRunLoop::armTimer() {
-  if (_alarms.empty() || currentMode() != kDefaultRunLoopMode) {
-    _timer.stop();
-    return;
-  }
+  const auto next = _alarms.earliest();
+  if (!next || currentMode() != kDefaultRunLoopMode) return _timer.stop();
   // Starting it also lets it fire inside its own callback, when that runs the loop.
-  _timer.start(timerMilliseconds(_alarms.begin()->first.first - now()));
+  _timer.start(wholeMilliseconds(*next - now()));
 }
 
 void QtRunLoop::serveEarliestAlarm() {
-  if (_alarms.empty() || currentMode() != kDefaultRunLoopMode) return;
-  const auto earliest = _alarms.begin();
-  const Seconds due = earliest->first.first;
-  if (due > now()) {
-    armTimer();
-    return;
-  }
-  const std::shared_ptr<Alarm> alarm = std::move(earliest->second);
-  _alarms.erase(earliest);
-  armTimer();
+  if (currentMode() != kDefaultRunLoopMode) return;
+  if (!_alarms.isDue()) return armTimer();
   ++_servedCount;
-
-  const auto self = std::weak_ptr(_self);
-  alarm->callback();
-  if (self.expired() || alarm->ended || alarm->period.count() == 0) return;
-  // The next of its times that is still to come; those that passed are not made up.
-  const double passed = std::max(0.0, std::floor((now() - due) / alarm->period));
-  add(alarm, due + alarm->period * (passed + 1));
+  _alarms.serveEarliest();
 }
 
 void QtRunLoop::run() {
@@ -173,7 +109,7 @@ void QtRunLoop::runFor(Seconds duration) {
   deadline.setSingleShot(true);
   deadline.setTimerType(Qt::PreciseTimer);
   connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
-  deadline.start(timerMilliseconds(duration));
+  deadline.start(wholeMilliseconds(duration));
   _runs.push_back(&loop);
   loop.exec();
   _runs.pop_back();
@@ -190,7 +126,7 @@ void QtRunLoop::runInMode(std::string_view mode, Seconds atMost) {
   deadline.setSingleShot(true);
   deadline.setTimerType(Qt::PreciseTimer);
   connect(&deadline, &QTimer::timeout, &deadline, [&over] { over = true; });
-  deadline.start(timerMilliseconds(atMost));
+  deadline.start(wholeMilliseconds(atMost));
   QEventLoop loop;
   while (_servedCount == servedBefore && !over) loop.processEvents(kinds | QEventLoop::WaitForMoreEvents);
 }

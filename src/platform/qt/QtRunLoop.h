@@ -3,11 +3,11 @@
 #include <QObject>
 #include <QTimer>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "base/AlarmQueue.h"
 #include "base/RunLoop.h"
 #include "platform/posix/FileDescriptorWatcher.h"
 
@@ -45,21 +45,16 @@ class QtRunLoop final : public QObject, public RunLoop, public FileDescriptorWat
   Token watchFileDescriptor(int descriptor, Direction direction, std::function<void()> ready) override;
 
  private:
-  struct Alarm;
   struct Watch;
   class ModeScope;
-  // Due time and, among equals, the order of asking.
-  using AlarmKey = std::pair<Seconds, std::uint64_t>;
 
   bool isMainThread() const;
-  void add(std::shared_ptr<Alarm> alarm, Seconds due);
   void armTimer();
   void serveEarliestAlarm();
   void stopInnermost();
   void endWatch(Watch& watch);
 
-  std::map<AlarmKey, std::shared_ptr<Alarm>> _alarms;
-  std::uint64_t _nextOrder = 0;
+  AlarmQueue _alarms{[this] { return now(); }, [this] { armTimer(); }};
   QTimer _timer;
   std::uint64_t _servedCount = 0;
   std::vector<std::string> _modes;

@@ -134,8 +134,11 @@ TEST(PollRunLoop, AStopOfAnOuterRunOutlivesTheInnerOnes) {
   bool innerRanOn = false;
   loop.performAfterDelay(Seconds(0), [&] {
     loop.stop();
-    loop.performAfterDelay(kSoon, [&] { innerRanOn = true; });
-    loop.runFor(kSoon * 2);
+    loop.performAfterDelay(kSoon, [&] {
+      innerRanOn = true;
+      loop.stop();
+    });
+    loop.runFor(Seconds(60));
   });
   loop.run();
   EXPECT_TRUE(innerRanOn);
