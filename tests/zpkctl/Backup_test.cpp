@@ -165,6 +165,15 @@ TEST_F(BackupCommand, InterruptedItSaysThatTheBackupGoesOn) {
   EXPECT_EQ(helper().count("breakProgress"), 0U);
 }
 
+TEST_F(BackupCommand, InterruptedWhileItIsSentItDoesNotKnowTheOutcome) {
+  helper().whenCalled("backup", [this] {
+    session.interrupt();
+    throw LinkException("the link was closed");
+  });
+  EXPECT_EQ(run(), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("Interrupted. Whether a backup was begun, 'zpkctl status' tells."));
+}
+
 TEST_F(BackupCommand, InterruptedWhileTheHelperIsBusyItBeginsNoBackup) {
   helper().answer("backup", 6U);
   loop.performAfterDelay(Seconds(7), [this] { session.interrupt(); });

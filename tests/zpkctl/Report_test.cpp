@@ -54,15 +54,39 @@ TEST_F(ReportCommand, StatusSaysThatAHelperDoesNotAnswer) {
 }
 
 TEST_F(ReportCommand, ListWaitsForAHelperThatReadsItsDisks) {
-  Dictionary busy;
-  statuskey::state.set(busy, HelperState::busy);
-  nowIs(busy);
+  nowIs(busyStatus());
   soonIs(Seconds(2), threePoints());
   EXPECT_EQ(runList(session, console, Form::words), kDone);
   EXPECT_THAT(console.said, ElementsAre("Date              Kind       Pinned  Label\n"
                                         "2023-11-14 22:13  full       yes     before the update\n"
                                         "2023-11-14 22:14  increment  no\n"
                                         "2023-11-14 22:15  increment  no      last"));
+}
+
+TEST_F(ReportCommand, AnInterruptedListSaysSoAndShowsNothing) {
+  nowIs(busyStatus());
+  loop.performAfterDelay(Seconds(3), [this] { session.interrupt(); });
+  EXPECT_EQ(runList(session, console, Form::json), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("Interrupted."));
+  EXPECT_TRUE(console.said.empty());
+  EXPECT_LT(loop.now(), Seconds(5));
+}
+
+TEST_F(ReportCommand, AListWhoseHelperEndsMeanwhileIsNoEmptyOne) {
+  nowIs(busyStatus());
+  loop.performAfterDelay(Seconds(3), [this] { transport.helperDies(); });
+  EXPECT_EQ(runList(session, console, Form::words), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("The backup helper ended before the list was over."));
+  EXPECT_TRUE(console.said.empty());
+}
+
+TEST_F(ReportCommand, AStatusThatIsInterruptedDoesNotBlameTheHelper) {
+  helper().whenCalled("status", [this] {
+    session.interrupt();
+    throw LinkException("the link was closed");
+  });
+  EXPECT_EQ(runStatus(session, console, Form::json), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("Interrupted."));
 }
 
 TEST_F(ReportCommand, AListThatCannotBeReadIsNotAnEmptyOne) {

@@ -53,6 +53,12 @@ inline Dictionary runningBackup(double percent, std::uint64_t elapsed) {
   return status;
 }
 
+inline Dictionary busyStatus() {
+  Dictionary status = readyStatus();
+  statuskey::state.set(status, HelperState::busy);
+  return status;
+}
+
 inline Dictionary failedStatus(const std::string& error) {
   Dictionary status = readyStatus();
   statuskey::lastBackupError.set(status, error);

@@ -29,6 +29,57 @@ TEST_F(StopCommand, HasNothingToDoWhenNothingRuns) {
   EXPECT_EQ(helper().count("breakProgress"), 0U);
 }
 
+// Another caller's backup, which the helper still looks at.
+TEST_F(StopCommand, WaitsForABusyHelperAndStopsWhatItThenBegins) {
+  nowIs(busyStatus());
+  soonIs(Seconds(2), runningBackup(0, 0));
+  helper().whenCalled("breakProgress",
+                      [this] { soonIs(Seconds(1), failedStatus("It was stopped before it was complete.")); });
+  EXPECT_EQ(runStop(session, console), kDone);
+  EXPECT_THAT(console.said, ElementsAre("It has stopped."));
+  EXPECT_EQ(helper().count("breakProgress"), 1U);
+}
+
+TEST_F(StopCommand, HasNothingToDoWhenABusyHelperTurnsOutIdle) {
+  nowIs(busyStatus());
+  soonIs(Seconds(2), readyStatus());
+  EXPECT_EQ(runStop(session, console), kDone);
+  EXPECT_THAT(console.said, ElementsAre("Nothing is running."));
+}
+
+TEST_F(StopCommand, DoesNotClaimToKnowWhatAHelperThatStaysBusyDoes) {
+  nowIs(busyStatus());
+  EXPECT_EQ(runStop(session, console), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre(HasSubstr("Whether it is about to begin something is not known")));
+  EXPECT_EQ(helper().count("breakProgress"), 0U);
+  EXPECT_GE(loop.now(), Seconds(30));
+}
+
+TEST_F(StopCommand, CanBeInterruptedWhileItWaitsForABusyHelper) {
+  nowIs(busyStatus());
+  loop.performAfterDelay(Seconds(3), [this] { session.interrupt(); });
+  EXPECT_EQ(runStop(session, console), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("Interrupted before anything was stopped."));
+  EXPECT_LT(loop.now(), Seconds(5));
+}
+
+TEST_F(StopCommand, InterruptedWhileItIsSentItDoesNotKnowTheOutcome) {
+  nowIs(runningBackup(20, 9));
+  helper().whenCalled("breakProgress", [this] {
+    session.interrupt();
+    throw LinkException("the link was closed");
+  });
+  EXPECT_EQ(runStop(session, console), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("Interrupted. Whether it stops, 'zpkctl status' tells."));
+}
+
+TEST_F(StopCommand, AHelperThatEndsBeforeItWasAskedIsNotSilent) {
+  nowIs(busyStatus());
+  loop.performAfterDelay(Seconds(3), [this] { transport.helperDies(); });
+  EXPECT_EQ(runStop(session, console), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("The backup helper has ended."));
+}
+
 TEST_F(StopCommand, SaysThatItTakesTooLong) {
   nowIs(runningBackup(20, 9));
   EXPECT_EQ(runStop(session, console), kNotDone);

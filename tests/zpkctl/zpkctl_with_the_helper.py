@@ -122,6 +122,30 @@ def killed(world):
     world.expect_end(world.start("status"), 1, "", "The backup helper is not running.")
 
 
+def is_waiting(process):
+    """Whether it waits for what is on its way: its link is up, and it sleeps."""
+    tasks = pathlib.Path(f"/proc/{process.pid}")
+    unix_sockets = sum("socket:" in os.readlink(entry) for entry in (tasks / "fd").iterdir())
+    return unix_sockets and (tasks / "stat").read_text().rsplit(")", 1)[1].split()[0] == "S"
+
+
+def hung(world):
+    """A command that waits for a helper that hangs can be interrupted, and hears of its end."""
+    for command in ("list", "status", "backup", "stop"):
+        world.helper.send_signal(signal.SIGSTOP)
+        waiting = world.start(command)
+        eventually("it to wait", lambda: is_waiting(waiting))
+        waiting.send_signal(signal.SIGINT)
+        world.expect_end(waiting, 128 + signal.SIGINT, "", "Interrupted")
+        world.helper.send_signal(signal.SIGCONT)
+    world.helper.send_signal(signal.SIGSTOP)
+    waiting = world.start("list")
+    eventually("it to wait", lambda: is_waiting(waiting))
+    world.helper.kill()
+    world.helper.wait()
+    world.expect_end(waiting, 1, "", "The backup helper")
+
+
 def made(world):
     before = len(world.points())
     world.expect_end(world.start("backup"), 0, "The backup is complete.", "")
@@ -144,6 +168,8 @@ def inner(options, work):
         stopped_by_another(world)
         interrupted(world)
         killed(world)
+        world.start_helper()
+        hung(world)
         world.start_helper()
         made(world)
         world.end_helper()

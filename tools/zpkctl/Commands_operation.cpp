@@ -13,6 +13,8 @@
 namespace zpk::ctl {
 namespace {
 
+// For a helper that is reading its disks, or looks at what another caller wants from it.
+constexpr Seconds kLongestBusy{30.0};
 // It ends a running operation within a second, but for a folder on a dead network share.
 constexpr Seconds kLongestStop{30.0};
 
@@ -58,10 +60,16 @@ class BackupCourse {
 
 // Why the backup was not begun, or nothing when it was.
 std::optional<std::string> beginBackup(HelperSession& session) {
-  const Value result = session.helper().doAsyncAction(
-      [&](ZPKDaemon& daemon) { return session.isInterrupted() ? Value() : daemon.backup(); });
+  bool isAnswered = true;
+  const Value result = session.helper().doAsyncAction([&](ZPKDaemon& daemon) {
+    if (session.isInterrupted()) return Value();
+    const Value answer = daemon.backup();
+    isAnswered = !answer.isNull();
+    return answer;
+  });
   if (result.isNull()) {
-    if (session.isInterrupted()) return "Interrupted before a backup was begun.";
+    if (session.isInterrupted() && isAnswered) return "Interrupted before a backup was begun.";
+    if (session.isInterrupted()) return "Interrupted. Whether a backup was begun, 'zpkctl status' tells.";
     return "The backup helper does not answer. No backup was begun.";
   }
   const std::uint32_t code = resultCodeOf(result);
@@ -72,6 +80,22 @@ std::optional<std::string> beginBackup(HelperSession& session) {
   }
   const EnglishLocalization english;
   return resultCodeMessage(code, english) + ". " + resultCodeAdvice(code, english);
+}
+
+// Why it cannot be told whether anything is to be stopped.
+std::string whyUnknown(HelperSession::Wait wait) {
+  switch (wait) {
+    case HelperSession::Wait::interrupted:
+      return "Interrupted before anything was stopped.";
+    case HelperSession::Wait::helperGone:
+      return "The backup helper has ended.";
+    case HelperSession::Wait::helperSilent:
+      return "The backup helper does not answer.";
+    case HelperSession::Wait::over:
+    case HelperSession::Wait::timedOut:
+      break;
+  }
+  return "The backup helper is busy. Whether it is about to begin something is not known; try again in a while.";
 }
 
 }  // namespace
@@ -100,17 +124,25 @@ int runBackup(HelperSession& session, Console& console) {
 }
 
 int runStop(HelperSession& session, Console& console) {
-  const auto before = session.newestStatus();
-  if (!before) {
-    console.complain("The backup helper does not answer.");
+  // A busy helper may be about to begin what somebody else wants from it.
+  HelperState state = HelperState::unknown;
+  const auto settled = session.waitUntil(
+      [&](const Dictionary& status) {
+        state = statuskey::state.read(status);
+        return state == HelperState::idle || state == HelperState::inProgress;
+      },
+      kLongestBusy);
+  if (settled != HelperSession::Wait::over) {
+    console.complain(whyUnknown(settled));
     return kNotDone;
   }
-  if (statuskey::state.read(*before) != HelperState::inProgress) {
+  if (state == HelperState::idle) {
     console.say("Nothing is running.");
     return kDone;
   }
   if (session.helper().breakProgress().isNull()) {
-    console.complain("The backup helper does not answer.");
+    console.complain(session.isInterrupted() ? "Interrupted. Whether it stops, 'zpkctl status' tells."
+                                             : "The backup helper does not answer.");
     return kNotDone;
   }
   const auto wait = session.waitUntil(

@@ -32,7 +32,7 @@ std::optional<std::string> whyNoPoints(const Dictionary& status) {
 int runStatus(HelperSession& session, Console& console, Form form) {
   const auto status = session.newestStatus();
   if (!status) {
-    console.complain("The backup helper does not answer.");
+    console.complain(session.isInterrupted() ? "Interrupted." : "The backup helper does not answer.");
     return kNotDone;
   }
   console.say(form == Form::json ? statusAsJson(*status) : statusInWords(*status));

@@ -78,7 +78,11 @@ int runConnected(const RunCommand& command) {
     return *daemon;
   };
   HelperSession session({transport, notificationCenter, loop, connectedDaemon});
-  const InterruptSignals signals(loop, [&] { session.interrupt(); });
+  const InterruptSignals signals(loop, [&] {
+    session.interrupt();
+    // A helper that hangs would keep the command that waits for it for a minute.
+    transport.close();
+  });
   Terminal terminal;
 
   int status = kNotDone;
@@ -87,7 +91,8 @@ int runConnected(const RunCommand& command) {
   } else {
     status = run(command, session, terminal);
     const std::string failure = linkLog.failureToTell();
-    if (status != kDone && !failure.empty()) terminal.complain("The link failed: " + failure);
+    if (status != kDone && !failure.empty() && !session.isInterrupted())
+      terminal.complain("The link failed: " + failure);
   }
   if (!terminal.flush() && status == kDone) status = kNotDone;
   return status != kDone && signals.signal() != 0 ? kSignalBase + signals.signal() : status;

@@ -32,6 +32,10 @@ DBusLinkTransport::DBusLinkTransport(DBusLinkSurroundings surroundings)
     : _core(std::make_shared<LinkCore>(std::move(surroundings))) {}
 
 DBusLinkTransport::~DBusLinkTransport() {
+  close();
+}
+
+void DBusLinkTransport::close() {
   _core->close();
 }
 

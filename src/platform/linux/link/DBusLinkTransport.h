@@ -58,6 +58,10 @@ class DBusLinkTransport final : public LinkTransport {
   Token observePresence(std::string_view name, std::function<void(bool present)> changed) override;
   Token observeAnswering(std::function<void(bool answering)> changed) override;
 
+  // Ends the link for good, as the transport's end does: whatever waits for the helper fails at once, and nothing
+  // is reached any more. Main thread; also from within a wait.
+  void close();
+
   // Messages dropped so far because neither the helper nor the bus sent them. Any thread.
   std::uint64_t strangersDropped() const;
 
