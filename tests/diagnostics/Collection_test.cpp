@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,6 +14,7 @@
 #include "diagnostics/DiagnosticsWorld.h"
 #include "diagnostics/LogTasks.h"
 #include "platform/linux/diagnostics/LogTasks_linux.h"
+#include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileManager_posix.h"
 #include "platform/posix/TaskRunner_posix.h"
 #include "support/TemporaryFolder.h"
@@ -136,6 +138,32 @@ TEST_F(Collection, CopiesPlainFilesAndWhatLinksLeadToAndNothingElse) {
   EXPECT_EQ(temporary.get("out/ankor.txt"), "plain");
   EXPECT_EQ(temporary.get("out/ankor_link.txt"), "linked");
   EXPECT_THAT(*files.contentsOfDirectory(temporary.path("out")), ElementsAre("ankor.txt", "ankor_link.txt"));
+}
+
+// Reading a pipe that nobody writes to would take for ever, and taking what is in it would rob its reader.
+TEST_F(Collection, ALogThatIsAPipeIsLeftAlone) {
+  const std::string pipe = temporary.path("system.log");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const FileDescriptor reader(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor writer(::open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+  ASSERT_EQ(::write(writer.get(), "kept", 4), 4);
+  const auto folder = makeLogFolder(base(), environment);
+  ASSERT_TRUE(folder);
+  runLogTasks({{{"type", 1U}, {"path", pipe}}}, *folder, environment);
+  EXPECT_THAT(*files.contentsOfDirectory(*folder), IsEmpty());
+  char left[8] = {};
+  EXPECT_EQ(::read(reader.get(), left, sizeof left), 4) << "what was in the pipe still is";
+}
+
+TEST_F(Collection, APipeInTheFolderIsNotPackedAndDoesNotKeepIt) {
+  const auto folder = makeLogFolder(base(), environment);
+  ASSERT_TRUE(folder);
+  ASSERT_EQ(::mkfifo((*folder + "/pipe").c_str(), 0600), 0);
+  ASSERT_TRUE(files.saveFile(*folder + "/plain.log", {'x'}));
+  const auto archive = zipLogFolder(*folder, environment);
+  ASSERT_TRUE(archive);
+  EXPECT_THAT(namesInArchive(*archive),
+              ElementsAre("ZPK_Logs_2026-03-05-14-07-09/", "ZPK_Logs_2026-03-05-14-07-09/plain.log"));
 }
 
 TEST_F(Collection, ToolsThatHangFloodDieAndLeaveAChildBehindDoNotKeepIt) {
