@@ -12,10 +12,12 @@
 #include "app/Composition.h"
 #include "app/NoAnswer.h"
 #include "app/ProgramOptions.h"
+#include "platform/qt/NamedDisplay.h"
 
 namespace {
 
 constexpr int kNoAnswer = 1;
+constexpr int kNoDisplay = 1;
 constexpr int kUsageMistake = 2;
 
 // Whoever runs the program from where it was built has its helper tool beside it.
@@ -40,6 +42,10 @@ int runWindow(const zpk::RunWindow& options, int argc, char** argv) {
   zpk::SessionInstance::Claim claim =
       zpk::SessionInstance::claim({.which = zpk::WhichBus::session, .address = {}}, activationToken());
   if (claim.outcome == zpk::SessionInstance::Outcome::handedOver) return 0;
+  if (!zpk::isAnyDisplayNamed()) {
+    std::fputs("zpk: there is no display to show a window on\n", stderr);
+    return kNoDisplay;
+  }
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("ZPK"));
   QApplication::setApplicationVersion(QStringLiteral(ZPK_VERSION));

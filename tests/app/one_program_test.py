@@ -86,6 +86,11 @@ class OneProgram(unittest.TestCase):
         self.assertIsNone(first.poll())
         self.assertEqual(self.owner(), first.pid)
 
+    def test_the_second_needs_no_display(self):
+        self.first()
+        second = subprocess.run([PROGRAM], env=self.surroundings(QT_QPA_PLATFORM=""), capture_output=True, timeout=DEADLINE)
+        self.assertEqual((second.returncode, second.stderr), (0, b""))
+
     def test_many_at_once_leave_one(self):
         programs = [self.start() for _ in range(5)]
         end = time.monotonic() + DEADLINE

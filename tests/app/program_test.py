@@ -66,6 +66,11 @@ class Program(unittest.TestCase):
         self.assertEqual((answer.returncode, answer.stdout), (2, ""))
         self.assertIn("absolute", answer.stderr)
 
+    def test_without_a_display_it_says_so(self):
+        answer = self.ask(QT_QPA_PLATFORM="")
+        self.assertEqual((answer.returncode, answer.stdout, answer.stderr),
+                         (1, "", "zpk: there is no display to show a window on\n"))
+
     def test_ends_well_when_it_is_told_to(self):
         for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             launcher = self.launcher()

@@ -203,6 +203,17 @@ TEST_F(LauncherTest, AnAgentThatFailedIsLoadedUntilItIsUnloaded) {
   EXPECT_FALSE(launcher.list("a.b"));
 }
 
+// It was quit by its user: it stays away until it is loaded again, or the next log-in.
+TEST_F(LauncherTest, AnAgentThatEndedWellIsNotLoadedAndStaysEnabled) {
+  load(agentJob(), kAlways);
+  manager.unit("a.b.service").activeState = "inactive";
+  EXPECT_FALSE(launcher.list("a.b"));
+  EXPECT_TRUE(manager.unit("a.b.service").isEnabled);
+  manager.takeVerbs();
+  EXPECT_EQ(load(agentJob(), kAlways), "done");
+  EXPECT_TRUE(launcher.list("a.b"));
+}
+
 TEST_F(LauncherTest, LoadingAnAgentThatFailedStartsItAgain) {
   load(agentJob(), kAlways);
   manager.unit("a.b.service").activeState = "failed";

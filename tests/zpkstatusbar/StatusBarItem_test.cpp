@@ -121,6 +121,17 @@ TEST_F(StatusBarItemTest, TextFromOutsideIsNeitherMarkupNorKeyMark) {
   EXPECT_FALSE(Qt::mightBeRichText(item.icon().toolTip()));
 }
 
+TEST_F(StatusBarItemTest, AClickOpensTheProgramAndADoubleClickDoesSoOnce) {
+  auto& icon = const_cast<QSystemTrayIcon&>(item.icon());
+  emit icon.activated(QSystemTrayIcon::Trigger);
+  EXPECT_EQ(opened, 1);
+  emit icon.activated(QSystemTrayIcon::DoubleClick);
+  emit icon.activated(QSystemTrayIcon::Context);
+  emit icon.activated(QSystemTrayIcon::MiddleClick);
+  EXPECT_EQ(opened, 1);
+  EXPECT_EQ(quits, 0);
+}
+
 TEST_F(StatusBarItemTest, OpensTheProgramAndQuits) {
   action("open").trigger();
   action("quit").trigger();

@@ -40,10 +40,15 @@ StatusBarItem::StatusBarItem(StatusBarController& controller, const Localization
   };
   _backUp = add("backUp", localizedText(localization, "&Back Up Now"), [this] { _controller.backUp(); });
   _stop = add("stop", localizedText(localization, "&Stop"), [this] { _controller.stop(); });
-  add("open", localizedText(localization, "&Open ZPK"), std::move(actions.openProgram));
+  add("open", localizedText(localization, "&Open ZPK"), actions.openProgram);
   _menu.addSeparator();
   add("quit", localizedText(localization, "&Quit"), std::move(actions.quit));
   _icon.setContextMenu(&_menu);
+  // Where the click is not the menu's already: that is for the desktop to say.
+  QObject::connect(&_icon, &QSystemTrayIcon::activated, &_menu,
+                   [open = std::move(actions.openProgram)](QSystemTrayIcon::ActivationReason reason) {
+                     if (reason == QSystemTrayIcon::Trigger) open();
+                   });
   _observation = _controller.observe("state", [this] { update(); });
   _icon.setIcon(statusBarIcon(_shownIcon, _shownPercent));
   update();

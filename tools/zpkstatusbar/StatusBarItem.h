@@ -12,7 +12,8 @@
 namespace zpk {
 
 // The icon in the status bar with its tool tip and its menu: what runs or was last, "Back Up Now" or "Stop", "Open
-// ZPK", "Quit". Holds no state; what it shows is the controller's. Main thread.
+// ZPK", "Quit". A click on it opens ZPK, on desktops that do not show the menu then. Holds no state; what it shows
+// is the controller's. Main thread.
 class StatusBarItem {
  public:
   struct Actions {

@@ -8,6 +8,7 @@
 
 #include "interface/Translations.h"
 #include "records/RecordClasses.h"
+#include "tools/zpkstatusbar/StatusBarHost.h"
 
 namespace zpk {
 namespace {
@@ -31,12 +32,10 @@ StatusBarProgram::StatusBarProgram(const RunStatusBar& options)
                   .log = _log,
                   .classes = recordClasses(),
                   .bus = {.which = options.sessionBus ? WhichBus::session : WhichBus::system, .address = {}}}),
-      _controller(
-          {_transport, _notificationCenter, _runLoop, [this]() -> ZPKDaemon& { return connectedDaemon(); }},
-          {_localization, _dates,
-           [this](const std::string& message, const std::string& advice) { _item.showMessage(message, advice); }}),
-      _item(_controller, _localization,
-            {.openProgram = [this] { openProgram(); }, .quit = [] { QCoreApplication::quit(); }}) {
+      _controller({_transport, _notificationCenter, _runLoop, [this]() -> ZPKDaemon& { return connectedDaemon(); }},
+                  {_localization, _dates, [this](const std::string& message, const std::string& advice) {
+                     _item->showMessage(message, advice);
+                   }}) {
   setToolkitLanguage(_localization.language());
 }
 
@@ -45,21 +44,29 @@ int StatusBarProgram::run() {
     _log.line("STAT::This desktop has no status bar that shows icons.");
     return 0;
   }
-  _item.show();
+  showIcon();
   // In a later turn: the icon first.
   _runLoop.performAfterDelay(Seconds(0), [this] { _controller.applicationDidFinishLaunching(); });
   _runLoop.run();
   return 0;
 }
 
-// At log-in this program may be quicker than the status bar.
+// At log-in this program may be quicker than the status bar. The toolkit knows of status bars of another kind too,
+// but must not be asked too early.
 bool StatusBarProgram::waitForStatusBar() {
   const Seconds end = _runLoop.now() + Seconds(_options.patienceSeconds);
-  while (!QSystemTrayIcon::isSystemTrayAvailable()) {
-    if (_runLoop.now() >= end) return false;
+  while (!isStatusBarHostRegistered()) {
+    if (_runLoop.now() >= end) break;
     _runLoop.runFor(std::min(kLookAgain, end - _runLoop.now()));
   }
-  return true;
+  return QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void StatusBarProgram::showIcon() {
+  _item.emplace(
+      _controller, _localization,
+      StatusBarItem::Actions{.openProgram = [this] { openProgram(); }, .quit = [] { QCoreApplication::quit(); }});
+  _item->show();
 }
 
 ZPKDaemon& StatusBarProgram::connectedDaemon() {
@@ -74,7 +81,7 @@ void StatusBarProgram::openProgram() {
   if (!_options.language.empty()) arguments.push_back("--language=" + _options.language);
   if (_workspace.launchApplication(path, arguments)) return;
   _log.line("STAT::Could not be started: " + path);
-  _item.showMessage(_localization.localizedString("ZPK could not be started."), path);
+  _item->showMessage(_localization.localizedString("ZPK could not be started."), path);
 }
 
 }  // namespace zpk

@@ -28,6 +28,7 @@ class StatusBarProgram {
 
  private:
   bool waitForStatusBar();
+  void showIcon();
   ZPKDaemon& connectedDaemon();
   void openProgram();
 
@@ -42,7 +43,8 @@ class StatusBarProgram {
   DBusLinkTransport _transport;
   std::optional<ZPKDaemon> _daemon;
   StatusBarController _controller;
-  StatusBarItem _item;
+  // When there is a status bar for it.
+  std::optional<StatusBarItem> _item;
 };
 
 }  // namespace zpk

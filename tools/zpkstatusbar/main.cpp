@@ -6,20 +6,13 @@
 #include <variant>
 #include <vector>
 
+#include "platform/qt/NamedDisplay.h"
 #include "tools/zpkstatusbar/StatusBarOptions.h"
 #include "tools/zpkstatusbar/StatusBarProgram.h"
 
 namespace {
 
 constexpr int kUsageMistake = 2;
-
-// Without one the toolkit would end the program by a signal.
-bool isAnyDisplayNamed() {
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-    if (!qEnvironmentVariableIsEmpty(name)) return true;
-  }
-  return false;
-}
 
 int runStatusBar(const zpk::RunStatusBar& options, int argc, char** argv) {
   QApplication application(argc, argv);
@@ -44,7 +37,7 @@ int main(int argc, char** argv) {
     return std::fputs(zpk::statusBarHelp().c_str(), stdout) < 0;
   }
   if (std::holds_alternative<zpk::ShowStatusBarVersion>(options)) return std::puts("zpkstatusbar " ZPK_VERSION) < 0;
-  if (!isAnyDisplayNamed()) {
+  if (!zpk::isAnyDisplayNamed()) {
     std::fputs("zpkstatusbar: there is no display to show an icon on\n", stderr);
     return 1;
   }
