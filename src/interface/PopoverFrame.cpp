@@ -117,6 +117,9 @@ bool PopoverFrame::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::WindowStateChange:
       close();
       break;
+    case QEvent::EnabledChange:
+      if (_anchor && !_anchor->isEnabled()) close();
+      break;
     default:
       break;
   }

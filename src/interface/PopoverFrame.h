@@ -11,8 +11,9 @@ namespace zpk {
 // A small window that hangs on a control by an arrow and shows one widget.
 //
 // Comes up above its control, or below it where there is no room. It goes with Esc, with a click beside it, and
-// with whatever moves its control from under it: the control's window moves, changes its size or goes. A click on
-// the control takes it down too and is not the control's then, so that the control can put it up and take it down.
+// with whatever takes its control from under it: the control's window moves, changes its size or goes, or the
+// control cannot be used any more. A click on the control takes it down too and is not the control's then, so that
+// the control can put it up and take it down.
 class PopoverFrame final : public QWidget {
  public:
   // Over `window`, which owns it.

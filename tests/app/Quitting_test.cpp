@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDialog>
+#include <QPushButton>
 #include <csignal>
 
 #include "app/QuittingWorld.h"
+#include "interface/CollectLogsOutlet.h"
 #include "platform/posix/TerminationSignals.h"
 
 namespace zpk {
@@ -142,6 +145,83 @@ TEST(QuittingWithTheLastWindow, DoesNotHappenWhileAnotherIsOpen) {
     world.soon([&] {
       wasAlive = true;
       world.collectWindow.QWidget::close();
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+}
+
+// The window of the collection as the interface makes it, over the main window.
+class QuittingWithTheDialog : public testing::Test {
+ protected:
+  QuittingWithTheDialog() { world.delegate.setCollectLogsWindow(&outlet); }
+  QDialog& dialog() {
+    auto* found = world.mainWindow.findChild<QDialog*>(QStringLiteral("collectLogsWindow"));
+    EXPECT_NE(found, nullptr);
+    return *found;
+  }
+  void begin() {
+    world.delegate.openCollectLogsWindow();
+    dialog().findChild<QPushButton*>(QStringLiteral("collectLogsButton"))->click();
+    EXPECT_TRUE(world.delegate.isCollectingLogs());
+  }
+
+  QuittingWorld world;
+  CollectLogsOutlet outlet{world.delegate, world.schedule.localization, world.mainWindow};
+};
+
+TEST_F(QuittingWithTheDialog, LeavesItOnTheScreenUntilTheArchiveIsRevealed) {
+  bool wasAlive = false;
+  world.run([&] {
+    begin();
+    world.application.terminate();
+    world.soon([&] {
+      wasAlive = true;
+      EXPECT_FALSE(world.mainWindow.isVisible());
+      EXPECT_TRUE(dialog().isVisible());
+      // Neither by its title bar nor by Esc.
+      EXPECT_FALSE(dialog().close());
+      dialog().reject();
+      EXPECT_TRUE(dialog().isVisible());
+      world.door.open();
+    });
+  });
+  EXPECT_TRUE(wasAlive);
+  EXPECT_FALSE(dialog().isVisible());
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+TEST_F(QuittingWithTheDialog, ByTheLastWindowWaitsToo) {
+  world.run([&] {
+    begin();
+    world.mainWindow.close();
+    world.soon([&] {
+      EXPECT_TRUE(dialog().isVisible());
+      world.door.open();
+    });
+  });
+  EXPECT_EQ(world.workspace.revealed.size(), 1U);
+}
+
+TEST_F(QuittingWithTheDialog, IsAtOnceWhenNothingIsCollected) {
+  world.run([&] {
+    world.delegate.openCollectLogsWindow();
+    world.application.terminate();
+  });
+  EXPECT_TRUE(world.workspace.revealed.empty());
+}
+
+TEST_F(QuittingWithTheDialog, DoesNotFollowACollectionThatNobodyQuit) {
+  bool wasAlive = false;
+  world.run([&] {
+    begin();
+    world.door.open();
+    const Seconds end = world.loop.now() + Seconds(20);
+    while (world.delegate.isCollectingLogs() && world.loop.now() < end) world.loop.runFor(Seconds(0.01));
+    world.soon([&] {
+      wasAlive = true;
+      EXPECT_TRUE(world.mainWindow.isVisible());
+      EXPECT_FALSE(dialog().isVisible());
+      world.application.terminate();
     });
   });
   EXPECT_TRUE(wasAlive);

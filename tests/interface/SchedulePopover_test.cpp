@@ -1,5 +1,6 @@
 // The popover in which the schedule is edited, by clicks and keys.
 
+#include <QtTest/qtestspontaneevent.h>
 #include <QAccessible>
 #include <QComboBox>
 #include <QPainterPath>
@@ -153,6 +154,7 @@ TEST_F(EditingSchedule, WhateverClosesItWithoutSavingRestoresWhatWas) {
       {"the window moves", [&] { world.window->move(world.window->pos() + QPoint(5, 5)); }},
       {"the window changes its size", [&] { world.window->resize(world.window->size() + QSize(5, 5)); }},
       {"the action again", [&] { world.delegate->scheduleAction(nullptr); }},
+      {"the window is minimised", [&] { world.window->showMinimized(); }},
   };
   const std::size_t runs = world.launchctlRuns.size();
   for (const auto& [way, close] : ways) {
@@ -166,8 +168,78 @@ TEST_F(EditingSchedule, WhateverClosesItWithoutSavingRestoresWhatWas) {
     EXPECT_EQ(world.popover(), nullptr) << way;
     EXPECT_FALSE(world.scheduler->isUpdatingValue()) << way;
     EXPECT_EQ(summary(), "Every day at 12:00") << way;
+    world.window->showNormal();
   }
   EXPECT_EQ(world.launchctlRuns.size(), runs) << "nothing was written";
+}
+
+TEST_F(EditingSchedule, ClosingRestoresAWeeklySchedule) {
+  open();
+  choose("scheduleTypePopUpButton", 1);
+  choose("dayOfWeekPopUpButton", 6);
+  world.click("saveCalButton");
+  open();
+  EXPECT_EQ(list("dayOfWeekPopUpButton")->currentIndex(), 6);
+  choose("dayOfWeekPopUpButton", 2);
+  choose("scheduleTypePopUpButton", 2);
+  typeTime("08", "30");
+  press(Qt::Key_Escape);
+  EXPECT_EQ(world.scheduler->scheduleType(), Value(Scheduler::kEveryWeek));
+  EXPECT_EQ(world.scheduler->dayOfWeek(), 6U);
+  EXPECT_EQ(summary(), "Every sunday at 12:00");
+  open();
+  EXPECT_EQ(list("scheduleTypePopUpButton")->currentIndex(), 1);
+  EXPECT_EQ(list("dayOfWeekPopUpButton")->currentIndex(), 6);
+  EXPECT_EQ(picker()->time(), QTime(12, 0));
+}
+
+TEST_F(EditingSchedule, ClosingRestoresAMonthlySchedule) {
+  open();
+  choose("scheduleTypePopUpButton", 2);
+  choose("dayOfMonthPopUpButton", 14);
+  typeTime("06", "45");
+  world.click("saveCalButton");
+  open();
+  choose("dayOfMonthPopUpButton", 30);
+  choose("scheduleTypePopUpButton", 0);
+  typeTime("23", "59");
+  press(Qt::Key_Escape);
+  EXPECT_EQ(world.scheduler->scheduleType(), Value(Scheduler::kEveryMonth));
+  EXPECT_EQ(world.scheduler->dayOfMonth(), 14U);
+  EXPECT_EQ(summary(), "Every 15 of the month at 06:45");
+  open();
+  EXPECT_EQ(list("scheduleTypePopUpButton")->currentIndex(), 2);
+  EXPECT_EQ(list("dayOfMonthPopUpButton")->currentIndex(), 14);
+  EXPECT_EQ(picker()->time(), QTime(6, 45));
+}
+
+// The button that it hangs on cannot be used without a schedule.
+TEST_F(EditingSchedule, SwitchingTheScheduleOffTakesItDownAndRestoresWhatWas) {
+  open();
+  choose("scheduleTypePopUpButton", 1);
+  world.delegate->toggleSchedulerAction();
+  InterfaceWorld::settle();
+  EXPECT_EQ(world.popover(), nullptr);
+  EXPECT_FALSE(world.scheduler->isUpdatingValue());
+  EXPECT_EQ(world.scheduler->scheduleType(), Value(Scheduler::kEveryDay));
+  EXPECT_FALSE(isEnabled("changeScheduleButton"));
+  world.delegate->toggleSchedulerAction();
+  EXPECT_EQ(summary(), "Every day at 12:00");
+}
+
+// A window manager takes it off the screen with all else on a workspace; it is only away, and comes back with it.
+TEST_F(EditingSchedule, WhatTheDesktopHidesIsStillBeingEdited) {
+  open();
+  choose("scheduleTypePopUpButton", 1);
+  QHideEvent away;
+  QSpontaneKeyEvent::setSpontaneous(&away);
+  QCoreApplication::instance()->notify(world.popover(), &away);
+  EXPECT_TRUE(world.scheduler->isUpdatingValue());
+  EXPECT_EQ(world.scheduler->scheduleType(), Value(Scheduler::kEveryWeek));
+  world.delegate->scheduleAction(nullptr);
+  InterfaceWorld::settle();
+  EXPECT_FALSE(world.scheduler->isUpdatingValue());
+  EXPECT_EQ(world.scheduler->scheduleType(), Value(Scheduler::kEveryDay));
 }
 
 TEST_F(EditingSchedule, ClickOnTheButtonTakesItDownAndDoesNotPutItUpAgain) {

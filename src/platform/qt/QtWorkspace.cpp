@@ -22,9 +22,6 @@ static void loadIcons() {
 namespace zpk {
 namespace {
 
-// A file manager may have to be started first. Milliseconds.
-constexpr int kLongestReveal = 5'000;
-
 QIcon archiveIcon() {
   loadIcons();
   QIcon icon;
@@ -71,7 +68,7 @@ struct QtWorkspace::Reveal {
   bool isAnswered = false;
 };
 
-QtWorkspace::QtWorkspace() = default;
+QtWorkspace::QtWorkspace(std::chrono::milliseconds longestReveal) : _longestReveal(longestReveal) {}
 
 QtWorkspace::~QtWorkspace() {
   for (Reveal& reveal : _reveals) {
@@ -101,7 +98,8 @@ bool QtWorkspace::revealFile(std::string_view path) {
   const QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return openWithDefaultApplication(folder);
   _reveals.remove_if([](const Reveal& reveal) { return reveal.isAnswered; });
-  _reveals.emplace_back(bus.asyncCall(showItems(file.absoluteFilePath()), kLongestReveal), folder);
+  _reveals.emplace_back(bus.asyncCall(showItems(file.absoluteFilePath()), static_cast<int>(_longestReveal.count())),
+                        folder);
   return true;
 }
 

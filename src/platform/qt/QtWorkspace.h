@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <list>
 #include <map>
 #include <memory>
@@ -15,8 +16,9 @@ namespace zpk {
 // D-Bus interface org.freedesktop.FileManager1, and the icon theme. Nothing here waits for an application.
 class QtWorkspace final : public Workspace {
  public:
-  QtWorkspace();
-  // A file that is about to be shown still is: waits for the file manager's answer, for a few seconds at the most.
+  // `longestReveal`: for the file manager to show a file; it may have to be started first.
+  explicit QtWorkspace(std::chrono::milliseconds longestReveal = std::chrono::seconds(5));
+  // A file that is about to be shown still is: waits for the file manager's answer, for that long at the most.
   ~QtWorkspace() override;
 
   std::shared_ptr<const Image> iconForFileType(std::string_view fileType) override;
@@ -29,6 +31,7 @@ class QtWorkspace final : public Workspace {
  private:
   struct Reveal;
 
+  const std::chrono::milliseconds _longestReveal;
   std::list<Reveal> _reveals;
   std::map<std::string, std::shared_ptr<const Image>, std::less<>> _icons;
 };

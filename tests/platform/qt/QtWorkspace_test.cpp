@@ -8,7 +8,10 @@
 #include <QDesktopServices>
 #include <QProcess>
 #include <QStringList>
+#include <QThread>
 #include <QUrl>
+#include <functional>
+#include <future>
 #include <memory>
 
 #include "platform/qt/QtImage.h"
@@ -39,9 +42,12 @@ class FileManagerService final : public QObject {
 
  public:
   std::vector<std::string> shown;
+  // What it does before it shows anything.
+  std::function<void()> begins = [] {};
 
  public slots:
   void ShowItems(const QStringList& items, const QString&) {
+    begins();
     for (const QString& item : items) shown.push_back(plainText(item));
   }
 };
@@ -72,6 +78,35 @@ class PrivateSessionBus {
 
  private:
   QProcess _daemon;
+};
+
+// A file manager as it mostly is, something of its own: a thread with its own connection to the bus, which goes on
+// while the main thread waits.
+class OtherFileManager {
+ public:
+  OtherFileManager(const QString& address, std::function<void()> begins) {
+    _service.begins = std::move(begins);
+    _service.moveToThread(&_thread);
+    _thread.start();
+    QDBusConnection server = QDBusConnection::connectToBus(address, "another file manager");
+    EXPECT_TRUE(server.registerObject("/org/freedesktop/FileManager1", &_service, QDBusConnection::ExportAllSlots));
+    EXPECT_TRUE(server.registerService("org.freedesktop.FileManager1"));
+  }
+  OtherFileManager(const OtherFileManager&) = delete;
+  OtherFileManager& operator=(const OtherFileManager&) = delete;
+  ~OtherFileManager() { end(); }
+
+  // What it has shown; it is gone then.
+  std::vector<std::string> end() {
+    QDBusConnection::disconnectFromBus("another file manager");
+    _thread.quit();
+    _thread.wait();
+    return _service.shown;
+  }
+
+ private:
+  FileManagerService _service;
+  QThread _thread;
 };
 
 class QtWorkspaceTest : public testing::Test {
@@ -155,6 +190,39 @@ TEST_F(QtWorkspaceTest, WhatWasToBeRevealedLastStillIs) {
     EXPECT_TRUE(ending.revealFile(folder.path("a.zip")));
   }
   EXPECT_THAT(opener.opened, ElementsAre(folder.path()));
+}
+
+TEST_F(QtWorkspaceTest, AFileManagerThatAnswersShowsTheLastFileToo) {
+  OtherFileManager manager(bus->address, [] {});
+  folder.put("a.zip", "");
+  std::make_unique<QtWorkspace>()->revealFile(folder.path("a.zip"));
+  EXPECT_THAT(manager.end(), ElementsAre("file://" + folder.path("a.zip")));
+  EXPECT_THAT(opener.opened, IsEmpty());
+}
+
+TEST_F(QtWorkspaceTest, ASlowFileManagerIsWaitedForWhenTheProgramQuits) {
+  std::promise<void> quitting;
+  OtherFileManager manager(bus->address, [&] {
+    quitting.get_future().wait();
+    QThread::msleep(50);
+  });
+  folder.put("a.zip", "");
+  auto ending = std::make_unique<QtWorkspace>(std::chrono::seconds(30));
+  ending->revealFile(folder.path("a.zip"));
+  // It goes on when the end has begun, or is about to.
+  quitting.set_value();
+  ending.reset();
+  EXPECT_THAT(manager.end(), ElementsAre("file://" + folder.path("a.zip")));
+  EXPECT_THAT(opener.opened, IsEmpty());
+}
+
+TEST_F(QtWorkspaceTest, AFileManagerThatHangsKeepsNoProgramFromQuitting) {
+  std::promise<void> over;
+  OtherFileManager manager(bus->address, [&] { over.get_future().wait(); });
+  folder.put("a.zip", "");
+  std::make_unique<QtWorkspace>(std::chrono::milliseconds(100))->revealFile(folder.path("a.zip"));
+  EXPECT_THAT(opener.opened, ElementsAre(folder.path()));
+  over.set_value();
 }
 
 TEST_F(QtWorkspaceTest, RevealsNothingThatIsNotThere) {
