@@ -48,8 +48,8 @@ class LinkTransport {
   // ends.
   virtual Token observePresence(std::string_view name, std::function<void(bool present)> changed) = 0;
 
-  // Calls `changed` with false when a command on the main thread has waited 3 s for its reply, and with true when
-  // the reply, or the failure, came after all.
+  // Calls `changed` with false when a command on the main thread has waited 3 s without a word of the helper's, and
+  // with true when the reply, or the failure, came after all.
   virtual Token observeAnswering(std::function<void(bool answering)> changed) = 0;
 };
 

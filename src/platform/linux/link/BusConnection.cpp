@@ -107,6 +107,8 @@ BusMessageHandle BusConnection::newCall(const std::string& destination, const ch
   sd_bus_message* call = nullptr;
   if (sd_bus_message_new_method_call(_bus.get(), &call, destination.c_str(), path, interface, member) < 0)
     return nullptr;
+  // Who gives a command can be asked for a password for it.
+  sd_bus_message_set_allow_interactive_authorization(call, 1);
   return BusMessageHandle(call);
 }
 

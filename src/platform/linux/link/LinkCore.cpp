@@ -200,13 +200,13 @@ class LinkCore::Wait {
   bool turn() {
     const auto now = Clock::now();
     if (now - _began >= _atMost) return false;
-    if (now - _began >= _times.notAnswering && !_late) becomeLate();
+    if (now - lastHeard() >= _times.notAnswering && !_late) becomeLate();
     // However much comes in, the windows are painted.
     const bool loopIsDue = now - _lastLoopTurn >= kLongestWithoutLoop;
     if (_core._incoming.deliverNext(kLinkWaitMode) || _core.takeOne()) {
       if (loopIsDue) runLoop(Duration::zero());
     } else {
-      pause(now - _began);
+      pause(now);
     }
     return true;
   }
@@ -214,14 +214,17 @@ class LinkCore::Wait {
  private:
   static constexpr Duration kLongestWithoutLoop = std::chrono::milliseconds(30);
 
+  Clock::time_point lastHeard() const { return std::max(_began, _core._lastHeard); }
+
   void becomeLate() {
     _late = true;
     if (++_core._lateWaits == 1) _core._answering.notify(false);
   }
 
-  void pause(Duration waited) {
-    const Duration left = (_late ? _atMost : std::min(_atMost, _times.notAnswering)) - waited;
-    const Duration direct = std::min(left, _times.directWait - waited);
+  void pause(Clock::time_point now) {
+    const Duration rest = _atMost - (now - _began);
+    const Duration left = _late ? rest : std::min(rest, _times.notAnswering - (now - lastHeard()));
+    const Duration direct = std::min(left, _times.directWait - (now - _began));
     if (direct <= Duration::zero()) {
       runLoop(left);
     } else if (_core._connection) {
@@ -275,6 +278,7 @@ void LinkCore::sort(BusMessageHandle message) {
   if (isReply(type)) {
     replyArrived(std::move(message));
   } else if (type == SD_BUS_MESSAGE_METHOD_CALL) {
+    _lastHeard = Clock::now();
     _incoming.callArrived(std::move(message));
   } else {
     signalArrived(message.get());

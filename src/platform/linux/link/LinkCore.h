@@ -116,6 +116,8 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
   bool _deliveryPlanned = false;
 
   std::optional<BusPeer> _helper;
+  // When a call of the helper's came last: one that calls is not one that does not answer.
+  BusConnection::Clock::time_point _lastHeard{};
   std::map<std::uint64_t, std::shared_ptr<PendingCall>> _pending;
   // Names whose owner the bus was asked to start and has not answered for yet.
   std::set<std::string> _starting;

@@ -21,7 +21,8 @@ struct LinkTimes {
   // take in all before it is given up and the next look-up begins anew.
   Duration connectPatience = std::chrono::seconds(1);
   Duration connect = std::chrono::seconds(10);
-  // After this the helper counts as not answering.
+  // After this, and without a call of the helper's meanwhile, it counts as not answering. One that waits for the
+  // user's password calls every second.
   Duration notAnswering = std::chrono::seconds(3);
   // A command first waits on the bus alone, which is faster than a turn of the run loop and too short to be seen.
   Duration directWait = std::chrono::milliseconds(10);
