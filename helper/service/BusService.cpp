@@ -5,8 +5,10 @@
 #include <string_view>
 #include <utility>
 
+#include "helper/service/DiskWords.h"
 #include "helper/service/LogCollection.h"
 #include "platform/posix/FileDescriptor.h"
+#include "records/ZPKDisk.h"
 
 namespace zpk {
 namespace {
@@ -47,6 +49,39 @@ bool flagArgument(sd_bus_message* message) {
   return flag != 0;
 }
 
+struct RestoreArguments {
+  std::uint64_t item = 0;
+  RestoreChoice choice;
+};
+
+RestoreArguments restoreArguments(sd_bus_message* message) {
+  sd_bus_message_rewind(message, 1);
+  RestoreArguments arguments;
+  arguments.item = numberArgument(message);
+  arguments.choice.identifier = textArgument(message);
+  arguments.choice.number = numberArgument(message);
+  arguments.choice.size = numberArgument(message);
+  return arguments;
+}
+
+// Why a command was refused, in a sentence for the one who gave it.
+std::string sentenceOf(Refusal refusal, Right right) {
+  const std::string what = std::string("You are not allowed to ") + rowOf(right).words;
+  switch (refusal) {
+    case Refusal::notAllowed:
+      break;
+    case Refusal::needsPerson:
+      return what + " without an administrator's password, and nobody can be asked for it here.";
+    case Refusal::noAnswer:
+      return what + ": nobody gave leave in time. Try again.";
+    case Refusal::noAuthority:
+      return what + ": the system's authorisation service (polkit) is not there, and without it only root may.";
+    case Refusal::tooManyAtOnce:
+      return what + ": too many of your requests wait for leave already. Answer them first.";
+  }
+  return what + ". Ask an administrator of this computer.";
+}
+
 }  // namespace
 
 Expected<BusHandle, std::string> BusService::connect(Kind kind) {
@@ -64,10 +99,17 @@ BusService::BusService(sd_bus* bus, Kind kind, EventLoop& loop, HelperModel& mod
       _loop(loop),
       _model(model),
       _log(log),
+      _kind(kind),
       _callers(bus, kind == Kind::session ? CallerCheck::Rule::sameUser : CallerCheck::Rule::busPolicy),
       _link(bus, loop, log),
+      _authority(bus, loop, log),
       _subscribers(_link, {[this] { return currentState(); }, [this] { _model.lookAgain(); },
                            [this] { _model.errorWasShown(); }}),
+      _rights(_authority, loop,
+              {[this](const std::string& peer, std::function<void()> gone) {
+                 return _link.watchPeer(peer, std::move(gone));
+               },
+               [this](const std::string& peer) { _subscribers.remind(peer); }}),
       _members(busMembers(onCall)) {}
 
 BusService::~BusService() {
@@ -106,12 +148,71 @@ int BusService::onCall(sd_bus_message* message, void* data, sd_bus_error* error)
   const std::string_view name = sd_bus_message_get_member(message);
   const auto row = std::find_if(kDaemonMembers.begin(), kDaemonMembers.end(),
                                 [&](const DBusMember& known) { return known.name == name; });
-  if (row == kDaemonMembers.end()) return 0;
-  return service->dispatch(message, static_cast<DaemonMember>(row - kDaemonMembers.begin()), *caller, error);
+  const std::optional<Right> right = rightFor(sd_bus_message_get_interface(message), name);
+  if (row == kDaemonMembers.end() || !right) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "Nobody may do this.");
+  }
+  Command command{BusMessageHandle(sd_bus_message_ref(message)),
+                  static_cast<DaemonMember>(row - kDaemonMembers.begin()), *caller, *right, nullptr};
+  if (*right == Right::everybody || service->_kind == Kind::session) return service->dispatch(command, error);
+  service->decide(std::move(command));
+  return 1;
 }
 
-int BusService::dispatch(sd_bus_message* message, DaemonMember member, uid_t caller, sd_bus_error* error) {
-  switch (member) {
+// Nobody is asked for a password for what cannot be done anyway.
+std::optional<ResultCode> BusService::whyInVain(Command& command) const {
+  if (command.right == Right::stop) return std::nullopt;
+  if (!_model.takesCommands()) return ResultCode::serviceIsBusy;
+  if (command.member != DaemonMember::restore) return std::nullopt;
+  const RestoreArguments arguments = restoreArguments(command.message.get());
+  const auto target = _model.restoreTarget(arguments.item, arguments.choice);
+  if (!target) return target.error();
+  command.target = *target;
+  return std::nullopt;
+}
+
+void BusService::decide(Command command) {
+  sd_bus_message* message = command.message.get();
+  if (const auto code = whyInVain(command)) {
+    reply(message, *code);
+    return;
+  }
+  AuthorityQuestion question{sd_bus_message_get_sender(message), rowOf(command.right).action, {}, false};
+  question.mayAsk = sd_bus_message_get_allow_interactive_authorization(message) > 0;
+  if (command.target) question.details = diskDetails(*command.target);
+  const uid_t caller = command.caller;
+  auto kept = std::make_shared<const Command>(std::move(command));
+  _rights.decide(question, caller, [this, kept](std::optional<Refusal> refusal) {
+    if (refusal) return refuse(*kept, *refusal);
+    carryOut(*kept);
+  });
+}
+
+void BusService::refuse(const Command& command, Refusal refusal) {
+  sd_bus_message* message = command.message.get();
+  const std::string text = sentenceOf(refusal, command.right);
+  _log.line("ZPKH::Refused: " + std::string(sd_bus_message_get_member(message)) + " of user " +
+            std::to_string(command.caller) + ": " + text);
+  _subscribers.tell(sd_bus_message_get_sender(message), text);
+  const char* name = refusal == Refusal::needsPerson ? SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED
+                                                     : SD_BUS_ERROR_ACCESS_DENIED;
+  sd_bus_reply_method_errorf(message, name, "%s", text.c_str());
+}
+
+void BusService::carryOut(const Command& command) {
+  sd_bus_error error{};
+  const int result = dispatch(command, &error);
+  if (sd_bus_error_is_set(&error) != 0) {
+    sd_bus_reply_method_error(command.message.get(), &error);
+  } else if (result < 0) {
+    sd_bus_reply_method_errno(command.message.get(), result, nullptr);
+  }
+  sd_bus_error_free(&error);
+}
+
+int BusService::dispatch(const Command& command, sd_bus_error* error) {
+  sd_bus_message* message = command.message.get();
+  switch (command.member) {
     case DaemonMember::status:
       return replyStatus(message, error);
     case DaemonMember::setBackupSource:
@@ -123,17 +224,15 @@ int BusService::dispatch(sd_bus_message* message, DaemonMember member, uid_t cal
       _model.backup(later(message));
       return 1;
     case DaemonMember::restore: {
-      const std::uint64_t item = numberArgument(message);
-      const std::string disk = textArgument(message);
-      const std::uint64_t number = numberArgument(message);
-      return reply(message, _model.restore(item, disk, number, numberArgument(message)));
+      const RestoreArguments arguments = restoreArguments(message);
+      return reply(message, _model.restore(arguments.item, arguments.choice, command.target.get()));
     }
     case DaemonMember::checkInWithPort:
-      return checkIn(message, error);
+      return checkIn(message, command.caller, error);
     case DaemonMember::breakProgress:
       return reply(message, _model.breakProgress());
     case DaemonMember::collectLogsToPath:
-      return collect(message, caller);
+      return collect(message, command.caller);
     case DaemonMember::mergeArchiveWithParent:
       return reply(message, _model.mergeArchiveWithParent(numberArgument(message)));
     case DaemonMember::setMaxIncrementsCount:
@@ -164,11 +263,11 @@ int BusService::replyStatus(sd_bus_message* message, sd_bus_error* error) {
   return sd_bus_message_send(answer.get());
 }
 
-int BusService::checkIn(sd_bus_message* message, sd_bus_error* error) {
+int BusService::checkIn(sd_bus_message* message, uid_t caller, sd_bus_error* error) {
   const char* path = nullptr;
   std::int64_t lastStateTime = 0;
   if (const int bad = sd_bus_message_read(message, "ox", &path, &lastStateTime); bad < 0) return bad;
-  if (!_subscribers.checkIn({sd_bus_message_get_sender(message), path}, lastStateTime)) {
+  if (!_subscribers.checkIn({sd_bus_message_get_sender(message), path}, lastStateTime, caller)) {
     return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "Too many front ends have checked in.");
   }
   return reply(message, ResultCode::success);

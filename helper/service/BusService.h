@@ -6,14 +6,18 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "helper/service/BusSubscriberLink.h"
 #include "helper/service/CallerCheck.h"
+#include "helper/service/CommandRights.h"
 #include "helper/service/EventLoop.h"
 #include "helper/service/HelperLog.h"
+#include "helper/service/PolkitAuthority.h"
 #include "helper/service/WorkerThread.h"
+#include "helper/service/model/CallerRights.h"
 #include "helper/service/model/HelperModel.h"
 #include "helper/service/model/Subscribers.h"
 #include "platform/linux/wire/BusHandles.h"
@@ -24,7 +28,10 @@ namespace zpk {
 // The helper on the bus: takes calls, checks who calls and with what, has the model answer, and tells subscribers.
 //
 // One object at kHelperObjectPath with the members of kDaemonMembers. Arguments of other types than theirs are
-// refused before anything here sees them. The loop's thread.
+// refused before anything here sees them. On the session bus the user whose helper it is may do everything, and
+// nobody else anything; on the system bus everybody may look, and CommandRights.h says what else takes which leave.
+// Who may not gets an error reply, and at his receive ports a state that tells why; nobody else hears of it.
+// The loop's thread.
 class BusService {
  public:
   enum class Kind { session, system };
@@ -44,9 +51,22 @@ class BusService {
   void stateChanged(HelperModel::Weight weight);
 
  private:
+  // A call that waits for leave, or has it.
+  struct Command {
+    BusMessageHandle message;
+    DaemonMember member;
+    uid_t caller;
+    Right right;
+    std::shared_ptr<const ZPKDisk> target;  // Of a restore: what leave was given for.
+  };
+
   static int onCall(sd_bus_message* message, void* service, sd_bus_error* error);
-  int dispatch(sd_bus_message* message, DaemonMember member, uid_t caller, sd_bus_error* error);
-  int checkIn(sd_bus_message* message, sd_bus_error* error);
+  void decide(Command command);
+  std::optional<ResultCode> whyInVain(Command& command) const;
+  void refuse(const Command& command, Refusal refusal);
+  void carryOut(const Command& command);
+  int dispatch(const Command& command, sd_bus_error* error);
+  int checkIn(sd_bus_message* message, uid_t caller, sd_bus_error* error);
   int collect(sd_bus_message* message, uid_t caller);
   int replyStatus(sd_bus_message* message, sd_bus_error* error);
   HelperModel::Answer later(sd_bus_message* message);
@@ -57,9 +77,12 @@ class BusService {
   EventLoop& _loop;
   HelperModel& _model;
   HelperLog& _log;
+  const Kind _kind;
   CallerCheck _callers;
   BusSubscriberLink _link;
+  PolkitAuthority _authority;
   Subscribers _subscribers;
+  CallerRights _rights;
   std::vector<sd_bus_vtable> _members;
   BusSlotHandle _object;
   // Calls that are answered later. They stay here, on the loop's thread: sd-bus's references are not for two

@@ -81,6 +81,12 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
     if (value.empty() || value.starts_with("--")) return mistake("option '" + name + "' needs a folder after it");
     take(options, row->option, value);
   }
+  if (options.session && options.devices) {
+    return CommandLineMistake{
+        "'--session' and '--devices' do not go together: disks of the machine are the system's helper's, which "
+        "asks "
+        "for leave"};
+  }
   return options;
 }
 

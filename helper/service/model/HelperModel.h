@@ -63,16 +63,20 @@ class HelperModel {
   void start(std::function<void()> ready);
 
   const HelperFacts& facts() const { return _facts; }
+  // Whether a command now would not be answered "busy".
+  bool takesCommands() const;
 
   // The commands. Those that have to look at the archive's folder first answer when they have; "success" says that
   // the command was taken, what goes wrong later is told as the operation's error.
   ResultCode setBackupSource(const std::string& source);
   void setTargetPath(const std::string& path, Answer answer);
   void backup(Answer answer);
-  // A point of the archive onto the disk with that identifier and number. What keeps the disk from being written
-  // (a mounted volume, the archive itself on it) is told as an error in plain words.
-  ResultCode restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
-                     std::uint64_t withTargetSize);
+  // A point of the archive onto the chosen disk. What keeps the disk from being written (a mounted volume, the
+  // archive itself on it) is told as an error in plain words. With `agreed`, the disk must still be that one.
+  ResultCode restore(std::uint64_t arcItem, const RestoreChoice& choice, const ZPKDisk* agreed = nullptr);
+  // The disk that such a restore would be onto; why there would be none.
+  Expected<std::shared_ptr<const ZPKDisk>, ResultCode> restoreTarget(std::uint64_t arcItem,
+                                                                     const RestoreChoice& choice) const;
   ResultCode breakProgress();
   // A pinned parent is told as an error in plain words.
   ResultCode mergeArchiveWithParent(std::uint64_t arcItem);
@@ -99,7 +103,6 @@ class HelperModel {
   template <class Result>
   void onWorker(std::function<Result()> work, std::function<void(Result)> then);
 
-  bool takesCommands() const;
   std::optional<ResultCode> missingForArchive(std::uint64_t arcItem) const;
   PointReference pointAt(std::uint64_t arcItem) const;  // One that is there.
   void changed(Weight weight = Weight::ordinary);

@@ -1,6 +1,7 @@
 // A restore, from the command to its end.
 
 #include <algorithm>
+#include <tuple>
 
 #include "helper/service/model/HelperModel.h"
 #include "helper/service/model/HelperModel_private.h"
@@ -19,6 +20,19 @@ bool hasIdentifier(const ZPKDisk& disk, const std::string& identifier) {
 // meant.
 bool isChosen(const ZPKDisk& disk, const RestoreChoice& choice) {
   return hasIdentifier(disk, choice.identifier) && disk.diskNumber() == choice.number;
+}
+
+// Whether these are two looks at one disk with one division. What is mounted and how full it is may have changed.
+bool isSameDisk(const ZPKDisk& a, const ZPKDisk& b) {
+  const auto what = [](const ZPKDisk& disk) {
+    return std::tuple(disk.filePath(), disk.bsdName(), disk.name(), disk.diskNumber(), disk.diskSize(),
+                      disk.sectorSize(), disk.gptID() ? disk.gptID()->stringValue() : std::string());
+  };
+  const auto samePlace = [](const auto& one, const auto& other) {
+    return one->partStart() == other->partStart() && one->partSize() == other->partSize() &&
+           one->partType() == other->partType();
+  };
+  return what(a) == what(b) && std::ranges::equal(a.partitions(), b.partitions(), samePlace);
 }
 
 std::string quoted(const ZPKDisk& disk) {
@@ -47,24 +61,31 @@ std::string interruptedRestoreText(const std::string& diskName) {
          "the backup point again.";
 }
 
-ResultCode HelperModel::restore(std::uint64_t arcItem, const std::string& toDisk, std::uint64_t withNumber,
-                                std::uint64_t withTargetSize) {
+Expected<std::shared_ptr<const ZPKDisk>, ResultCode> HelperModel::restoreTarget(std::uint64_t arcItem,
+                                                                                const RestoreChoice& choice) const {
   if (!takesCommands()) return ResultCode::serviceIsBusy;
   if (const auto code = missingForArchive(arcItem)) return *code;
-  const RestoreChoice choice{toDisk, withNumber, withTargetSize};
   const Disks& disks = _facts.disks;
-  if (std::ranges::none_of(disks, [&](const auto& disk) { return hasIdentifier(*disk, toDisk); })) {
+  if (std::ranges::none_of(disks, [&](const auto& disk) { return hasIdentifier(*disk, choice.identifier); })) {
     return ResultCode::diskNotFound;
   }
   const auto chosen = std::ranges::find_if(disks, [&](const auto& disk) { return isChosen(*disk, choice); });
   if (chosen == disks.end() || !(*chosen)->isRestoreTarget()) return ResultCode::badTargetDisk;
+  return *chosen;
+}
+
+ResultCode HelperModel::restore(std::uint64_t arcItem, const RestoreChoice& choice, const ZPKDisk* agreed) {
+  const auto target = restoreTarget(arcItem, choice);
+  if (!target) return target.error();
+  const std::shared_ptr<const ZPKDisk>& chosen = *target;
+  if (agreed && !isSameDisk(*chosen, *agreed)) return ResultCode::badTargetDisk;
   _facts.operationError.reset();
-  if (auto reason = whyInUse(**chosen, *_facts.settings.archivePath)) {
+  if (auto reason = whyInUse(*chosen, *_facts.settings.archivePath)) {
     fail(std::move(*reason));
     changed(Weight::milestone);
     return ResultCode::success;
   }
-  startRestore(pointAt(arcItem), *chosen, choice);
+  startRestore(pointAt(arcItem), chosen, choice);
   return ResultCode::success;
 }
 
@@ -98,7 +119,7 @@ OperationOutcome HelperModel::restoreNow(const HelperParts& parts, const PointRe
       order.otherDisks.push_back(disk->gptID()->stringValue());
     }
   }
-  if (!order.disk || !order.disk->isRestoreTarget()) {
+  if (!order.disk || !order.disk->isRestoreTarget() || !isSameDisk(*order.disk, chosen)) {
     return OperationFailed{"The disk " + quoted(chosen) + " cannot be restored onto any more. Choose it again."};
   }
   if (auto reason = whyInUse(*order.disk, point.archivePath)) return OperationFailed{std::move(*reason)};

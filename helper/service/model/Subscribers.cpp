@@ -1,6 +1,9 @@
 #include "helper/service/model/Subscribers.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "helperlink/StatusRecord.h"
 
 namespace zpk {
 namespace {
@@ -10,11 +13,14 @@ constexpr std::size_t kMostWaiting = 4;
 
 }  // namespace
 
-bool Subscribers::checkIn(const SubscriberPort& port, std::int64_t lastStateTime) {
+bool Subscribers::checkIn(const SubscriberPort& port, std::int64_t lastStateTime, std::uint32_t user) {
   auto found = _entries.find(port);
   if (found == _entries.end()) {
-    if (_entries.size() >= kMost) return false;
+    const auto ofUser =
+        std::ranges::count_if(_entries, [&](const auto& known) { return known.second.user == user; });
+    if (_entries.size() >= kMost || static_cast<std::size_t>(ofUser) >= kMostOfOneUser) return false;
     Entry entry;
+    entry.user = user;
     const std::uint64_t id = entry.id = ++_lastId;
     entry.watch = _link.watchPeer(port.peer, [this, port, id] {
       if (find(port, id)) _entries.erase(port);
@@ -38,6 +44,25 @@ bool Subscribers::checkIn(const SubscriberPort& port, std::int64_t lastStateTime
 
 void Subscribers::stateChanged(const StatePush& push) {
   for (auto& [port, entry] : _entries) enqueue(port, entry, push);
+}
+
+void Subscribers::tell(const std::string& peer, const std::string& error) {
+  StatePush push = _hooks.current();
+  Dictionary status = *push.status;
+  statuskey::opError.set(status, error);
+  push.status = std::make_shared<const Dictionary>(std::move(status));
+  push.isMilestone = true;
+  // An error of the state's own waits for its own turn to be shown.
+  push.carriesError = false;
+  for (auto& [port, entry] : _entries) {
+    if (port.peer == peer) enqueue(port, entry, push);
+  }
+}
+
+void Subscribers::remind(const std::string& peer) {
+  for (const auto& [port, entry] : _entries) {
+    if (port.peer == peer) _link.askNeedReload(port, [](bool) {});
+  }
 }
 
 void Subscribers::enqueue(const SubscriberPort& port, Entry& entry, const StatePush& push) {

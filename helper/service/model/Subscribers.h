@@ -58,6 +58,8 @@ class SubscriberLink {
 class Subscribers {
  public:
   static constexpr std::size_t kMost = 64;
+  // So that one user cannot keep all others out.
+  static constexpr std::size_t kMostOfOneUser = 16;
 
   struct Hooks {
     std::function<StatePush()> current;
@@ -68,16 +70,22 @@ class Subscribers {
   Subscribers(SubscriberLink& link, Hooks hooks) : _link(link), _hooks(std::move(hooks)) {}
 
   // Subscribes the port, or renews its subscription, and pushes the current state if it is another than the one the
-  // front end knows. False when there are too many subscribers.
-  bool checkIn(const SubscriberPort& port, std::int64_t lastStateTime);
+  // front end knows. False when there are too many subscribers, or too many of that user's.
+  bool checkIn(const SubscriberPort& port, std::int64_t lastStateTime, std::uint32_t user);
 
   void stateChanged(const StatePush& push);
+
+  // Tells the subscribers of that peer, and no others, the current state with this as the operation's error.
+  void tell(const std::string& peer, const std::string& error);
+  // Calls the subscribers of that peer for no other reason than that they hear from the helper.
+  void remind(const std::string& peer);
 
   bool empty() const { return _entries.empty(); }
   std::size_t size() const { return _entries.size(); }
 
  private:
   struct Entry {
+    std::uint32_t user = 0;
     std::uint64_t id = 0;  // Tells a subscription from an earlier one of the same port.
     std::deque<StatePush> waiting;
     bool underWay = false;

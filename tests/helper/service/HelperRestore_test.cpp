@@ -23,7 +23,7 @@ class HelperRestore : public testing::Test {
     world.startConfigured();
   }
   ResultCode restore(std::uint64_t point = 1, const std::string& disk = kMacDisk, std::uint64_t number = 3) {
-    const ResultCode code = world.model->restore(point, disk, number, 70'000);
+    const ResultCode code = world.model->restore(point, {disk, number, 70'000});
     world.settle();
     return code;
   }
@@ -41,7 +41,7 @@ TEST_F(HelperRestore, ChecksPointDiskAndNumber) {
   HelperWorld without;
   without.start();
   without.settle();
-  EXPECT_EQ(without.model->restore(0, kMacDisk, 3, 1), ResultCode::archivePathNotSet);
+  EXPECT_EQ(without.model->restore(0, {kMacDisk, 3, 1}), ResultCode::archivePathNotSet);
 }
 
 TEST_F(HelperRestore, AsksForThePointTheDiskAndTheSize) {

@@ -200,14 +200,22 @@ TEST_F(CollectLogs, APipeOrARelativePathIsRefused) {
 
 TEST(CommandLine, TakesItsOptions) {
   const auto parsed =
-      parseCommandLine({"--session", "--disks", "/a", "--disks=/b", "--devices", "--state", "/s", "--icons", "/i"});
+      parseCommandLine({"--disks", "/a", "--disks=/b", "--devices", "--state", "/s", "--icons", "/i"});
   const auto* options = std::get_if<HelperOptions>(&parsed);
   ASSERT_NE(options, nullptr);
-  EXPECT_TRUE(options->session);
+  EXPECT_FALSE(options->session);
   EXPECT_TRUE(options->devices);
   EXPECT_THAT(options->disks, ElementsAre("/a", "/b"));
   EXPECT_EQ(options->state, "/s");
   EXPECT_EQ(options->icons, "/i");
+}
+
+// Nobody asks for leave on a session bus; so nothing there may reach a disk of the machine.
+TEST(CommandLine, RefusesTheMachinesDisksOnTheSessionBus) {
+  const auto parsed = parseCommandLine({"--session", "--devices"});
+  ASSERT_NE(std::get_if<CommandLineMistake>(&parsed), nullptr);
+  EXPECT_THAT(std::get<CommandLineMistake>(parsed).text, HasSubstr("do not go together"));
+  EXPECT_TRUE(std::get<HelperOptions>(parseCommandLine({"--session", "--disks", "/a"})).session);
 }
 
 TEST(WorkerThread, DoesItsWorkInOrderAndFinishesItBeforeItGoes) {

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <sys/syscall.h>
 #include <systemd/sd-bus.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/Value.h"
@@ -51,8 +54,9 @@ class TestBus {
     while (!open()) {
       if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("no message bus");
     }
-    // For the helpers that the test starts.
+    // For the helpers that the test starts, on whichever bus.
     ::setenv("DBUS_SESSION_BUS_ADDRESS", _address.c_str(), 1);
+    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", _address.c_str(), 1);
   }
 
   const std::string& address() const { return _address; }
@@ -68,6 +72,16 @@ class TestBus {
     return opened ? std::move(bus) : nullptr;
   }
 
+  // A connection of another user's; only root can make one.
+  BusHandle openAs(uid_t user) const {
+    BusHandle bus;
+    // The system call changes the user of its thread alone; the C library's function would change that of all.
+    std::thread([&] {
+      if (syscall(SYS_setresuid, -1, user, -1) == 0) bus = open();
+    }).join();
+    return bus;
+  }
+
  private:
   TemporaryFolder _folder;
   std::string _address;
@@ -77,7 +91,8 @@ class TestBus {
 // A front end that says what the test tells it to, and keeps every status that it gets.
 class TestFrontEnd {
  public:
-  explicit TestFrontEnd(const TestBus& bus) : _bus(bus.open()) {
+  explicit TestFrontEnd(const TestBus& bus) : TestFrontEnd(bus.open()) {}
+  explicit TestFrontEnd(BusHandle bus) : _bus(std::move(bus)) {
     static const sd_bus_vtable members[] = {
         SD_BUS_VTABLE_START(0), SD_BUS_METHOD("stateChangedWithStatus", "a{sv}", "", onState, 0),
         SD_BUS_METHOD("needReload", "", "b", onNeedReload, 0), SD_BUS_VTABLE_END};
@@ -98,14 +113,23 @@ class TestFrontEnd {
     sd_bus_error error{};
     sd_bus_message* made = nullptr;
     const DBusMember& called = member(row);
-    sd_bus_call_method(_bus.get(), kHelperBusName, kHelperObjectPath, kDaemonInterface, called.name, &error, &made,
-                       called.in, arguments...);
+    const BusMessageHandle call = newCall(called, arguments...);
+    sd_bus_call(_bus.get(), call.get(), 0, &error, &made);
     const BusMessageHandle reply(made);
     const std::string failure = error.name ? error.name : "no answer";
     sd_bus_error_free(&error);
     std::uint32_t code = 0;
     if (!reply || sd_bus_message_read(reply.get(), "u", &code) < 0) return failure;
     return std::to_string(code);
+  }
+  template <class... Arguments>
+  BusMessageHandle newCall(const DBusMember& called, Arguments... arguments) {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_method_call(_bus.get(), &made, kHelperBusName, kHelperObjectPath, kDaemonInterface,
+                                   called.name);
+    sd_bus_message_append(made, called.in, arguments...);
+    sd_bus_message_set_allow_interactive_authorization(made, mayAsk ? 1 : 0);
+    return BusMessageHandle(made);
   }
   std::string checkIn(std::int64_t lastStateTime) {
     return call(DaemonMember::checkInWithPort, kPort, lastStateTime);
@@ -122,6 +146,7 @@ class TestFrontEnd {
 
   std::vector<Dictionary> states;
   int needReloadCalls = 0;
+  bool mayAsk = true;  // For a password, on its calls.
 
  private:
   static constexpr const char* kPort = "/com/tarnwick/zpk/port/1";

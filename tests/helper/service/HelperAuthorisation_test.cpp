@@ -1,0 +1,357 @@
+// The real helper as the system bus has it, with polkit played by the test: who may do what. Needs root, for
+// callers that are other users.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <map>
+#include <optional>
+#include <set>
+
+#include "helper/archive/SampleDisk.h"
+#include "helper/service/CommandRights.h"
+#include "helper/service/ScriptedPolkit.h"
+#include "helper/service/TestBus.h"
+#include "helperlink/ResultCode.h"
+#include "helperlink/StatusRecord.h"
+#include "records/ZPKDisk.h"
+#include "support/DescribedInterfaces.h"
+
+namespace zpk::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using tests::Described;
+using Way = ScriptedPolkit::Way;
+namespace fs = std::filesystem;
+
+constexpr uid_t kUser = 65534;  // Whom every system knows: a bus refuses users that have no name.
+const std::string kDenied = SD_BUS_ERROR_ACCESS_DENIED;
+const std::string kNeedsPerson = SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED;
+
+// Every file below `folder` with its content, but for the helper's log; of the large ones when they were changed.
+std::map<std::string, std::string> contentOf(const TemporaryFolder& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
+    const std::string path = entry.path().string();
+    if (!entry.is_regular_file() || path.find("zpkhelper.log") != std::string::npos) continue;
+    struct stat status = {};
+    EXPECT_EQ(::stat(path.c_str(), &status), 0);
+    const std::string times = std::to_string(status.st_ctim.tv_sec) + "." + std::to_string(status.st_ctim.tv_nsec);
+    files[path] = status.st_size > 1 << 16 ? times : folder.get(fs::relative(path, folder.path()).string());
+  }
+  return files;
+}
+
+class HelperAuthorisation : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    for (const char* name : {"disks", "state", "archives"}) fs::create_directory(folder.path(name));
+    fs::copy_file(sample(), folder.path("disks/sample.img"));
+    std::ofstream(folder.path("disks/blank.img"));
+    fs::resize_file(folder.path("disks/blank.img"), std::uint64_t{80} << 20U);
+    helper = tests::ChildProcess({ZPKHELPER, "--disks", folder.path("disks"), "--state", folder.path("state")},
+                                 tests::ChildProcess::Output::dropped);
+    ASSERT_TRUE(root.waitFor([&] { return root.helperIsThere(); })) << log();
+    ASSERT_TRUE(waitUntilIdle());
+    user.emplace(bus.openAs(kUser));
+    ASSERT_NE(user->bus(), nullptr);
+  }
+
+  // Made once: the helper does not change it.
+  static const std::string& sample() {
+    static const ScratchFolder scratch;
+    static const SampleDisk disk(scratch);
+    static const std::string path = disk.path();
+    return path;
+  }
+
+  bool waitUntilIdle() {
+    return root.waitFor([&] {
+      return statuskey::state.read(root.status()) == HelperState::idle &&
+             statuskey::disks.read(root.status()).size() == 2;
+    });
+  }
+  // With a backup point, so that everything there is could be done.
+  void makePoint() {
+    const auto disks = statuskey::disks.read(root.status());
+    const auto windows =
+        std::find_if(disks.begin(), disks.end(), [](const auto& disk) { return disk->isBootCamp(); });
+    ASSERT_NE(windows, disks.end());
+    ASSERT_EQ(root.call(DaemonMember::setBackupSource, (*windows)->gptID()->stringValue().c_str()), "0");
+    ASSERT_EQ(root.call(DaemonMember::setTargetPath, folder.path("archives/W.rldbackup").c_str()), "0");
+    ASSERT_EQ(root.call(DaemonMember::backup), "0");
+    ASSERT_TRUE(waitUntilIdle());
+    ASSERT_EQ(statuskey::arcState.read(root.status()), ArcState::ready) << log();
+  }
+  std::shared_ptr<const ZPKDisk> blank() {
+    for (const auto& disk : statuskey::disks.read(root.status())) {
+      if (disk->isEmpty()) return disk;
+    }
+    return nullptr;
+  }
+
+  // The call of a member with arguments that the helper would do something for.
+  BusMessageHandle callOf(TestFrontEnd& caller, const DBusMember& member) {
+    const std::string name = member.name;
+    if (name == "restore_toDisk_withNumber_withTargetSize") {
+      const auto disk = blank();
+      return caller.newCall(member, std::uint64_t{0}, disk->gptID()->stringValue().c_str(),
+                            std::uint64_t{disk->diskNumber()}, std::uint64_t{0});
+    }
+    if (name == "pin_arcItem_withLabel") return caller.newCall(member, 1, std::uint64_t{0}, "a label");
+    if (name == "setBackupSource") return caller.newCall(member, blank()->gptID()->stringValue().c_str());
+    if (name == "setTargetPath") return caller.newCall(member, folder.path("archives/Other.rldbackup").c_str());
+    if (name == "collectLogsToPath") return caller.newCall(member, folder.path("none").c_str());
+    if (name == "checkInWithPort_lastStateTime") {
+      return caller.newCall(member, "/com/tarnwick/zpk/port/1", std::int64_t{0});
+    }
+    if (name == "setCheckFS") return caller.newCall(member, 0);
+    if (std::string(member.in) == "t") return caller.newCall(member, std::uint64_t{1});
+    EXPECT_STREQ(member.in, "") << name << " needs arguments here";
+    return caller.newCall(member);
+  }
+  // The error's name, or "answered".
+  std::string ask(TestFrontEnd& caller, const DBusMember& member) {
+    const BusMessageHandle call = callOf(caller, member);
+    sd_bus_error error{};
+    sd_bus_message* made = nullptr;
+    sd_bus_call(caller.bus(), call.get(), 0, &error, &made);
+    const BusMessageHandle reply(made);
+    std::string outcome = error.name ? error.name : "answered";
+    text = error.message ? error.message : "";
+    sd_bus_error_free(&error);
+    return outcome;
+  }
+  // The members of the protocol that take leave, as its description lists them.
+  static std::vector<DBusMember> guarded() {
+    static const std::vector<Described> all = tests::describedMembers(DBUS_DESCRIPTION);
+    std::vector<DBusMember> members;
+    for (const Described& row : all) {
+      if (row.interface != kDaemonInterface || rightFor(row.interface, row.member) == Right::everybody) continue;
+      members.push_back({row.member.c_str(), row.in.c_str(), row.out.c_str()});
+    }
+    return members;
+  }
+  // Has the user call everything that takes leave, and nothing may come of it.
+  void expectAllRefused(const std::string& error) {
+    const auto before = contentOf(folder);
+    const auto time = statuskey::stateTime.read(root.status());
+    for (const DBusMember& member : guarded()) EXPECT_EQ(ask(*user, member), error) << member.name << ": " << text;
+    EXPECT_EQ(statuskey::stateTime.read(root.status()), time) << "nothing happened";
+    EXPECT_TRUE(contentOf(folder) == before) << "no byte of settings, archive and disks has changed";
+  }
+  std::string log() const { return folder.get("state/zpkhelper.log"); }
+
+  TemporaryFolder folder;
+  TestBus bus;
+  TestFrontEnd root{bus};
+  std::optional<TestFrontEnd> user;
+  tests::ChildProcess helper;
+  std::string text;
+};
+
+TEST(CommandRights, AreGivenForEveryCommandThatIsDescribedAndForNoOther) {
+  std::set<std::pair<std::string, std::string>> described;
+  for (const Described& row : tests::describedMembers(DBUS_DESCRIPTION)) {
+    if (row.interface == kDelegateInterface) continue;  // Served by front ends.
+    EXPECT_TRUE(rightFor(row.interface, row.member)) << row.member << " is refused to everybody";
+    described.emplace(row.interface, row.member);
+  }
+  EXPECT_EQ(described.size(), kCommandRights.size());
+  EXPECT_FALSE(rightFor(kDaemonInterface, "aNewCommand"));
+  EXPECT_FALSE(rightFor("another.Interface", "status"));
+}
+
+TEST(CommandRights, NameTheActionsOfThePolicyAndNoOthers) {
+  std::ifstream file(POLKIT_POLICY);
+  const std::string policy{std::istreambuf_iterator<char>(file), {}};
+  std::size_t actions = 0;
+  for (std::size_t at = 0; (at = policy.find("<action id=", at)) != std::string::npos; ++at) ++actions;
+  EXPECT_EQ(actions, kRights.size() - 1);
+  std::size_t place = 0;
+  for (const RightRow& row : kRights) {
+    EXPECT_EQ(static_cast<std::size_t>(row.right), place++) << "the rows are in the order of the rights";
+    if (row.right == Right::everybody) continue;
+    EXPECT_THAT(policy, HasSubstr("<action id=\"" + std::string(row.action) + "\">"));
+  }
+}
+
+TEST_F(HelperAuthorisation, RootMayDoEverythingWithoutPolkit) {
+  makePoint();
+  for (const DBusMember& member : guarded()) {
+    EXPECT_EQ(ask(root, member), "answered") << member.name << ": " << text;
+    ASSERT_TRUE(root.waitFor([&] { return statuskey::state.read(root.status()) == HelperState::idle; }));
+  }
+}
+
+TEST_F(HelperAuthorisation, WithoutPolkitAUserMayOnlyLook) {
+  makePoint();
+  expectAllRefused(kDenied);
+  EXPECT_THAT(text, HasSubstr("polkit"));
+  for (const char* name : {"status", "checkInWithPort_lastStateTime", "collectLogsToPath", "reload"}) {
+    const auto row = std::find_if(kDaemonMembers.begin(), kDaemonMembers.end(),
+                                  [&](const DBusMember& known) { return std::string(known.name) == name; });
+    EXPECT_EQ(ask(*user, *row), "answered") << name;
+  }
+}
+
+TEST_F(HelperAuthorisation, WhomPolkitRefusesDoesNothing) {
+  makePoint();
+  ScriptedPolkit polkit(bus, Way::refuses);
+  expectAllRefused(kDenied);
+  std::set<std::string> asked;
+  for (const auto& question : polkit.questions()) {
+    asked.insert(question.action);
+    const char* name = nullptr;
+    sd_bus_get_unique_name(user->bus(), &name);
+    EXPECT_EQ(question.peer, name);
+    EXPECT_EQ(question.flags, 1U);
+  }
+  std::set<std::string> wanted;
+  for (const DBusMember& member : guarded()) wanted.insert(rowOf(*rightFor(kDaemonInterface, member.name)).action);
+  EXPECT_EQ(asked, wanted);
+}
+
+TEST_F(HelperAuthorisation, NobodyIsAskedForAPasswordForACallerThatDoesNotWantThat) {
+  makePoint();
+  ScriptedPolkit polkit(bus, Way::asks);
+  user->mayAsk = false;
+  expectAllRefused(kNeedsPerson);
+}
+
+TEST_F(HelperAuthorisation, AnAnswerThatIsNoneIsNoLeave) {
+  makePoint();
+  ScriptedPolkit polkit(bus, Way::saysOtherTypes);
+  expectAllRefused(kDenied);
+  polkit.setWay(Way::fails);
+  expectAllRefused(kDenied);
+  EXPECT_THAT(log(), HasSubstr("Action is not registered"));
+}
+
+TEST_F(HelperAuthorisation, APolkitThatDiesOverTheQuestionGivesNoLeave) {
+  for (const DBusMember& member : guarded()) {
+    if (std::string(member.name).starts_with("restore")) continue;  // There is nothing to restore.
+    ScriptedPolkit polkit(bus, Way::dies);
+    EXPECT_EQ(ask(*user, member), kDenied) << member.name;
+    EXPECT_EQ(polkit.questions().size(), 1U) << member.name;
+  }
+}
+
+TEST_F(HelperAuthorisation, WhomPolkitLetsMay) {
+  ScriptedPolkit polkit(bus, Way::grants);
+  EXPECT_EQ(user->call(DaemonMember::setMaxIncrementsCount, std::uint64_t{3}), "0");
+  EXPECT_EQ(statuskey::maxIncCount.read(root.status()), 3U);
+  EXPECT_EQ(user->call(DaemonMember::backup), "3") << "what is wrong with a command is told as to anybody";
+}
+
+TEST_F(HelperAuthorisation, TheHelperServesOthersWhileSomebodyTypesAPassword) {
+  ScriptedPolkit polkit(bus, Way::hangs);
+  ASSERT_EQ(user->checkIn(0), "0");
+  const BusMessageHandle call = user->newCall(member(DaemonMember::setMaxIncrementsCount), std::uint64_t{3});
+  std::string outcome;
+  sd_bus_call_async(
+      user->bus(), nullptr, call.get(),
+      [](sd_bus_message* reply, void* data, sd_bus_error*) {
+        *static_cast<std::string*>(data) = sd_bus_message_is_method_error(reply, nullptr) ? "refused" : "done";
+        return 0;
+      },
+      &outcome, 0);
+  ASSERT_TRUE(user->waitFor([&] { return !polkit.questions().empty(); }));
+  EXPECT_EQ(root.call(DaemonMember::setCheckFS, 0), "0");
+  const int reminders = user->needReloadCalls;
+  ASSERT_TRUE(user->waitFor([&] { return user->needReloadCalls > reminders; }))
+      << "it hears that it is not forgotten";
+  EXPECT_EQ(outcome, "");
+  polkit.grantAfterAll();
+  ASSERT_TRUE(user->waitFor([&] { return !outcome.empty(); }));
+  EXPECT_EQ(outcome, "done");
+  EXPECT_EQ(statuskey::maxIncCount.read(root.status()), 3U);
+}
+
+TEST_F(HelperAuthorisation, ACallerThatGoesTakesItsQuestionBack) {
+  ScriptedPolkit polkit(bus, Way::hangs);
+  const BusMessageHandle call = user->newCall(member(DaemonMember::setMaxIncrementsCount), std::uint64_t{3});
+  ASSERT_GE(sd_bus_send(user->bus(), call.get(), nullptr), 0);
+  ASSERT_TRUE(user->waitFor([&] { return !polkit.questions().empty(); }));
+  user.reset();
+  ASSERT_TRUE(root.waitFor([&] { return !polkit.cancelled().empty(); }));
+  EXPECT_THAT(polkit.cancelled(), ElementsAre(polkit.questions().at(0).cancellation));
+  polkit.grantAfterAll();
+  EXPECT_EQ(root.call(DaemonMember::setCheckFS, 0), "0");
+  EXPECT_NE(statuskey::maxIncCount.read(root.status()), 3U);
+}
+
+TEST_F(HelperAuthorisation, TheOneWhoIsRefusedHearsWhyAndNobodyElseDoes) {
+  ScriptedPolkit polkit(bus, Way::refuses);
+  ASSERT_EQ(user->checkIn(0), "0");
+  ASSERT_EQ(root.checkIn(0), "0");
+  ASSERT_TRUE(root.waitFor([&] { return !root.states.empty(); }));
+  EXPECT_EQ(user->call(DaemonMember::setCheckFS, 0), kDenied);
+  ASSERT_TRUE(user->waitForState([](const auto& status) { return statuskey::opError.isPresentIn(status); }));
+  EXPECT_THAT(*statuskey::opError.read(user->states.back()),
+              HasSubstr("not allowed to change the backup settings"));
+  EXPECT_TRUE(statuskey::checkFS.read(user->states.back()));
+  EXPECT_EQ(root.call(DaemonMember::setCheckFS, 1), "0");
+  ASSERT_TRUE(root.waitFor([&] { return root.states.size() > 1; }));
+  for (const Dictionary& state : root.states) EXPECT_FALSE(statuskey::opError.isPresentIn(state));
+  EXPECT_THAT(log(), HasSubstr("Refused: setCheckFS of user " + std::to_string(kUser)));
+}
+
+TEST_F(HelperAuthorisation, OfARestoreTheDiskIsNamed) {
+  makePoint();
+  ScriptedPolkit polkit(bus, Way::refuses);
+  EXPECT_EQ(ask(*user, member(DaemonMember::restore)), kDenied);
+  ASSERT_EQ(polkit.questions().size(), 1U);
+  auto details = polkit.questions()[0].details;
+  EXPECT_EQ(details["disk"], "blank (84 MB, " + folder.path("disks/blank.img") + ")");
+  EXPECT_EQ(details["model"], "blank");
+  EXPECT_EQ(details["size"], std::to_string(80U << 20U));
+  EXPECT_EQ(details["path"], folder.path("disks/blank.img"));
+}
+
+// Leave is for the disk that was shown. Meanwhile another one has come to its place, with its number and
+// identifier.
+TEST_F(HelperAuthorisation, LeaveToOverwriteADiskIsNoLeaveToOverwriteAnother) {
+  makePoint();
+  ScriptedPolkit polkit(bus, Way::hangs);
+  const std::uint64_t other = std::uint64_t{96} << 20U;
+  const BusMessageHandle call = callOf(*user, member(DaemonMember::restore));
+  std::optional<std::uint32_t> code;
+  sd_bus_call_async(
+      user->bus(), nullptr, call.get(),
+      [](sd_bus_message* reply, void* data, sd_bus_error*) {
+        std::uint32_t got = 99;
+        sd_bus_message_read(reply, "u", &got);
+        *static_cast<std::optional<std::uint32_t>*>(data) = got;
+        return 0;
+      },
+      &code, 0);
+  ASSERT_TRUE(user->waitFor([&] { return !polkit.questions().empty(); }));
+  fs::resize_file(folder.path("disks/blank.img"), other);
+  EXPECT_EQ(root.call(DaemonMember::reload), "0");
+  ASSERT_TRUE(root.waitFor([&] { return blank() && blank()->diskSize() == other; }));
+  polkit.grantAfterAll();
+  ASSERT_TRUE(user->waitFor([&] { return code.has_value(); }));
+  EXPECT_EQ(*code, static_cast<std::uint32_t>(ResultCode::badTargetDisk));
+  struct stat disk = {};
+  ASSERT_EQ(::stat(folder.path("disks/blank.img").c_str(), &disk), 0);
+  EXPECT_EQ(disk.st_blocks, 0) << "not a byte was written";
+}
+
+TEST_F(HelperAuthorisation, NobodyIsAskedForAPasswordForWhatCannotBeDone) {
+  ScriptedPolkit polkit(bus, Way::grants);
+  EXPECT_EQ(ask(*user, member(DaemonMember::restore)), "answered");
+  EXPECT_THAT(polkit.questions(), IsEmpty()) << "there is no archive to restore from";
+}
+
+}  // namespace
+}  // namespace zpk::test
