@@ -31,11 +31,15 @@ FILES = {
     "usr/share/dbus-1/system-services/com.tarnwick.zpkhelper.service",
     "usr/share/dbus-1/system.d/com.tarnwick.zpkhelper.conf",
     "usr/share/icons/hicolor/scalable/apps/com.tarnwick.zpk.svg",
+    "usr/share/polkit-1/actions/com.tarnwick.zpk.policy",
     "usr/share/zpk/LaunchAgents/com.tarnwick.zpkstatusbar.plist",
     "usr/share/zpk/icons/disk-external.png",
     "usr/share/zpk/icons/disk-image.png",
     "usr/share/zpk/icons/disk-internal.png",
 }
+# What `systemd-analyze security` may say at most: disks, mounts and root are what the helper is for.
+MOST_EXPOSED = 30  # tenths
+LANGUAGES = {None, "de", "he"}
 # Their work is the package manager's; the program is ready for them not being there.
 NEVER_INSTALLED = {"/usr/libexec/zpk/zpk-updater", "/usr/libexec/zpk/zpk-uninstall"}
 PATH = re.compile(r"/usr/(?:bin|libexec|share)/zpk[\w./-]*")
@@ -102,6 +106,36 @@ def check_helper_start(root):
     ET.parse(root / "usr/share/dbus-1/interfaces/com.tarnwick.zpkhelper.xml")
 
 
+def check_unit(root):
+    unit = "usr/lib/systemd/system/zpkhelper.service"
+    # What every unit leans on, and the package does not bring.
+    for name in ("sysinit.target", "basic.target", "shutdown.target", "dbus.socket"):
+        (root / unit).with_name(name).write_text("[Unit]\n" + ("[Socket]\nListenStream=/x\n" if "socket" in name else ""))
+    for options in (["verify", f"--root={root}", "/" + unit],
+                    ["security", "--offline=true", f"--threshold={MOST_EXPOSED}", "--no-pager", str(root / unit)]):
+        said = subprocess.run(["systemd-analyze", *options], capture_output=True, text=True, timeout=60,
+                              env=dict(os.environ, SYSTEMD_LOG_LEVEL="warning"))
+        expect(said.returncode == 0, f"systemd-analyze {options[0]}: {said.stdout.splitlines()[-1:]} {said.stderr}")
+        complaints = [line for line in said.stderr.splitlines() if "zpkhelper" in line]
+        expect(not complaints, f"systemd-analyze {options[0]}: {complaints}")
+
+
+def check_policy(root):
+    """Nobody overwrites a disk without a password, and whoever is asked for one is told in his language what for."""
+    lang = "{http://www.w3.org/XML/1998/namespace}lang"
+    actions = ET.parse(root / "usr/share/polkit-1/actions/com.tarnwick.zpk.policy").getroot().findall("action")
+    expect(len(actions) == 6, f"there are {len(actions)} actions")
+    for action in actions:
+        name = action.get("id")
+        for kind in ("description", "message"):
+            texts = {text.get(lang): text.text for text in action.findall(kind)}
+            expect(set(texts) == LANGUAGES and all(texts.values()), f"{name}: {kind} in {set(texts)}")
+        if name.endswith(".restore"):
+            expect(all("$(disk)" in text.text for text in action.findall("message")), f"{name} does not name the disk")
+            expect({default.text for default in action.find("defaults")} == {"auth_admin"}, f"{name} needs no password")
+        expect(action.findtext("defaults/allow_any") == "auth_admin", f"{name} is free for whoever is logged in from afar")
+
+
 def check_agent(root):
     file = root / "usr/share/zpk/LaunchAgents/com.tarnwick.zpkstatusbar.plist"
     agent = plistlib.loads(file.read_bytes())
@@ -138,6 +172,8 @@ def main():
             check_programs(root)
             check_named_paths(root, options.source)
             check_helper_start(root)
+            check_unit(root)
+            check_policy(root)
             check_agent(root)
             check_menu_entry(root)
     for problem in problems:
