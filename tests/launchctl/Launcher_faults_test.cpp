@@ -32,6 +32,24 @@ TEST_F(LauncherFaults, AUnitThatTheUserWroteIsKept) {
   EXPECT_EQ(folder.contents("a.b.service"), "[Service]\nExecStart=/bin/mine\n");
 }
 
+// A launcher that was killed after it removed the file, in a home that has two names.
+TEST_F(LauncherFaults, AUnitWhoseFileIsGoneIsOursHoweverItsFolderIsSpelled) {
+  load(timedJob(), kAlways);
+  std::filesystem::create_symlink(home.path("data"), home.path("link"));
+  manager.unit("a.b.service").foreignPath = home.path("link/systemd/user/a.b.service");
+  ASSERT_TRUE(folder.remove("a.b.service"));
+  EXPECT_EQ(unload(kAlways), "done");
+  EXPECT_FALSE(has("a.b.timer"));
+}
+
+TEST_F(LauncherFaults, AUnitOfAnotherFolderIsNotOursByItsName) {
+  std::filesystem::create_directories(home.path("other"));
+  manager.unit("a.b.service").foreignPath = home.path("other/a.b.service");
+  EXPECT_THAT(load(timedJob(), kAlways), StartsWith("a.b.service is not a unit of a job"));
+  manager.unit("a.b.service").foreignPath = folder.pathOf("b.service");
+  EXPECT_THAT(load(timedJob(), kAlways), StartsWith("a.b.service is not a unit of a job"));
+}
+
 TEST_F(LauncherFaults, EveryRefusalOfTheManagerIsAnErrorAndTheNextTryGoesOn) {
   for (const char* verb : {"show", "reenable", "start"}) {
     manager.refuse(verb);

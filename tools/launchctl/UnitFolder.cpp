@@ -36,8 +36,11 @@ std::optional<std::string> UnitFolder::contents(std::string_view name) const {
 }
 
 bool UnitFolder::isPathOf(std::string_view path, std::string_view name) const {
+  const std::filesystem::path file(path);
   std::error_code ignored;
-  return path == pathOf(name) || std::filesystem::equivalent(path, pathOf(name), ignored);
+  return path == pathOf(name) ||
+         (file.filename() == name && std::filesystem::equivalent(file.parent_path(), _path, ignored)) ||
+         std::filesystem::equivalent(file, pathOf(name), ignored);
 }
 
 template <class Predicate>

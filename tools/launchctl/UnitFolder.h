@@ -21,7 +21,7 @@ class UnitFolder {
   std::string pathOf(std::string_view name) const { return _path + "/" + std::string(name); }
   // The file's content; nothing when there is none that can be read.
   std::optional<std::string> contents(std::string_view name) const;
-  // Whether both are one file, however they are spelled.
+  // Whether both are one file, however they are spelled, and be it gone.
   bool isPathOf(std::string_view path, std::string_view name) const;
   // Labels of the jobs that have a unit made by systemdUnits here, sorted.
   std::vector<std::string> labels() const;

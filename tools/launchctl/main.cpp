@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "base/PropertyList.h"
@@ -54,7 +55,12 @@ int loadOrUnload(const Launcher& launcher, const LauncherCommand& command) {
       command.isPersistent ? Launcher::Persistence::futureLogins : Launcher::Persistence::presentLogin;
   int status = 0;
   for (const std::string& argument : command.arguments) {
-    const std::string path = std::filesystem::absolute(argument).lexically_normal().string();
+    std::error_code error;
+    const std::string path = std::filesystem::absolute(argument, error).lexically_normal().string();
+    if (error) {
+      status = fail(argument + ": " + error.message());
+      continue;
+    }
     const auto done = command.verb == LauncherCommand::Verb::load ? launcher.load(path, persistence)
                                                                   : launcher.unload(path, persistence);
     if (!done) status = fail(argument + ": " + done.error().reason);

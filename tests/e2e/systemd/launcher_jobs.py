@@ -4,6 +4,7 @@ import os
 import pathlib
 import plistlib
 import signal
+import subprocess
 import time
 
 import user_manager
@@ -136,6 +137,10 @@ def refusals_leave_nothing(work):
     expect_refused("is not a unit of a job", "unload", "-w", work / "dbus.plist")
     expect_refused("", "unload", "-w", work / "missing.plist")
     expect_refused("", "load", "-w", work)
+    nowhere = subprocess.run(["sh", "-c", f"mkdir gone && cd gone && rmdir ../gone && {LAUNCHCTL} load -w job.plist"],
+                             cwd=work, capture_output=True, text=True)
+    expect("from a folder that is gone", (nowhere.returncode, nowhere.stderr),
+           (1, "launchctl: job.plist: No such file or directory\n"))
     expect("files left", sorted(folder.iterdir()) if folder.exists() else [], before)
 
 
