@@ -7,6 +7,7 @@
 #include "helper/archive/RestoreTarget.h"
 #include "helper/archive/TableChange.h"
 #include "helper/archive/VolumeRestore.h"
+#include "helper/process/ActingAs.h"
 
 namespace zpk {
 namespace {
@@ -142,6 +143,8 @@ Expected<RestoredPoint, RestoreFailure> restorePoint(const Archive& archive, con
                                                      const RestoreProgress& progress, const CancelFlag& cancel) {
   ArchiveResult<PointDisk> source = PointDisk::open(archive, request.point, 0);
   if (!source) return RestoreFailure{source.error()};
+  // All of the archive is open; the disk is nothing that its user must be able to write.
+  const ActingAsSelf self;
   ArchiveResult<RestorePlan> plan =
       planRestore(source->description(), request.target, request.use, request.wantedSize);
   if (!plan) return RestoreFailure{plan.error()};

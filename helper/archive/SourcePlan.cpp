@@ -7,6 +7,7 @@
 #include "helper/archive/PartitionDevice.h"
 #include "helper/archive/SourceCheck.h"
 #include "helper/archive/UsedClusters.h"
+#include "helper/process/ActingAs.h"
 
 namespace zpk {
 namespace {
@@ -123,6 +124,8 @@ class Planner {
 
 ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string& exportFolder,
                                      const CancelFlag& cancel) {
+  // The archive's user need not be one who may read disks.
+  const ActingAsSelf self;
   ArchiveResult<DiskSource> disk = DiskSource::open(source.path);
   if (!disk) return disk.error();
   if (disk->size() != source.description.size) {

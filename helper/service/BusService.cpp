@@ -218,7 +218,7 @@ int BusService::dispatch(const Command& command, sd_bus_error* error) {
     case DaemonMember::setBackupSource:
       return reply(message, _model.setBackupSource(textArgument(message)));
     case DaemonMember::setTargetPath:
-      _model.setTargetPath(textArgument(message), later(message));
+      _model.setTargetPath(textArgument(message), later(message), command.caller);
       return 1;
     case DaemonMember::backup:
       _model.backup(later(message));

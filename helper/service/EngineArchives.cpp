@@ -9,6 +9,7 @@
 #include "helper/archive/BackupOperation.h"
 #include "helper/archive/ExportFolder.h"
 #include "helper/archive/PointCheck.h"
+#include "helper/process/ActingAs.h"
 #include "helper/service/ArchiveRecords.h"
 #include "helper/service/ArchiveWords.h"
 #include "helper/service/PointMerges.h"
@@ -33,6 +34,9 @@ bool isFreeFolder(const std::string& path) {
 bool isFault(const ArchiveError& error, ArchiveFault fault) {
   return error.fault == fault;
 }
+
+const std::string kUnknownUser =
+    "The user who chose the place of the archive is not known to the system any more. Choose the place again.";
 
 // The archive, when the point is still where somebody saw it.
 ArchiveResult<Archive> holding(const PointReference& point, ArchiveResult<Archive> archive) {
@@ -181,9 +185,12 @@ EngineArchives::EngineArchives(std::string exportFolder, std::string tableProgra
   clearExportFolder(_exportFolder);
 }
 
-ArchiveView EngineArchives::look(const std::string& archivePath) {
+ArchiveView EngineArchives::look(const std::string& archivePath, ArchiveUser user) {
+  const auto acting = ActingAs::user(user);
+  if (!acting) return UnreadableArchive{kUnknownUser};
   std::error_code error;
-  if (!fs::is_directory(fs::path(archivePath).parent_path(), error)) return NoArchiveFolder{};
+  // One that cannot be entered is none.
+  if (!fs::is_directory(fs::path(archivePath).parent_path() / ".", error)) return NoArchiveFolder{};
   const ArchiveResult<Archive> archive = Archive::openForReading(archivePath);
   if (!archive) {
     if (isFault(archive.error(), ArchiveFault::NotFound)) return NoArchiveYet{};
@@ -196,11 +203,15 @@ ArchiveView EngineArchives::look(const std::string& archivePath) {
 }
 
 OperationOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {
+  const auto acting = ActingAs::user(order.archiveUser);
+  if (!acting) return OperationFailed{kUnknownUser};
   return Run(order, _exportFolder, board, cancel).run();
 }
 
 OperationOutcome EngineArchives::restore(const RestoreOrder& order, OperationBoard& board,
                                          const CancelFlag& cancel) {
+  const auto acting = ActingAs::user(order.point.archiveUser);
+  if (!acting) return OperationFailed{kUnknownUser};
   const ArchiveResult<Archive> archive = holding(order.point, Archive::openForReading(order.point.archivePath));
   if (!archive) return OperationFailed{sentenceOf(archive.error())};
   return runRestore(*archive, order, {_exportFolder, _tableProgram}, board, cancel);
@@ -208,12 +219,16 @@ OperationOutcome EngineArchives::restore(const RestoreOrder& order, OperationBoa
 
 OperationOutcome EngineArchives::merge(const PointReference& point, OperationBoard& board,
                                        const CancelFlag& cancel) {
+  const auto acting = ActingAs::user(point.archiveUser);
+  if (!acting) return OperationFailed{kUnknownUser};
   ArchiveResult<Archive> archive = holding(point, openForOperation(point.archivePath, board, cancel));
   if (!archive) return OperationFailed{sentenceOf(archive.error())};
   return runMerge(*archive, point.index, board, cancel);
 }
 
 Expected<Done, std::string> EngineArchives::pin(const PinOrder& order) {
+  const auto acting = ActingAs::user(order.point.archiveUser);
+  if (!acting) return kUnknownUser;
   ArchiveResult<Archive> archive = holding(order.point, Archive::openForWriting(order.point.archivePath));
   if (!archive) return sentenceOf(archive.error());
   ArchiveResult<PointIndex> point = archive->readPoint(order.point.index);

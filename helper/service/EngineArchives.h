@@ -13,7 +13,7 @@ class EngineArchives final : public ArchiveKeeper {
   // `tableProgram` is the absolute path of zpktable.
   EngineArchives(std::string exportFolder, std::string tableProgram);
 
-  ArchiveView look(const std::string& archivePath) override;
+  ArchiveView look(const std::string& archivePath, ArchiveUser user) override;
 
   // A further point of an archive that belongs to another disk is added to it all the same, as a full one: whoever
   // asks for that was warned. The archive belongs to the disk of its newest point from then on. An archive that was

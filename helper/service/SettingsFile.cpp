@@ -32,6 +32,13 @@ class Reader {
     into = static_cast<Number>(number);
   }
 
+  void number(const char* key, std::optional<std::uint32_t>& into) {
+    if (!_object.contains(key)) return;
+    std::uint32_t number = 0;
+    this->number(key, 0U, UINT32_MAX, number);
+    into = number;
+  }
+
   const std::string& complaint() const { return _complaint; }
 
  private:
@@ -60,6 +67,7 @@ std::string settingsText(const HelperSettings& settings) {
               {"stateTimeLimit", static_cast<std::uint64_t>(settings.stateTimeLimit)}};
   if (settings.source) object["source"] = *settings.source;
   if (settings.archivePath) object["archivePath"] = *settings.archivePath;
+  if (settings.archiveUser) object["archiveUser"] = *settings.archiveUser;
   if (settings.restoringOnto) object["restoringOnto"] = *settings.restoringOnto;
   if (settings.lastBackupError) object["lastBackupError"] = *settings.lastBackupError;
   // An error's text may quote a path of any bytes.
@@ -75,6 +83,7 @@ Expected<HelperSettings, SettingsTextError> settingsFromText(std::string_view te
   Reader reader(object);
   reader.text("source", settings.source);
   reader.text("archivePath", settings.archivePath);
+  reader.number("archiveUser", settings.archiveUser);
   reader.number("maxIncrements", kFewestIncrements, kMostIncrements, settings.maxIncrements);
   reader.flag("checkFileSystem", settings.checkFileSystem);
   reader.text("lastBackupError", settings.lastBackupError);

@@ -35,11 +35,16 @@ using ArchiveView = std::variant<NoArchiveFolder, NoArchiveYet, UnreadableArchiv
 
 bool sameView(const ArchiveView& a, const ArchiveView& b);
 
+// The user who chose where the archive lies, and with whose rights it is reached: a helper that is root must not go
+// where a path leads that its user could not follow. Nothing: with the helper's own.
+using ArchiveUser = std::optional<std::uint32_t>;
+
 struct BackupOrder {
   std::shared_ptr<const ZPKDisk> disk;  // A disk with a Windows side.
   std::string archivePath;
   std::uint64_t maxIncrements = 10;  // Merge the oldest ones until there are no more.
   bool checkFileSystem = true;       // Refuse a file system that was not closed cleanly or contradicts itself.
+  ArchiveUser archiveUser = std::nullopt;
 };
 
 // How an operation ended. Only `OperationDone` means that it was done; otherwise the backup points are what they
@@ -60,6 +65,7 @@ struct PointReference {
   std::string archivePath;
   std::uint64_t index = 0;
   std::string indexPath;
+  ArchiveUser archiveUser = std::nullopt;
 };
 
 struct PinOrder {
@@ -81,7 +87,7 @@ class ArchiveKeeper {
  public:
   virtual ~ArchiveKeeper() = default;
 
-  virtual ArchiveView look(const std::string& archivePath) = 0;
+  virtual ArchiveView look(const std::string& archivePath, ArchiveUser user) = 0;
 
   // Makes a backup point; makes the archive where there is none yet. Tells its progress to `board`. Ends within a
   // second of a request to stop.

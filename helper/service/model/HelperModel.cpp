@@ -30,6 +30,8 @@ bool namesAnArchive(const std::string& path) {
     return false;
   }
   if ((path + "/").find("/../") != std::string::npos) return false;
+  // What lies there are views of the system and of this process, and nobody's folders.
+  if (path.starts_with("/proc/") || path.starts_with("/sys/")) return false;
   return path.size() - path.rfind('/') - 1 > kArchiveEnding.size();
 }
 
@@ -82,12 +84,12 @@ ResultCode HelperModel::setBackupSource(const std::string& source) {
   return ResultCode::success;
 }
 
-void HelperModel::setTargetPath(const std::string& path, Answer answer) {
+void HelperModel::setTargetPath(const std::string& path, Answer answer, ArchiveUser user) {
   if (!takesCommands()) return answer(ResultCode::serviceIsBusy);
   if (!namesAnArchive(path)) return answer(ResultCode::noArchiveTargetDirectory);
   commandBegins();
-  onWorker<ArchiveView>([&archives = _parts.archives, path] { return archives.look(path); },
-                        [this, path, answer = std::move(answer)](ArchiveView view) {
+  onWorker<ArchiveView>([&archives = _parts.archives, path, user] { return archives.look(path, user); },
+                        [this, path, user, answer = std::move(answer)](ArchiveView view) {
                           const bool wasSlow = commandEnds();
                           if (std::holds_alternative<NoArchiveFolder>(view)) {
                             if (wasSlow) changed();
@@ -95,6 +97,7 @@ void HelperModel::setTargetPath(const std::string& path, Answer answer) {
                           }
                           if (const auto* bad = std::get_if<UnreadableArchive>(&view)) fail(bad->reason);
                           _facts.settings.archivePath = path;
+                          _facts.settings.archiveUser = user;
                           _facts.archive = std::move(view);
                           save();
                           changed(_facts.operationError ? Weight::milestone : Weight::ordinary);
@@ -178,8 +181,9 @@ void HelperModel::read(bool announce) {
   _reading = true;
   startSlowAlarm();
   onWorker<Reading>(
-      [&disks = _parts.disks, &archives = _parts.archives, path = _facts.settings.archivePath.value_or("")] {
-        return Reading{disks.scan(), path, path.empty() ? ArchiveView() : archives.look(path)};
+      [&disks = _parts.disks, &archives = _parts.archives, path = _facts.settings.archivePath.value_or(""),
+       user = _facts.settings.archiveUser] {
+        return Reading{disks.scan(), path, user, path.empty() ? ArchiveView() : archives.look(path, user)};
       },
       [this](const Reading& reading) { readDone(reading); });
 }
@@ -191,8 +195,8 @@ void HelperModel::readDone(const Reading& reading) {
                                        _facts.disks.end(), [](const auto& a, const auto& b) { return *a == *b; });
   if (disksDiffer) _facts.disks = reading.disks;
   // The path may have been set anew since, and then that command has looked there by itself.
-  const bool sameArchive =
-      reading.path != _facts.settings.archivePath.value_or("") || sameView(reading.archive, _facts.archive);
+  const bool sameArchive = reading.path != _facts.settings.archivePath.value_or("") ||
+                           reading.user != _facts.settings.archiveUser || sameView(reading.archive, _facts.archive);
   if (!sameArchive) {
     _facts.archive = reading.archive;
     if (const auto* bad = std::get_if<UnreadableArchive>(&_facts.archive)) _parts.log.line("ZPKH::" + bad->reason);

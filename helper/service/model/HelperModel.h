@@ -69,7 +69,8 @@ class HelperModel {
   // The commands. Those that have to look at the archive's folder first answer when they have; "success" says that
   // the command was taken, what goes wrong later is told as the operation's error.
   ResultCode setBackupSource(const std::string& source);
-  void setTargetPath(const std::string& path, Answer answer);
+  // The archive is reached with that user's rights from then on.
+  void setTargetPath(const std::string& path, Answer answer, ArchiveUser user = std::nullopt);
   void backup(Answer answer);
   // A point of the archive onto the chosen disk. What keeps the disk from being written (a mounted volume, the
   // archive itself on it) is told as an error in plain words. With `agreed`, the disk must still be that one.

@@ -16,7 +16,8 @@ void HelperModel::backup(Answer answer) {
   if (!disk || !disk->isBootCamp()) return answer(ResultCode::diskNotFound);
   // What was known of the folder may be old: a drive comes and goes.
   commandBegins();
-  onWorker<ArchiveView>([&archives = _parts.archives, path = *settings.archivePath] { return archives.look(path); },
+  onWorker<ArchiveView>([&archives = _parts.archives, path = *settings.archivePath,
+                         user = settings.archiveUser] { return archives.look(path, user); },
                         [this, disk = std::move(disk), answer = std::move(answer)](ArchiveView view) {
                           commandEnds();
                           _facts.archive = std::move(view);
@@ -47,11 +48,11 @@ void HelperModel::startBackup(std::shared_ptr<const ZPKDisk> disk) {
   _facts.settings.backupRunning = true;
   save();
   BackupOrder order{std::move(disk), *_facts.settings.archivePath, _facts.settings.maxIncrements,
-                    _facts.settings.checkFileSystem};
+                    _facts.settings.checkFileSystem, _facts.settings.archiveUser};
   onWorker<OperationEnd>(
       [&archives = _parts.archives, order = std::move(order), shared = beginOperation(BackupKind{})] {
         OperationOutcome outcome = archives.backup(order, shared->board, shared->cancel);
-        return OperationEnd{std::move(outcome), archives.look(order.archivePath)};
+        return OperationEnd{std::move(outcome), archives.look(order.archivePath, order.archiveUser)};
       },
       [this](const OperationEnd& end) { operationEnded(end, [&] { backupEnded(end.outcome); }); });
 }

@@ -10,7 +10,8 @@ namespace zpk {
 
 PointReference HelperModel::pointAt(std::uint64_t arcItem) const {
   const auto& items = std::get<PresentArchive>(_facts.archive).archive->items();
-  return {*_facts.settings.archivePath, arcItem, items[arcItem]->indexFilePath().value_or("")};
+  return {*_facts.settings.archivePath, arcItem, items[arcItem]->indexFilePath().value_or(""),
+          _facts.settings.archiveUser};
 }
 
 void HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string& withLabel, Answer answer) {
@@ -32,7 +33,7 @@ void HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string& withL
   onWorker<Pinned>(
       [&archives = _parts.archives, order = std::move(order)] {
         Expected<Done, std::string> result = archives.pin(order);
-        return Pinned{std::move(result), archives.look(order.point.archivePath)};
+        return Pinned{std::move(result), archives.look(order.point.archivePath, order.point.archiveUser)};
       },
       [this, answer = std::move(answer)](Pinned pinned) {
         commandEnds();
@@ -57,7 +58,7 @@ ResultCode HelperModel::mergeArchiveWithParent(std::uint64_t arcItem) {
   onWorker<OperationEnd>(
       [&archives = _parts.archives, point = pointAt(arcItem), shared = beginOperation(MergeKind{arcItem})] {
         OperationOutcome outcome = archives.merge(point, shared->board, shared->cancel);
-        return OperationEnd{std::move(outcome), archives.look(point.archivePath)};
+        return OperationEnd{std::move(outcome), archives.look(point.archivePath, point.archiveUser)};
       },
       [this](const OperationEnd& end) { operationEnded(end, [] {}); });
   return ResultCode::success;

@@ -31,6 +31,7 @@ struct HelperModel::OperationEnd {
 struct HelperModel::Reading {
   Disks disks;
   std::string path;  // Where the archive was looked for; empty when none was set.
+  ArchiveUser user;
   ArchiveView archive;
 };
 

@@ -96,7 +96,7 @@ void HelperModel::startRestore(const PointReference& point, const std::shared_pt
   onWorker<OperationEnd>(
       [&parts = _parts, point, choice, disk, shared = beginOperation(RestoreKind{disk})] {
         OperationOutcome outcome = restoreNow(parts, point, *disk, choice, *shared);
-        return OperationEnd{std::move(outcome), parts.archives.look(point.archivePath)};
+        return OperationEnd{std::move(outcome), parts.archives.look(point.archivePath, point.archiveUser)};
       },
       [this](const OperationEnd& end) {
         // The disk is another one now, whatever came of it.

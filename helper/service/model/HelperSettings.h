@@ -15,8 +15,9 @@ inline constexpr std::uint64_t kMostIncrements = 100;
 
 // What the helper remembers from one start to the next. A value.
 struct HelperSettings {
-  std::optional<std::string> source;       // Text form of the source disk's GPT identifier.
-  std::optional<std::string> archivePath;  // Full path of the archive.
+  std::optional<std::string> source;         // Text form of the source disk's GPT identifier.
+  std::optional<std::string> archivePath;    // Full path of the archive.
+  std::optional<std::uint32_t> archiveUser;  // Id of who chose it; nothing on a session bus.
   std::uint64_t maxIncrements = 10;
   bool checkFileSystem = true;
   std::optional<std::string> lastBackupError;  // Nothing once a backup succeeded.

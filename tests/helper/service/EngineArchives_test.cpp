@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -33,7 +35,7 @@ class EnginePoints : public testing::Test {
 
   std::string path() const { return folder / "a.rldbackup"; }
   std::shared_ptr<const RLDArchiveItem> item(std::size_t place) {
-    return std::get<PresentArchive>(archives.look(path())).archive->items().at(place);
+    return std::get<PresentArchive>(archives.look(path(), std::nullopt)).archive->items().at(place);
   }
   PointReference reference(std::size_t place) { return {path(), place, *item(place)->indexFilePath()}; }
 
@@ -74,6 +76,50 @@ TEST_F(EnginePoints, AnotherPointAtTheSamePlaceIsLeftAlone) {
   point.index = 7;
   EXPECT_FALSE(archives.pin({point, true, "x"}).hasValue());
   EXPECT_FALSE(item(0)->isPinned() || item(1)->isPinned());
+}
+
+// The archive of root's that the test makes, and a user who may not look into it.
+class SomebodyElsesArchive : public EnginePoints {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    ASSERT_EQ(chmod((folder / "").c_str(), 0711), 0);
+    std::filesystem::create_directory(folder / "theirs");
+    ASSERT_EQ(chown((folder / "theirs").c_str(), kNobody, kNobody), 0);
+  }
+  static constexpr std::uint32_t kNobody = 65534;
+};
+
+TEST_F(SomebodyElsesArchive, IsNotRead) {
+  const ArchiveView view = archives.look(path(), kNobody);
+  ASSERT_TRUE(std::holds_alternative<UnreadableArchive>(view));
+  EXPECT_THAT(std::get<UnreadableArchive>(view).reason, HasSubstr("Permission denied"));
+}
+
+TEST_F(SomebodyElsesArchive, IsNotReadThroughALinkOfTheUsersOwn) {
+  std::filesystem::create_directory_symlink(folder / "", folder / "theirs/there");
+  std::filesystem::create_directory_symlink(path(), folder / "theirs/mine.rldbackup");
+  for (const char* name : {"theirs/there/a.rldbackup", "theirs/mine.rldbackup"}) {
+    EXPECT_TRUE(std::holds_alternative<UnreadableArchive>(archives.look(folder / name, kNobody))) << name;
+  }
+}
+
+TEST_F(SomebodyElsesArchive, IsNotChanged) {
+  PointReference point = reference(0);
+  point.archiveUser = kNobody;
+  OperationBoard board;
+  EXPECT_FALSE(archives.pin({point, true, "theirs now"}));
+  PointReference second = reference(1);
+  second.archiveUser = kNobody;
+  EXPECT_TRUE(std::holds_alternative<OperationFailed>(archives.merge(second, board, {})));
+  EXPECT_FALSE(item(0)->isPinned());
+  EXPECT_EQ(item(1)->name(), "two");
+}
+
+TEST_F(SomebodyElsesArchive, OfAUserWhoIsUnknownIsNotReached) {
+  const ArchiveView view = archives.look(path(), 3'999'999'999U);
+  ASSERT_TRUE(std::holds_alternative<UnreadableArchive>(view));
+  EXPECT_THAT(std::get<UnreadableArchive>(view).reason, HasSubstr("Choose the place again"));
 }
 
 }  // namespace

@@ -353,5 +353,51 @@ TEST_F(HelperAuthorisation, NobodyIsAskedForAPasswordForWhatCannotBeDone) {
   EXPECT_THAT(polkit.questions(), IsEmpty()) << "there is no archive to restore from";
 }
 
+// A user who may change the settings is still not root: what he names leads the helper nowhere that he cannot go.
+TEST_F(HelperAuthorisation, APathTakesTheHelperNoFurtherThanItsUser) {
+  makePoint();
+  ScriptedPolkit polkit(bus, Way::grants);
+  fs::permissions(folder.path(), fs::perms(0755));
+  for (const char* name : {"theirs", "theirs/full.rldbackup"}) {
+    fs::create_directory(folder.path(name));
+    ASSERT_EQ(chown(folder.path(name).c_str(), kUser, kUser), 0);
+  }
+  folder.put("theirs/full.rldbackup/file", "x");
+  fs::create_directory_symlink(folder.path("archives"), folder.path("theirs/link"));
+  fs::create_directory_symlink(folder.path("archives/W.rldbackup"), folder.path("theirs/W.rldbackup"));
+  ASSERT_EQ(mkfifo(folder.path("theirs/pipe.rldbackup").c_str(), 0666), 0);
+  for (const char* name : {"archives", "state"}) fs::permissions(folder.path(name), fs::perms(0700));
+  const auto before = contentOf(folder);
+  const std::string none = std::to_string(static_cast<std::uint32_t>(ResultCode::noArchiveTargetDirectory));
+  for (const std::string& path :
+       {folder.path("archives/W.rldbackup"), folder.path("theirs/link/W.rldbackup"),
+        folder.path("state/x.rldbackup"), std::string("/root/x.rldbackup"),
+        std::string("/proc/self/root/x.rldbackup"), std::string("/proc/self/fd/3/x.rldbackup"),
+        "/" + std::string(5000, 'a') + ".rldbackup", folder.path("theirs/../archives/W.rldbackup"),
+        std::string("relative.rldbackup")}) {
+    EXPECT_EQ(user->call(DaemonMember::setTargetPath, path.c_str()), none) << path;
+  }
+  EXPECT_TRUE(contentOf(folder) == before);
+  // These can be named, and then nothing can be done with them.
+  for (const char* name : {"theirs/W.rldbackup", "theirs/pipe.rldbackup", "theirs/full.rldbackup"}) {
+    EXPECT_EQ(user->call(DaemonMember::setTargetPath, folder.path(name).c_str()), "0") << name;
+    EXPECT_FALSE(statuskey::archiveDescription.isPresentIn(root.status())) << name;
+    EXPECT_EQ(user->call(DaemonMember::backup), "0");
+    ASSERT_TRUE(waitUntilIdle());
+    EXPECT_TRUE(statuskey::lastBackupError.isPresentIn(root.status())) << name;
+  }
+  EXPECT_EQ(folder.get("theirs/full.rldbackup/file"), "x");
+  // And in a folder of the user's own, all is the user's.
+  ASSERT_EQ(user->call(DaemonMember::setTargetPath, folder.path("theirs/good.rldbackup").c_str()), "0");
+  ASSERT_EQ(root.call(DaemonMember::backup), "0");
+  ASSERT_TRUE(waitUntilIdle());
+  ASSERT_EQ(statuskey::arcState.read(root.status()), ArcState::ready) << log();
+  for (const auto& entry : fs::recursive_directory_iterator(folder.path("theirs/good.rldbackup"))) {
+    struct stat status = {};
+    ASSERT_EQ(::lstat(entry.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, kUser) << entry.path();
+  }
+}
+
 }  // namespace
 }  // namespace zpk::test

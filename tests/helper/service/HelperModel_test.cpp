@@ -27,7 +27,10 @@ std::vector<Command> commandsThatNeedIdle() {
       {"setBackupSource", [](auto& m, auto a) { a(m.setBackupSource(kWindowsDisk)); }},
       {"setTargetPath", [](auto& m, auto a) { m.setTargetPath(HelperWorld::kArchive, a); }},
       {"backup", [](auto& m, auto a) { m.backup(a); }},
-      {"restore", [](auto& m, auto a) { a(m.restore(0, {kMacDisk, 3, 1})); }},
+      {"restore",
+       [](auto& m, auto a) {
+         a(m.restore(0, {kMacDisk, 3, 1}));
+       }},
       {"merge", [](auto& m, auto a) { a(m.mergeArchiveWithParent(1)); }},
       {"setMaxIncrementsCount", [](auto& m, auto a) { a(m.setMaxIncrementsCount(5)); }},
       {"reload", [](auto& m, auto a) { a(m.reload()); }},

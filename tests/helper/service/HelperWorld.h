@@ -136,7 +136,8 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
     ++scans;
     return disks;
   }
-  ArchiveView look(const std::string& path) override {
+  ArchiveView look(const std::string& path, ArchiveUser user) override {
+    lookers.push_back(user);
     const auto found = archives.find(path);
     return found == archives.end() ? ArchiveView(NoArchiveFolder{}) : found->second;
   }
@@ -220,6 +221,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
 
   int scans = 0;
   int readyCalls = 0;
+  std::vector<ArchiveUser> lookers;
   std::vector<BackupOrder> requests;
   std::vector<PinOrder> pins;
   std::vector<PointReference> merges;

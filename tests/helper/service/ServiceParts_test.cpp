@@ -29,6 +29,7 @@ using testing::Not;
 HelperSettings someSettings() {
   HelperSettings settings;
   settings.source = "11111111-2222-3333-4444-555555555555";
+  settings.archiveUser = 4'000'000'000U;
   settings.archivePath = "/b/\"quoted\" \xc3\xa4.rldbackup";
   settings.maxIncrements = 42;
   settings.checkFileSystem = false;
