@@ -51,7 +51,9 @@ MainWindow::MainWindow(std::shared_ptr<ZPKUIDaemonController> controller, const 
       _schedulePopover(std::make_unique<SchedulePopover>(_delegate.schedulerViewController(), _localization,
                                                          surroundings.timeZone)),
       _collectLogs(std::make_unique<CollectLogsOutlet>(_delegate, _localization, *this)),
-      _openPoints(std::make_unique<OpenPointsSheets>(*this, surroundings.drives, _localization)) {
+      _openPoints(std::make_unique<OpenPointsSheets>(
+          *this, surroundings.drives, _localization,
+          [this](const std::string& image) { return pointTextOfImage(image, *_controller, _dates); })) {
   _ui->setupUi(this);
   localizeStaticTexts(*this, _localization);
   makePanes(surroundings);

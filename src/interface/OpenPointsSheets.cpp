@@ -11,6 +11,7 @@ namespace zpk {
 namespace {
 
 constexpr qsizetype kPathLimit = 300;
+constexpr qsizetype kReasonLimit = 600;
 
 void takeDown(MessageSheet* sheet) {
   if (!sheet) return;
@@ -31,9 +32,11 @@ class OpenPointsQuestion final : public MessageSheet {
   }
 };
 
-OpenPointsSheets::OpenPointsSheets(QWidget& window, AttachedDrives& drives, const Localization& localization)
-    : _window(window), _drives(drives), _localization(localization) {
+OpenPointsSheets::OpenPointsSheets(QWidget& window, AttachedDrives& drives, const Localization& localization,
+                                   PointName pointName)
+    : _window(window), _drives(drives), _localization(localization), _pointName(std::move(pointName)) {
   _bindings.bind(_drives, "lostDrives", [this] { showLost(); });
+  _bindings.bind(_drives, "partialDrives", [this] { showPartial(); });
 }
 
 OpenPointsSheets::~OpenPointsSheets() = default;
@@ -90,10 +93,34 @@ void OpenPointsSheets::showLost() {
   _notice->open();
 }
 
+void OpenPointsSheets::showPartial() {
+  QStringList reasons;
+  for (const AttachedDrive& drive : _drives.takePartialDrives())
+    reasons += displayParagraph(drive.missing, kReasonLimit);
+  if (reasons.isEmpty() || !_window.isVisible()) return;
+  takeDown(_partialNotice);
+  _partialNotice =
+      new MessageSheet(_window, {.symbol = Symbol::warning,
+                                 .title = localizedText(_localization, "Part of the backup point cannot be shown."),
+                                 .text = reasons.join(u'\n'),
+                                 .accept = std::nullopt,
+                                 .cancel = MessageSheet::Answer{localizedText(_localization, "&OK"), [this] {
+                                                                  takeDown(_partialNotice);
+                                                                  _partialNotice = nullptr;
+                                                                }}});
+  _partialNotice->setAdvice(localizedText(_localization, "Everything else in it is open."));
+  _partialNotice->open();
+}
+
+// A point by its name, which it has in the list; else by its image.
 QString OpenPointsSheets::lostText(const std::vector<AttachedDrive>& lost) const {
-  QStringList paths;
-  for (const AttachedDrive& drive : lost) paths += withBreaks(displayParagraph(drive.imagePath, kPathLimit));
-  return paths.join(u'\n');
+  QStringList names;
+  for (const AttachedDrive& drive : lost) {
+    QString name = _pointName(drive.imagePath);
+    if (name.isEmpty()) name = withBreaks(displayParagraph(drive.imagePath, kPathLimit));
+    if (!names.contains(name)) names += name;
+  }
+  return names.join(u'\n');
 }
 
 }  // namespace zpk

@@ -33,6 +33,11 @@ std::shared_ptr<const RLDArchiveItem> mergedPoint(const ZPKUIDaemonController& c
   return archive->items()[index - before];
 }
 
+// "/a/b" gives "/a".
+std::string_view folderOf(std::string_view path) {
+  return path.substr(0, path.rfind('/'));
+}
+
 }  // namespace
 
 QString sourceDetailText(const Dictionary& sourceInfo, const Localization& localization) {
@@ -100,6 +105,17 @@ QString pointText(const RLDArchiveItem& point, const DateFormatter& dates) {
   const QString date = point.creationDate() ? displayText(dates.stringFromDate(*point.creationDate())) : QString();
   if (name.isEmpty()) return date;
   return date.isEmpty() ? u'“' + name + u'”' : u'“' + name + QStringLiteral("” (") + date + u')';
+}
+
+QString pointTextOfImage(const std::string& imagePath, const ZPKUIDaemonController& controller,
+                         const DateFormatter& dates) {
+  const auto items = controller.arcItems();
+  if (!items) return {};
+  for (const auto& item : *items) {
+    if (item->indexFilePath() && folderOf(*item->indexFilePath()) == folderOf(imagePath))
+      return pointText(*item, dates);
+  }
+  return {};
 }
 
 QString sourceName(const ZPKUIDaemonController& controller, const DateFormatter& dates) {

@@ -33,6 +33,10 @@ QString historyText(const ZPKUIDaemonController& controller, const Localization&
 // “Before the update” (14 Nov 2023), or the date alone of a point without a label.
 QString pointText(const RLDArchiveItem& point, const DateFormatter& dates);
 
+// The same of the backup point in whose folder the disk image lies; empty when it is none of those that are listed.
+QString pointTextOfImage(const std::string& imagePath, const ZPKUIDaemonController& controller,
+                         const DateFormatter& dates);
+
 // The names of the source and of the destination. A backup point without a label that is being merged goes by its
 // date. Empty when unknown.
 QString sourceName(const ZPKUIDaemonController& controller, const DateFormatter& dates);

@@ -15,11 +15,17 @@ bool contains(const std::vector<AttachedDrive>& drives, const std::string& id) {
 void AttachedDrives::start() {
   _control.removeAllRemains();
   _watch = _control.watchDrives([this] { drivesChanged(); });
-  drivesChanged();
+  // What there is to say of these was said when they were attached.
+  _drives = _control.attachedDrives();
+  if (!_drives.empty()) didChangeValueForKey("drives");
 }
 
 std::vector<AttachedDrive> AttachedDrives::takeLostDrives() {
   return std::exchange(_lost, {});
+}
+
+std::vector<AttachedDrive> AttachedDrives::takePartialDrives() {
+  return std::exchange(_partial, {});
 }
 
 void AttachedDrives::drivesChanged() {
@@ -32,10 +38,19 @@ void AttachedDrives::drivesChanged() {
     gone.insert(drive.id);
     if (!_closing.contains(drive.id) && _control.hasRemains(drive.id)) noteLost(drive);
   }
+  notePartial(before);
   const bool haveLost = !_lost.empty();
+  const bool havePartial = !_partial.empty();
   didChangeValueForKey("drives");
   if (haveLost) didChangeValueForKey("lostDrives");
+  if (havePartial) didChangeValueForKey("partialDrives");
   forget(gone);
+}
+
+void AttachedDrives::notePartial(const std::vector<AttachedDrive>& before) {
+  for (const AttachedDrive& drive : _drives) {
+    if (!drive.missing.empty() && !contains(before, drive.id)) _partial.push_back(drive);
+  }
 }
 
 void AttachedDrives::noteLost(const AttachedDrive& drive) {

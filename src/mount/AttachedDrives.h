@@ -21,7 +21,8 @@ inline constexpr Seconds kRemovalPatience{5};
 //
 // Follows its DriveControl and never polls. A drive that goes without having been closed, and leaves something
 // behind, is lost: its server was killed or brought down. What it left is taken away, and the drive is told of
-// once. Main thread. Observable keys: "drives", "closing", "lostDrives".
+// once. So is one that does not show all that its image holds. Main thread. Observable keys: "drives", "closing",
+// "lostDrives", "partialDrives".
 class AttachedDrives : public Observable {
  public:
   // Both outlive this object.
@@ -35,12 +36,16 @@ class AttachedDrives : public Observable {
   // Those lost since it was last asked.
   std::vector<AttachedDrive> takeLostDrives();
 
+  // Those attached since it was last asked that do not show all they hold.
+  std::vector<AttachedDrive> takePartialDrives();
+
   // Ends every drive that is attached now, and calls `closed` once they are gone, or cannot be made to go. At once
   // when there is none.
   void closeAll(std::function<void()> closed = {});
 
  private:
   void drivesChanged();
+  void notePartial(const std::vector<AttachedDrive>& before);
   void noteLost(const AttachedDrive& drive);
   void forget(const std::set<std::string>& ids);
   void patienceIsOver();
@@ -49,6 +54,7 @@ class AttachedDrives : public Observable {
   RunLoop& _runLoop;
   std::vector<AttachedDrive> _drives;
   std::vector<AttachedDrive> _lost;
+  std::vector<AttachedDrive> _partial;
   std::set<std::string> _closing;  // ids
   bool _killed = false;            // those that are being closed
   std::vector<std::function<void()>> _whenClosed;

@@ -12,6 +12,7 @@ namespace zpk {
 struct AttachedDrive {
   std::string id;         // 32 hexadecimal digits
   std::string imagePath;  // absolute
+  std::string missing{};  // what of it is not shown, in words, a line for each volume; empty when all of it is
   bool operator==(const AttachedDrive&) const = default;
 };
 

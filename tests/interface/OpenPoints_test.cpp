@@ -135,6 +135,35 @@ TEST_F(OpenPoints, OneThatIsLostIsSaidOnce) {
   EXPECT_EQ(world.sheet(), nullptr);
 }
 
+TEST_F(OpenPoints, OneThatIsLostGoesByItsNameInTheList) {
+  Dictionary status = readyStatus();
+  const auto point = std::make_shared<RLDArchiveItem>(
+      RLDArchiveItem::Fields{.indexFilePath = "/b/A/index.json", .name = "Before the update"});
+  statuskey::archiveDescription.set(status, archiveOf({point}));
+  world.show(status);
+  attach("A");
+  world.driveControl.attach("C", "/b/A/disk1.pvhd");
+  attach("D");
+  for (const char* id : {"A", "C", "D"}) world.driveControl.remains.insert(id);
+  world.driveControl.drives.clear();
+  world.driveControl.end("A");
+  InterfaceWorld::settle();
+  EXPECT_EQ(world.sheet()->findChild<QLabel*>("messageText")->text().remove(QChar(0x200B)),
+            QStringLiteral("“Before the update”\n/b/D/disk0.pvhd"));
+}
+
+TEST_F(OpenPoints, OneThatCannotAllBeShownIsSaidOnceAndStaysOpen) {
+  world.driveControl.attach("A", "/b/A/disk0.pvhd", "Partition 3: no\nPartition 4: neither");
+  InterfaceWorld::settle();
+  EXPECT_EQ(title(), "Part of the backup point cannot be shown.");
+  EXPECT_EQ(world.sheet()->findChild<QLabel*>("messageText")->text(), "Partition 3: no\nPartition 4: neither");
+  answer("cancelButton");
+  EXPECT_EQ(world.sheet(), nullptr);
+  EXPECT_TRUE(action("closePointsAction")->isEnabled());
+  attach("B");
+  EXPECT_EQ(world.sheet(), nullptr);
+}
+
 TEST_F(OpenPoints, OneThatIsUnmountedElsewhereIsNoNews) {
   attach("A");
   world.driveControl.end("A");

@@ -226,6 +226,13 @@ inline constexpr WindowState kWindowStates[] = {
        world.driveControl.attach("A", "/backups/Office PC.rldbackup/p0002/disk0.pvhd");
        world.driveControl.lose("A");
      }},
+    {"open-point-partial",
+     [](InterfaceWorld& world) {
+       world.show(readyStatus());
+       world.driveControl.attach(
+           "A", "/backups/Office PC.rldbackup/p0002/disk0.pvhd",
+           "Partition 3: Its file system (FAT32) cannot be shown; the backup holds it all the same");
+     }},
 };
 
 }  // namespace zpk

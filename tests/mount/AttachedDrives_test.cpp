@@ -51,6 +51,30 @@ TEST_F(OpenedPoints, OfAnEarlierTimeAreFoundAndItsRemainsTakenAway) {
   EXPECT_EQ(control.cleanings, 2);
 }
 
+TEST_F(OpenedPoints, ThatDoNotShowAllOfTheirImageAreToldOfOnce) {
+  int partsAnnounced = 0;
+  const Token parts = drives.observe("partialDrives", [&] { ++partsAnnounced; });
+  control.attach("A", "/a");
+  EXPECT_EQ(partsAnnounced, 0);
+  control.attach("B", "/b", "Partition 3 is missing");
+  EXPECT_EQ(partsAnnounced, 1);
+  EXPECT_THAT(drives.takePartialDrives(), ElementsAre(AttachedDrive{"B", "/b", "Partition 3 is missing"}));
+  EXPECT_THAT(drives.takePartialDrives(), IsEmpty());
+  control.end("A");
+  EXPECT_EQ(partsAnnounced, 1);
+}
+
+TEST_F(OpenedPoints, OfAnEarlierTimeHaveBeenToldOf) {
+  control.attach("A", "/a", "Partition 3 is missing");
+  AttachedDrives later(control, loop);
+  int partsAnnounced = 0;
+  const Token parts = later.observe("partialDrives", [&] { ++partsAnnounced; });
+  later.start();
+  EXPECT_THAT(later.drives(), SizeIs(1));
+  EXPECT_EQ(partsAnnounced, 0);
+  EXPECT_THAT(later.takePartialDrives(), IsEmpty());
+}
+
 TEST_F(OpenedPoints, AreAllClosedAndThenItIsSaid) {
   control.attach("A", "/a");
   control.attach("B", "/b");

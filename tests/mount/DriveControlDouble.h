@@ -12,8 +12,8 @@ namespace zpk {
 
 // Drives that are there because a test says so. Their servers end as they are asked to, unless they are stubborn.
 struct DriveControlDouble final : DriveControl {
-  void attach(const std::string& id, const std::string& imagePath) {
-    drives.push_back({id, imagePath});
+  void attach(const std::string& id, const std::string& imagePath, const std::string& missing = {}) {
+    drives.push_back({id, imagePath, missing});
     announce();
   }
   // Its server unmounts and ends, as after an unmount in the file viewer.

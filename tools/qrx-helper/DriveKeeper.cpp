@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -14,6 +15,7 @@
 
 #include "platform/linux/virtualdisk/DriveRemains.h"
 #include "tools/qrx-helper/StoredImage.h"
+#include "tools/qrx-helper/UnshownVolume.h"
 #include "tools/qrx-helper/VolumeFolder.h"
 
 namespace zpk {
@@ -25,10 +27,28 @@ constexpr int kFirstNumber = 4;
 constexpr std::chrono::seconds kLongestBringUp{50};
 // How long the volumes' processes may take to end, and then their mounts to go.
 constexpr timespec kPatience{5, 0};
+constexpr const char* kNoFiles = "The backup point holds no files of Windows";
 constexpr const char* kNoMount = "The volume cannot be mounted; FUSE (the package fuse3) is needed for it";
 
 std::string diskName(int number) {
   return "disk" + std::to_string(number);
+}
+
+// For a partition that is in the backup without being shown, what there is to say of it.
+std::optional<std::string> whyNotShown(StoredImage& image, const StoredPartition& partition) {
+  constexpr std::uint64_t kReservedType = 8;  // Microsoft's, which holds no files.
+  if (partition.content != PartitionContent::Whole || partition.type == kReservedType) return std::nullopt;
+  std::array<std::byte, 512> bootSector{};
+  if (!image.partition(partition).read(0, bootSector)) return "It cannot be read";
+  const auto name = fileSystemName(bootSector);
+  if (!name) return std::nullopt;
+  return "Its file system (" + *name + ") cannot be shown; the backup holds it all the same";
+}
+
+std::string inLines(const std::vector<std::string>& texts) {
+  std::string all;
+  for (const std::string& text : texts) all += (all.empty() ? "" : "\n") + text;
+  return all;
 }
 
 sigset_t endingSignals() {
@@ -63,16 +83,20 @@ bool DriveKeeper::run() {
   return true;
 }
 
-bool DriveKeeper::fail(int result, const std::string& message) {
+bool DriveKeeper::complete(int result, const std::string& message) {
   DriveFolder::Completion completion{result, {}};
   const std::string kept = message.substr(0, completion.reply.errorMessage.size() - 1);
   std::copy(kept.begin(), kept.end(), completion.reply.errorMessage.begin());
-  (void)_drive.saveCompletion(completion);
+  return _drive.saveCompletion(completion);
+}
+
+bool DriveKeeper::fail(int result, const std::string& message) {
+  (void)complete(result, message);
   return false;
 }
 
 bool DriveKeeper::bringUp(const std::string& imagePath) {
-  const ArchiveResult<StoredImage> image = StoredImage::open(imagePath);
+  ArchiveResult<StoredImage> image = StoredImage::open(imagePath);
   if (!image) return fail(EIO, image.error().text());
   const std::string volumes = _drive.filePath(DriveFolder::kVolumes);
   if (::mkdir(volumes.c_str(), 0700) != 0)
@@ -80,17 +104,17 @@ bool DriveKeeper::bringUp(const std::string& imagePath) {
 
   const std::string disk = diskName(reserveNumber());
   std::vector<std::string> media{disk};
-  std::string firstError = "The backup point holds no files of Windows";
+  std::vector<std::string> missing;
   const auto deadline = std::chrono::steady_clock::now() + kLongestBringUp;
   for (const StoredPartition& partition : usedPartitions(image->disk())) {
     media.push_back(disk + "s" + std::to_string(partition.number));
-    if (!hasFiles(partition)) continue;
-    const auto error = addVolume(imagePath, partition, media.back(), deadline);
-    if (error && _volumes.empty()) firstError = *error;
+    const auto why = hasFiles(partition) ? addVolume(imagePath, partition, media.back(), deadline)
+                                         : whyNotShown(*image, partition);
+    if (why) missing.push_back("Partition " + std::to_string(partition.number) + ": " + *why);
   }
-  if (_volumes.empty()) return fail(EIO, firstError);
+  if (_volumes.empty()) return fail(EIO, missing.empty() ? kNoFiles : inLines(missing));
   _drive.saveMedia(media);
-  return _drive.saveCompletion({0, {}});
+  return complete(0, inLines(missing));
 }
 
 std::optional<std::string> DriveKeeper::addVolume(const std::string& imagePath, const StoredPartition& partition,

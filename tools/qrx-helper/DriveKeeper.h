@@ -34,6 +34,7 @@ class DriveKeeper {
                                        const std::string& medium, VolumeProcess::Deadline deadline);
   std::optional<std::string> mountVolume(VolumeProcess& volume, const std::string& label, const std::string& medium,
                                          VolumeProcess::Deadline deadline);
+  bool complete(int result, const std::string& message);
   bool fail(int result, const std::string& message);
   int reserveNumber();
   void waitForVolumes();

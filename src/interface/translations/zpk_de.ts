@@ -444,6 +444,10 @@ OLDER</translation>
         <translation>Jede Woche</translation>
     </message>
     <message>
+        <source>Everything else in it is open.</source>
+        <translation>Alles Übrige darin ist geöffnet.</translation>
+    </message>
+    <message>
         <source>ExtFS 2</source>
         <translation>ExtFS 2</translation>
     </message>
@@ -634,6 +638,10 @@ OLDER</translation>
     <message>
         <source>Other programs can then no longer read their files. The backups stay as they are.</source>
         <translation>Andere Programme können ihre Dateien dann nicht mehr lesen. Die Sicherungen bleiben, wie sie sind.</translation>
+    </message>
+    <message>
+        <source>Part of the backup point cannot be shown.</source>
+        <translation>Ein Teil des Sicherungspunkts kann nicht angezeigt werden.</translation>
     </message>
     <message>
         <source>Percent done</source>

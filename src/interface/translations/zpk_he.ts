@@ -444,6 +444,10 @@ OLDER</translation>
         <translation>בכל שבוע</translation>
     </message>
     <message>
+        <source>Everything else in it is open.</source>
+        <translation>כל שאר תוכנה פתוח.</translation>
+    </message>
+    <message>
         <source>ExtFS 2</source>
         <translation>ExtFS 2</translation>
     </message>
@@ -634,6 +638,10 @@ OLDER</translation>
     <message>
         <source>Other programs can then no longer read their files. The backups stay as they are.</source>
         <translation>תוכניות אחרות לא יוכלו עוד לקרוא את הקבצים שלהן. הגיבויים נשארים כפי שהם.</translation>
+    </message>
+    <message>
+        <source>Part of the backup point cannot be shown.</source>
+        <translation>חלק מנקודת הגיבוי אינו ניתן להצגה.</translation>
     </message>
     <message>
         <source>Percent done</source>

@@ -17,7 +17,8 @@ namespace zpk {
 // there.
 // - "keeper": the helper's process id, in decimal digits. Saved once the lock is held.
 // - "media": the names of the drive's media, a line each: the whole disk, then its partitions.
-// - "completion": the result code, 4 bytes, and the QrxDriveReply, 600 bytes. Saved last, once.
+// - "completion": the result code, 4 bytes, and the QrxDriveReply, 600 bytes. Saved last, once. On success the
+// reply's message says what of the image is not shown, a line each; it is empty when all of it is.
 // - "volumes/": the mount points of its volumes.
 //
 // A value that names a place; files are opened where they are asked for. Only the user can enter the folder, and

@@ -52,7 +52,8 @@ std::vector<AttachedDrive> LinuxDriveControl::attachedDrives() {
     const auto request = drive.request();
     const auto completion = drive.completion();
     if (request && completion && completion->result == 0 && drive.isKept())
-      attached.push_back({drive.id(), std::string(imagePathOf(*request))});
+      attached.push_back({drive.id(), std::string(imagePathOf(*request)),
+                          std::string(boundedText(completion->reply.errorMessage))});
   }
   return attached;
 }
