@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """Opens a backup point in the real window and compares its files with those of the volume, byte for byte.
 
-The volume is shown by ntfs-3g, the backup point by our own helper tool. In between an image is damaged and a helper
-killed; at the end nothing may be left: no process, mount, loop device or folder.
+The volume is shown by ntfs-3g, the backup point by our own helper tool. In between an image is damaged, a helper and a
+volume's process killed, and the window itself with all that serves a point; at the end nothing may be left: no process,
+mount, loop device or folder.
 """
 import argparse
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 
@@ -23,14 +25,33 @@ def inner(options):
                                   stderr=log)
         try:
             window.wait_for_name()
-            driven = subprocess.run([options.drive, "--open-with", work / "volume", "--archive",
-                                     work / "archives/Windows.rldbackup", "--pictures", work / "pictures"])
+            returncode = drive(options, "--open-with", work / "volume") or crash_and_start_again(options)
         finally:
             helper.terminate()
             helper.wait(10)
-    if driven.returncode != 0:
+    if returncode != 0:
         print((work / "helper.log").read_text(errors="replace"))
-    return driven.returncode
+    return returncode
+
+
+def drive(options, *journey):
+    work = options.work
+    return subprocess.run([options.drive, *journey, "--archive", work / "archives/Windows.rldbackup",
+                           "--pictures", work / "pictures"]).returncode
+
+
+def crash_and_start_again(options):
+    if drive(options, "--crash") != -signal.SIGKILL:
+        sys.exit("the program did not crash")
+    if not mounts(options.work):
+        sys.exit("the crash left no mount")
+    return drive(options, "--after-crash")
+
+
+def mounts(work):
+    """Of ours, also those that nobody serves any more."""
+    drives = str(work / "runtime/zpk/drives")
+    return [line for line in pathlib.Path("/proc/self/mounts").read_text().splitlines() if drives in line]
 
 
 def mount_volume(disk, work):
@@ -44,27 +65,29 @@ def mount_volume(disk, work):
     window.run("setsid", "-w", "ntfs-3g", "-o", "ro", image, work / "volume")
 
 
-def verify_nothing_is_left(work, loops):
+def verify_nothing_is_left(work):
     drives = work / "runtime/zpk/drives"
     if not drives.is_dir() or list(drives.iterdir()):
         sys.exit(f"{drives} is not there or not empty")
-    if str(drives) in pathlib.Path("/proc/self/mounts").read_text():
+    if mounts(work):
         sys.exit("a volume is still mounted")
-    for line in pathlib.Path("/proc").glob("[0-9]*/environ"):
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
         try:
-            if b"XDG_RUNTIME_DIR=" + os.fsencode(work / "runtime") + b"\0" not in line.read_bytes():
-                continue
-            command = (line.parent / "cmdline").read_bytes()
+            environment, command = (process / "environ").read_bytes(), (process / "cmdline").read_bytes()
         except OSError:
             continue
-        if b"qrx-helper" in command:
+        is_helper = b"qrx-helper" in command and os.fsencode(work / "runtime") + b"\0" in environment
+        is_unmounter = b"fusermount3" in command and os.fsencode(drives) in command
+        if is_helper or is_unmounter:
             sys.exit(f"{command} still runs")
-    if loop_devices() - loops:
-        sys.exit(f"loop devices are left: {loop_devices() - loops}")
+    if loop_devices(work):
+        sys.exit(f"loop devices are left: {loop_devices(work)}")
 
 
-def loop_devices():
-    return {device for device in pathlib.Path("/sys/block").glob("loop*") if (device / "loop").is_dir()}
+def loop_devices(work):
+    """Those of our files; other programs have some of their own."""
+    backing = (path.read_text() for path in pathlib.Path("/sys/block").glob("loop*/loop/backing_file"))
+    return [file for file in backing if str(work) in file]
 
 
 def main():
@@ -81,7 +104,6 @@ def main():
     window.run(options.make_disks, "--small", work / "made")
     shutil.move(work / "made/windows-pc.img", work / "disks/windows-pc.img")
     shutil.rmtree(work / "made")
-    loops = loop_devices()
     mount_volume(work / "disks/windows-pc.img", work)
     try:
         environment = dict(os.environ, ZPK_E2E_INNER="1", QT_QPA_PLATFORM="offscreen",
@@ -91,7 +113,7 @@ def main():
         window.run("umount", work / "volume")
     if outcome.returncode != 0:
         sys.exit(outcome.returncode)
-    verify_nothing_is_left(work, loops)
+    verify_nothing_is_left(work)
     shutil.rmtree(work)
 
 

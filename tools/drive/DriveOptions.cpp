@@ -8,12 +8,20 @@ namespace zpk {
 namespace {
 
 const QString kAllowed = QStringLiteral(
-    "allowed: --archive PATH --pictures DIR [--tour | --open-with FILES] [--input mouse|keyboard] [--system]");
+    "allowed: --archive PATH --pictures DIR [--tour | --open-with FILES | --crash | --after-crash] "
+    "[--input mouse|keyboard] [--system]");
 
 std::optional<InputKind> inputKind(const QString& name) {
   if (name == QStringLiteral("mouse")) return InputKind::mouse;
   if (name == QStringLiteral("keyboard")) return InputKind::keyboard;
   return std::nullopt;
+}
+
+Journey journeyOf(const QCommandLineParser& parser) {
+  if (parser.isSet(QStringLiteral("open-with"))) return Journey::opening;
+  if (parser.isSet(QStringLiteral("crash"))) return Journey::crash;
+  if (parser.isSet(QStringLiteral("after-crash"))) return Journey::afterCrash;
+  return parser.isSet(QStringLiteral("tour")) ? Journey::whole : Journey::backup;
 }
 
 std::nullopt_t refuse(QString& mistake, const QString& why) {
@@ -29,10 +37,12 @@ std::optional<DriveOptions> driveOptions(const QStringList& arguments, QString& 
   const QCommandLineOption pictures(QStringLiteral("pictures"), {}, path);
   const QCommandLineOption tour(QStringLiteral("tour"));
   const QCommandLineOption files(QStringLiteral("open-with"), {}, path);
+  const QCommandLineOption crash(QStringLiteral("crash"));
+  const QCommandLineOption afterCrash(QStringLiteral("after-crash"));
   const QCommandLineOption input(QStringLiteral("input"), {}, QStringLiteral("kind"), QStringLiteral("mouse"));
   const QCommandLineOption system(QStringLiteral("system"));
   QCommandLineParser parser;
-  parser.addOptions({archive, pictures, tour, files, input, system});
+  parser.addOptions({archive, pictures, tour, files, crash, afterCrash, input, system});
   if (!parser.parse(QStringList(QString()) + arguments)) return refuse(mistake, parser.errorText());
   if (!parser.positionalArguments().isEmpty()) {
     return refuse(mistake, QStringLiteral("unexpected “%1”").arg(parser.positionalArguments().front()));
@@ -44,7 +54,7 @@ std::optional<DriveOptions> driveOptions(const QStringList& arguments, QString& 
   if (!kind) return refuse(mistake, QStringLiteral("unknown input “%1”").arg(parser.value(input)));
   return DriveOptions{QDir().absoluteFilePath(parser.value(archive)),
                       QDir().absoluteFilePath(parser.value(pictures)),
-                      parser.isSet(tour),
+                      journeyOf(parser),
                       parser.value(files),
                       *kind,
                       parser.isSet(system)};

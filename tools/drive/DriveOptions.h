@@ -8,13 +8,15 @@
 
 namespace zpk {
 
-// What to drive: a backup to `archive`, or a tour with it, with pictures saved into the folder `pictures`.
+enum class Journey { backup, whole, opening, crash, afterCrash };
+
+// What to drive with the archive at `archive`; pictures are saved into the folder `pictures`.
 struct DriveOptions {
   QString archive;
   QString pictures;
-  bool wholeTour = false;
+  Journey journey = Journey::backup;
   // Where the volume of the disk that is backed up is mounted: the tour of opening compares with it. Empty for
-  // another.
+  // another journey.
   QString files;
   InputKind input = InputKind::mouse;
   bool systemBus = false;

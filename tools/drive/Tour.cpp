@@ -41,8 +41,28 @@ const std::vector<TourStep>& openingTour() {
       {"read its files", steps::readOpenFiles},
       {"close it", steps::closePoint},
       {"meet a damaged image", steps::meetDamagedImage},
+      {"open a point of two disks", steps::openTwoImages},
       {"lose an open backup point", steps::losePoint},
+      {"lose the volume of one", steps::loseVolume},
       {"quit with an open backup point", steps::quitWithOpenPoint},
+  };
+  return tour;
+}
+
+const std::vector<TourStep>& crashTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"crash with an open backup point", steps::crash},
+  };
+  return tour;
+}
+
+const std::vector<TourStep>& afterCrashTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"meet nothing of the crash", steps::meetNothingOfACrash},
+      {"open the backup point", steps::openPoint},
+      {"close it", steps::closePoint},
   };
   return tour;
 }

@@ -18,6 +18,9 @@ struct TourStep {
 const std::vector<TourStep>& wholeTour();
 // What becomes of backup points that are opened; the last step quits.
 const std::vector<TourStep>& openingTour();
+// A crash with a point open, which ends this program too, and the next start of it.
+const std::vector<TourStep>& crashTour();
+const std::vector<TourStep>& afterCrashTour();
 // The shortest way to a backup.
 const std::vector<TourStep>& backupTour();
 

@@ -38,7 +38,12 @@ QString openPoint(Stage& stage);
 QString readOpenFiles(Stage& stage);
 QString closePoint(Stage& stage);
 QString meetDamagedImage(Stage& stage);
+QString openTwoImages(Stage& stage);
 QString losePoint(Stage& stage);
+QString loseVolume(Stage& stage);
 QString quitWithOpenPoint(Stage& stage);
+// Ends the program, and what serves the open point, without a chance to clean up; does not return.
+QString crash(Stage& stage);
+QString meetNothingOfACrash(Stage& stage);
 
 }  // namespace zpk::steps

@@ -14,12 +14,11 @@ namespace {
 
 constexpr int kUsageMistake = 2;
 
-void print(const BackupFigures& figures, const QString& archive, const QStringList& pictures) {
+void print(const BackupFigures& figures, const QString& archive) {
   const double megabytes = static_cast<double>(figures.bytes) / 1e6;
   std::printf("disk      %s\n", qUtf8Printable(figures.disk));
   std::printf("archive   %s\n", qUtf8Printable(archive));
   std::printf("stored    %.1f MB in %.2f s, %.0f MB/s\n", megabytes, figures.seconds, megabytes / figures.seconds);
-  for (const QString& picture : pictures) std::printf("picture   %s\n", qUtf8Printable(picture));
 }
 
 // A home of its own beside the pictures, with no job launcher in it: the schedule of whoever takes the tour stays
@@ -35,9 +34,20 @@ InstalledPaths ownPaths(const DriveOptions& options) {
   return paths;
 }
 
-const std::vector<TourStep>& tourOf(const DriveOptions& options) {
-  if (!options.files.isEmpty()) return openingTour();
-  return options.wholeTour ? wholeTour() : backupTour();
+const std::vector<TourStep>& tourOf(Journey journey) {
+  switch (journey) {
+    case Journey::whole:
+      return wholeTour();
+    case Journey::opening:
+      return openingTour();
+    case Journey::crash:
+      return crashTour();
+    case Journey::afterCrash:
+      return afterCrashTour();
+    case Journey::backup:
+      break;
+  }
+  return backupTour();
 }
 
 int run(const DriveOptions& options) try {
@@ -47,8 +57,9 @@ int run(const DriveOptions& options) try {
   WindowDriver window(program, options.pictures);
   const auto hands = Hands::make(options.input);
   Stage stage{program, window, *hands, options.archive, options.files};
-  takeTour(tourOf(options), stage);
-  print(stage.figures, options.archive, window.pictures());
+  takeTour(tourOf(options.journey), stage);
+  if (stage.figures.seconds > 0) print(stage.figures, options.archive);
+  for (const QString& picture : window.pictures()) std::printf("picture   %s\n", qUtf8Printable(picture));
   return 0;
 } catch (const DriveFailed& failure) {
   std::fprintf(stderr, "zpk-drive: %s\n", failure.what());
