@@ -25,38 +25,6 @@ namespace {
 // What the reader of a file system may take, which is more than any honest one makes it take.
 constexpr rlim_t kMostMemory = rlim_t{4} << 30;
 
-void limitResources() {
-  const auto limit = [](__rlimit_resource resource, rlim_t most) {
-    const rlimit both{most, most};
-    ::setrlimit(resource, &both);
-  };
-  limit(RLIMIT_AS, kMostMemory);
-  limit(RLIMIT_CORE, 0);
-  limit(RLIMIT_FSIZE, 0);
-  limit(RLIMIT_NPROC, 0);
-}
-
-void dropCapabilities() {
-  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-  std::array<__user_cap_data_struct, 2> none{};
-  ::syscall(SYS_capset, &header, none.data());
-}
-
-// Every right to files that the first version of Landlock knows, and none of them granted anywhere.
-void forbidFiles() {
-  landlock_ruleset_attr rules = {};
-  rules.handled_access_fs =
-      LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_READ_FILE |
-      LANDLOCK_ACCESS_FS_READ_DIR | LANDLOCK_ACCESS_FS_REMOVE_DIR | LANDLOCK_ACCESS_FS_REMOVE_FILE |
-      LANDLOCK_ACCESS_FS_MAKE_CHAR | LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG |
-      LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_FIFO | LANDLOCK_ACCESS_FS_MAKE_BLOCK |
-      LANDLOCK_ACCESS_FS_MAKE_SYM;
-  const long ruleset = ::syscall(SYS_landlock_create_ruleset, &rules, sizeof rules, 0U);
-  if (ruleset < 0) return;
-  ::syscall(SYS_landlock_restrict_self, static_cast<int>(ruleset), 0U);
-  ::close(static_cast<int>(ruleset));
-}
-
 // A system call that stays, and what its argument has to be like.
 struct AllowedCall {
   enum class Argument { any, equals, hasNoneOf };
@@ -131,6 +99,40 @@ void allow(std::vector<sock_filter>& program, const AllowedCall& call) {
                   answer(SECCOMP_RET_ALLOW), answer(SECCOMP_RET_ERRNO | EPERM)});
 }
 
+}  // namespace
+
+void limitResources() {
+  const auto limit = [](__rlimit_resource resource, rlim_t most) {
+    const rlimit both{most, most};
+    ::setrlimit(resource, &both);
+  };
+  limit(RLIMIT_AS, kMostMemory);
+  limit(RLIMIT_CORE, 0);
+  limit(RLIMIT_FSIZE, 0);
+  limit(RLIMIT_NPROC, 0);
+}
+
+void dropCapabilities() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  std::array<__user_cap_data_struct, 2> none{};
+  ::syscall(SYS_capset, &header, none.data());
+}
+
+// Every right to files that the first version of Landlock knows, and none of them granted anywhere.
+void forbidFiles() {
+  landlock_ruleset_attr rules = {};
+  rules.handled_access_fs =
+      LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_READ_FILE |
+      LANDLOCK_ACCESS_FS_READ_DIR | LANDLOCK_ACCESS_FS_REMOVE_DIR | LANDLOCK_ACCESS_FS_REMOVE_FILE |
+      LANDLOCK_ACCESS_FS_MAKE_CHAR | LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG |
+      LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_FIFO | LANDLOCK_ACCESS_FS_MAKE_BLOCK |
+      LANDLOCK_ACCESS_FS_MAKE_SYM;
+  const long ruleset = ::syscall(SYS_landlock_create_ruleset, &rules, sizeof rules, 0U);
+  if (ruleset < 0) return;
+  ::syscall(SYS_landlock_restrict_self, static_cast<int>(ruleset), 0U);
+  ::close(static_cast<int>(ruleset));
+}
+
 void forbidSystemCalls() {
   std::vector<sock_filter> program{load(offsetof(seccomp_data, arch)), jump(BPF_JEQ, kArchitecture, 1, 0),
                                    answer(SECCOMP_RET_ERRNO | EPERM), load(offsetof(seccomp_data, nr))};
@@ -139,8 +141,6 @@ void forbidSystemCalls() {
   const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
   ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
 }
-
-}  // namespace
 
 void confineToOpenFiles() {
   limitResources();

@@ -14,4 +14,10 @@ namespace zpk {
 // For a process with one thread.
 void confineToOpenFiles();
 
+// The fences one by one. The two that forbid something need no_new_privs, or the right to do without.
+void limitResources();
+void dropCapabilities();
+void forbidFiles();        // Landlock
+void forbidSystemCalls();  // seccomp
+
 }  // namespace zpk

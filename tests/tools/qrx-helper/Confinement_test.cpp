@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/landlock.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -10,6 +11,7 @@
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,11 +29,12 @@ namespace {
 constexpr int kYes = 0;
 constexpr int kNo = 1;
 
-// Whether the answer of `attempt`, made by a confined process, was yes.
-bool confined(const std::function<bool()>& attempt) {
+// Whether the answer of `attempt`, made by a process behind `fence`, was yes.
+bool confined(const std::function<bool()>& attempt, void (*fence)() = confineToOpenFiles) {
   const pid_t child = ::fork();
   if (child == 0) {
-    confineToOpenFiles();
+    ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    fence();
     std::_Exit(attempt() ? kYes : kNo);
   }
   int status = 0;
@@ -124,6 +127,34 @@ TEST_F(Confinement, AnOpenFileCannotBeAskedForSignals) {
   const FileDescriptor open(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
   EXPECT_TRUE(confined([&] { return ::fcntl(open.get(), F_GETFD) == FD_CLOEXEC; }));
   EXPECT_TRUE(confined([&] { return refused(::fcntl(open.get(), F_SETOWN, ::getpid())); }));
+}
+
+TEST_F(Confinement, SeccompAloneKeepsFilesShut) {
+  EXPECT_TRUE(confined([&] { return refused(::open(file.c_str(), O_RDONLY)); }, forbidSystemCalls));
+}
+
+TEST_F(Confinement, LandlockAloneKeepsFilesShut) {
+  if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) < 1)
+    GTEST_SKIP() << "the kernel has no Landlock";
+  EXPECT_TRUE(confined([&] { return refused(::open(file.c_str(), O_RDONLY)); }, forbidFiles));
+  EXPECT_TRUE(confined([&] { return refused(::unlink(file.c_str())); }, forbidFiles));
+}
+
+TEST_F(Confinement, WithoutCapabilitiesAnotherUsersFileStaysShut) {
+  if (::geteuid() != 0) GTEST_SKIP() << "no root, no capabilities";
+  ASSERT_EQ(::chown(file.c_str(), 12345, 12345), 0);
+  EXPECT_TRUE(confined([&] { return refused(::open(file.c_str(), O_RDONLY)); }, dropCapabilities));
+}
+
+TEST_F(Confinement, LimitsAloneKeepMemoryAndFilesFromGrowing) {
+  EXPECT_TRUE(confined([] { return std::malloc(std::size_t{5} << 30) == nullptr; }, limitResources));
+  EXPECT_TRUE(confined(
+      [&] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const FileDescriptor open(::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        return ::write(open.get(), "more", 4) == -1 && errno == EFBIG;
+      },
+      limitResources));
 }
 
 TEST_F(Confinement, ItCannotBeTakenBack) {
