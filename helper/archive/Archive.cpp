@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "helper/archive/KeptFolders.h"
 #include "helper/archive/MergeOperation.h"
 
 namespace zpk {
@@ -108,8 +109,11 @@ ArchiveResult<Archive> Archive::create(const std::string& path, const Identity& 
   ArchiveResult<ArchiveLock> lock = ArchiveLock::take(archive._package);
   if (!lock) return lock.error();
   archive._lock.emplace(std::move(*lock));
-  archive._index = {randomId(),     identity.sourceDisk,   identity.sourceName,
-                    randomNumber(), identity.creationTime, {}};
+  archive._index.id = randomId();
+  archive._index.sourceDisk = identity.sourceDisk;
+  archive._index.sourceName = identity.sourceName;
+  archive._index.hashSeed = randomNumber();
+  archive._index.creationTime = identity.creationTime;
   const CancelFlag never;
   ArchiveResult<Done> step = syncFolder(*parent, never);
   if (step) step = saveAtomically(archive._package, indexName, textOf(archive._index));
@@ -158,6 +162,11 @@ ArchiveResult<Archive> Archive::openForWriting(const std::string& path, const Ca
   // Read first: what is no archive gets no lock file and loses nothing.
   ArchiveResult<Archive> archive = openForReading(path);
   if (!archive) return archive;
+  if (archive->_index.isLegacy) {
+    return ArchiveError{ArchiveFault::Refused,
+                        "The archive is of an older kind, which is only read. Choose another place for new backups",
+                        path, 0, 0};
+  }
   ArchiveResult<ArchiveLock> lock = ArchiveLock::take(archive->_package);
   if (!lock) return lock.error();
   archive->_lock.emplace(std::move(*lock));
@@ -166,6 +175,7 @@ ArchiveResult<Archive> Archive::openForWriting(const std::string& path, const Ca
   // Whoever wrote it may have been killed before it was durable, and what follows must not overtake it.
   if (step) step = syncFolder(archive->_package, {});
   if (step && archive->_index.merging) step = finishMerge(*archive, cancel);
+  if (step && !archive->_index.kept.empty()) step = archive->forgetUnusedFolders();
   if (step) step = archive->removeLeftovers();
   if (!step) return step.error();
   return archive;
@@ -175,10 +185,29 @@ ArchiveResult<Done> Archive::removeLeftovers() {
   const ArchiveResult<std::vector<std::string>> names = namesIn(_package);
   if (!names) return names.error();
   for (const std::string& name : *names) {
-    const bool isNamed = std::ranges::find(_index.points, name) != _index.points.end();
+    const bool isNamed = std::ranges::find(_index.points, name) != _index.points.end() ||
+                         std::ranges::find(_index.kept, name) != _index.kept.end();
     if (isPointFolderName(name) && !isNamed) removePointFolder(_package.fd.get(), name);
   }
   return Done{};
+}
+
+ArchiveResult<Done> Archive::forgetUnusedFolders() {
+  const std::set<std::string> used = keptFoldersInUse(*this);
+  if (used.size() == _index.kept.size()) return Done{};
+  ArchiveIndex next = _index;
+  std::erase_if(next.kept, [&](const std::string& name) { return !used.contains(name); });
+  return saveIndex(std::move(next));
+}
+
+void Archive::removeEmpty(Archive archive) {
+  assert(archive._lock);
+  if (!archive._index.points.empty() || !archive._index.kept.empty()) return;
+  // The lock's file last, so that nobody else gets hold of the archive before it is none; whoever has opened that
+  // file meanwhile finds that it has no name any more (ArchiveLock).
+  const int package = archive._package.fd.get();
+  if (::unlinkat(package, indexName, 0) == 0) ::unlinkat(package, ArchiveLock::fileName, 0);
+  ::rmdir(archive.path().c_str());
 }
 
 std::string Archive::pointIndexPath(std::size_t point) const {
@@ -252,6 +281,8 @@ ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index,
     next.sourceDisk = source->disk;
     next.sourceName = source->name;
   }
+  step = checkPlace();
+  if (!step) return step;
   step = saveAtomically(_package, indexName, textOf(next));
   if (!step && takesBackIndex()) return step;
   // Either the point is made, or the index may name it all the same: its folder stays, and the next opening
@@ -259,6 +290,15 @@ ArchiveResult<Done> Archive::commitPoint(PendingPoint point, PointIndex index,
   point._folder.reset();
   if (step) _index = std::move(next);
   return step;
+}
+
+ArchiveResult<Done> Archive::checkPlace() const {
+  struct stat open = {};
+  struct stat named = {};
+  const bool isThere = ::fstat(_package.fd.get(), &open) == 0 && ::stat(path().c_str(), &named) == 0 &&
+                       open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+  if (isThere) return Done{};
+  return writeError("The archive is not at its place any more", path(), 0, 0);
 }
 
 ArchiveResult<Done> Archive::saveIndex(ArchiveIndex next) {
@@ -275,6 +315,8 @@ ArchiveResult<Done> Archive::saveIndex(ArchiveIndex next) {
 ArchiveResult<Done> Archive::beginMerge(const PendingMerge& merge) {
   ArchiveIndex next = _index;
   next.merging = merge;
+  const ArchiveResult<Done> place = checkPlace();
+  if (!place) return place;
   return saveIndex(std::move(next));
 }
 
@@ -291,6 +333,17 @@ ArchiveResult<Done> Archive::endMerge() {
   next.merging.reset();
   ArchiveResult<Done> saved = saveIndex(std::move(next));
   if (saved) removePointFolder(_package.fd.get(), parent);
+  return saved;
+}
+
+ArchiveResult<Done> Archive::giveUpMerge(const ArchiveError& reason) {
+  const std::string parent = _index.merging.value().parent;
+  ArchiveIndex next = _index;
+  std::erase(next.points, parent);
+  next.kept.push_back(parent);
+  next.merging.reset();
+  ArchiveResult<Done> saved = saveIndex(std::move(next));
+  if (saved) _mergeGivenUp = reason;
   return saved;
 }
 

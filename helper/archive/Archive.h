@@ -67,8 +67,13 @@ class Archive {
   static ArchiveResult<Archive> openForReading(const std::string& path);
 
   // Also finishes a merge that was interrupted, and removes what a stopped run left: point folders that the index
-  // does not name. A raised `cancel` takes the merge back, or leaves it to the next opening.
+  // does not name. A raised `cancel` takes the merge back, or leaves it to the next opening. One that can never be
+  // finished, because what it needs is damaged, is given up; `whyMergeGivenUp` then has the reason.
+  // An archive of the older kind is Refused.
   static ArchiveResult<Archive> openForWriting(const std::string& path, const CancelFlag& cancel = {});
+
+  // Removes an archive without points, which is open for writing, and its folder when nothing else is in it.
+  static void removeEmpty(Archive archive);
 
   const std::string& path() const { return _package.path; }
   const ArchiveIndex& index() const { return _index; }
@@ -93,6 +98,9 @@ class Archive {
   ArchiveResult<Done> abandonMerge();
   // The parent is no point any more, and its folder goes.
   ArchiveResult<Done> endMerge();
+  // The parent is no point any more, but what builds on its images still needs them.
+  ArchiveResult<Done> giveUpMerge(const ArchiveError& reason);
+  const std::optional<ArchiveError>& whyMergeGivenUp() const { return _mergeGivenUp; }
   ArchiveResult<OpenFile> openPointFolder(std::size_t point) const;
   const OpenFile& package() const { return _package; }
 
@@ -110,13 +118,19 @@ class Archive {
   static ArchiveResult<Archive> open(const std::string& path);
   ArchiveResult<Done> readIndex();
   ArchiveResult<Done> removeLeftovers();
+  // Kept folders that nothing builds on any more.
+  ArchiveResult<Done> forgetUnusedFolders();
   ArchiveResult<Done> saveIndex(ArchiveIndex next);
+  // Whether what is open here is still what the archive's path leads to: a file system that is taken away while it
+  // is in use takes everything in silence and keeps nothing.
+  ArchiveResult<Done> checkPlace() const;
   // After a failed save of the index: whether the old one is in place for certain.
   bool takesBackIndex();
 
   OpenFile _package;
   std::optional<ArchiveLock> _lock;
   ArchiveIndex _index;
+  std::optional<ArchiveError> _mergeGivenUp;
 };
 
 }  // namespace zpk

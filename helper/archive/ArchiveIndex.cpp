@@ -63,6 +63,8 @@ std::string textOf(const ArchiveIndex& index) {
     object["merging"] = {
         {"parent", index.merging->parent}, {"child", index.merging->child}, {"tables", index.merging->tables}};
   }
+  if (!index.kept.empty()) object["kept"] = index.kept;
+  if (index.isLegacy) object["legacy"] = true;
   return jsonText(object);
 }
 
@@ -76,6 +78,8 @@ ArchiveResult<ArchiveIndex> parseArchiveIndex(const std::string& text, const std
   if (fields.number("version") > archiveFormatVersion) {
     return ArchiveError{ArchiveFault::NewerFormat, "The archive was made by a newer version", path, 0, 0};
   }
+  const ArchiveResult<Done> whole = JsonFields::checkDigest(*object, path);
+  if (!whole) return whole.error();
   ArchiveIndex index;
   index.id = fields.hexadecimal("id", idDigits);
   index.sourceDisk = fields.text("sourceDisk");
@@ -83,12 +87,17 @@ ArchiveResult<ArchiveIndex> parseArchiveIndex(const std::string& text, const std
   index.hashSeed = std::strtoull(fields.hexadecimal("hashSeed", 16).c_str(), nullptr, 16);
   index.creationTime = fields.signedNumber("creationTime");
   std::set<std::string> seen;
-  for (const json& point : fields.array("points", mostPoints)) {
-    const bool valid = point.is_string() && isPointFolderName(point.get_ref<const std::string&>()) &&
-                       seen.insert(point.get<std::string>()).second;
-    if (!valid) fields.fail("points");
-    if (valid) index.points.push_back(point.get<std::string>());
-  }
+  const auto takeFolders = [&](const char* key, std::vector<std::string>& folders) {
+    for (const json& point : fields.array(key, mostPoints)) {
+      const bool valid = point.is_string() && isPointFolderName(point.get_ref<const std::string&>()) &&
+                         seen.insert(point.get<std::string>()).second;
+      if (!valid) fields.fail(key);
+      if (valid) folders.push_back(point.get<std::string>());
+    }
+  };
+  takeFolders("points", index.points);
+  if (object->contains("kept")) takeFolders("kept", index.kept);
+  if (object->contains("legacy")) index.isLegacy = fields.flag("legacy");
   if (const auto merging = object->find("merging"); merging != object->end()) {
     index.merging = mergeOf(*merging, index.points);
     if (!index.merging) fields.fail("merging");

@@ -29,6 +29,11 @@ struct ArchiveIndex {
   std::int64_t creationTime = 0;    // Seconds since 1970, UTC.
   std::vector<std::string> points;  // Folders of the points, oldest first.
   std::optional<PendingMerge> merging{};
+  // Folders of points that are given up, but whose images later points still build on: their merge came upon damage
+  // and could not be finished.
+  std::vector<std::string> kept{};
+  // Of the older kind: it is read, and never written.
+  bool isLegacy = false;
 
   bool operator==(const ArchiveIndex&) const = default;
 };

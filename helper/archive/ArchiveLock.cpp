@@ -7,8 +7,10 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace zpk {
 namespace {
@@ -65,6 +67,20 @@ ArchiveError lockedError(const OpenFile& file, const LockOwner& owner) {
   return {ArchiveFault::Locked, "Another program is writing this archive" + who, file.path, 0, 0};
 }
 
+// What a killed owner had started may hold the lock for a moment longer, until it is something else or dead as
+// well.
+int lock(const OpenFile& file) {
+  constexpr auto pause = std::chrono::milliseconds(20);
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    const int error = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+    if (error != EWOULDBLOCK) return error;
+    const LockOwner owner = readOwner(file);
+    if (owner.process == 0 || owner.boot != bootOfMachine() || isAlive(owner)) return error;
+    std::this_thread::sleep_for(pause);
+  }
+  return EWOULDBLOCK;
+}
+
 ArchiveResult<Done> writeOwner(const OpenFile& file) {
   const LockOwner owner = ourselves();
   const std::string text = std::to_string(owner.process) + " " + owner.startTime + " " + owner.boot + "\n";
@@ -87,10 +103,15 @@ ArchiveResult<ArchiveLock> ArchiveLock::take(const OpenFile& package) {
   if (!S_ISREG(status.st_mode) || status.st_nlink > 1) {
     return damagedError("The archive's lock is not a file of its own", file.path);
   }
-  const int notLocked = ::flock(file.fd.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+  const int notLocked = lock(file);
   if (notLocked != 0) {
     const LockOwner owner = readOwner(file);
     if (notLocked == EWOULDBLOCK || isAlive(owner)) return lockedError(file, owner);
+  }
+  // Whoever removed an empty archive held the lock of a file that has no name any more.
+  struct stat named = {};
+  if (::fstatat(package.fd.get(), fileName, &named, AT_SYMLINK_NOFOLLOW) != 0 || named.st_ino != status.st_ino) {
+    return lockedError(file, {});
   }
   const ArchiveResult<Done> written = writeOwner(file);
   if (!written) return written.error();

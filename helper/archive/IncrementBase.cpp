@@ -26,6 +26,18 @@ std::string unusable(const ArchiveError& error) {
   return "the last backup point cannot be built on (" + error.text() + ")";
 }
 
+// Whether a point that this one takes content from is known to be damaged.
+bool buildsOnDamage(const Archive& archive, const PointIndex& point) {
+  std::string wanted = point.parent;
+  for (std::size_t i = archive.index().points.size(); i-- > 0 && !wanted.empty();) {
+    const ArchiveResult<PointIndex> index = archive.readPoint(i);
+    if (!index || index->id != wanted) continue;
+    if (index->check && index->check->isDamaged) return true;
+    wanted = index->parent;
+  }
+  return false;
+}
+
 // The parent's map of one disk, when it and the images that the parent builds on are what they have to be.
 Expected<std::unique_ptr<ParentHashes>, std::string> hashesOf(const Archive& archive, std::size_t disk,
                                                               const StoredDisk& stored, const SourcePlan& plan) {
@@ -58,6 +70,7 @@ Expected<IncrementBase, std::string> findIncrementBase(const Archive& archive,
   const ArchiveResult<PointIndex> point = archive.readPoint(newest);
   if (!point) return unusable(point.error());
   if (point->check && point->check->isDamaged) return std::string("the last backup point is damaged");
+  if (buildsOnDamage(archive, *point)) return std::string("a backup point that the last one builds on is damaged");
   if (point->disks.size() != plans.size()) return std::string("other disks are backed up than before");
   IncrementBase base;
   base.parent = point->id;

@@ -1,5 +1,7 @@
 #include "helper/archive/JsonFields.h"
 
+#include <xxhash.h>
+
 #include <algorithm>
 #include <limits>
 
@@ -29,6 +31,22 @@ bool nestsTooDeeply(std::string_view text) {
   return false;
 }
 
+constexpr const char* digestKey = "digest";
+
+// XXH3-128 of the object as text without blanks, its keys sorted.
+std::string digestOf(const nlohmann::json& object) {
+  const std::string text = object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  XXH128_canonical_t canonical;
+  XXH128_canonicalFromHash(&canonical, XXH3_128bits(text.data(), text.size()));
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string digest;
+  for (const unsigned char byte : canonical.digest) {
+    digest += digits[byte >> 4U];
+    digest += digits[byte & 15U];
+  }
+  return digest;
+}
+
 const nlohmann::json& emptyArray() {
   static const nlohmann::json empty = nlohmann::json::array();
   return empty;
@@ -41,6 +59,15 @@ ArchiveResult<nlohmann::json> JsonFields::parse(const std::string& text, const s
   nlohmann::json object = nlohmann::json::parse(text, nullptr, false);
   if (!object.is_object()) return damagedError("The file is not readable as JSON", path);
   return object;
+}
+
+ArchiveResult<Done> JsonFields::checkDigest(const nlohmann::json& object, const std::string& path) {
+  const auto digest = object.find(digestKey);
+  if (digest == object.end()) return Done{};
+  nlohmann::json content = object;
+  content.erase(digestKey);
+  if (*digest == digestOf(content)) return Done{};
+  return damagedError("The file has been damaged: it is not what was written", path);
 }
 
 const nlohmann::json* JsonFields::find(const char* key) {
@@ -109,7 +136,9 @@ const nlohmann::json& JsonFields::array(const char* key, std::size_t limit) {
 }
 
 std::string jsonText(const nlohmann::json& object) {
-  return object.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+  nlohmann::json sealed = object;
+  sealed[digestKey] = digestOf(object);
+  return sealed.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace zpk

@@ -17,6 +17,10 @@ class JsonFields {
   // A whole file; anything but one object is Damaged.
   static ArchiveResult<nlohmann::json> parse(const std::string& text, const std::string& path);
 
+  // Whether a file that `jsonText` wrote says what it said then. One without a digest was written by hand, or by an
+  // earlier version, and is taken as it is.
+  static ArchiveResult<Done> checkDigest(const nlohmann::json& object, const std::string& path);
+
   // `object` outlives this. The first failure is kept and asked for at the end, so that a record reads as a list.
   explicit JsonFields(const nlohmann::json& object) : _object(object) {}
 
@@ -43,7 +47,8 @@ class JsonFields {
   std::string _failed;
 };
 
-// For writing: two blanks of indentation, text that is not valid UTF-8 made valid, a line end at the end.
+// For writing: two blanks of indentation, text that is not valid UTF-8 made valid, a line end at the end. A
+// "digest" is added, so that a bit that the medium loses is noticed also where the text stays readable.
 std::string jsonText(const nlohmann::json& object);
 
 }  // namespace zpk

@@ -1,7 +1,9 @@
 #include "helper/archive/MergeOperation.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <ctime>
 #include <optional>
 
 #include "helper/archive/ImageFileUse.h"
@@ -64,12 +66,13 @@ class Merge {
   }
 
   ArchiveResult<Done> readPoints() {
-    ArchiveResult<PointIndex> child = _archive.readPoint(_childPlace);
-    if (!child) return child.error();
-    _child = std::move(*child);
+    // The parent first: it alone tells whether anything was done to it.
     ArchiveResult<PointIndex> parent = _archive.readPoint(_childPlace - 1);
     if (!parent) return parent.error();
     _parent = std::move(*parent);
+    ArchiveResult<PointIndex> child = _archive.readPoint(_childPlace);
+    if (!child) return child.error();
+    _child = std::move(*child);
     return Done{};
   }
 
@@ -219,9 +222,12 @@ class Merge {
   ArchiveResult<Done> moveImages() {
     const ArchiveResult<OpenFile> from = _archive.openPointFolder(_childPlace - 1);
     const ArchiveResult<OpenFile> to = _archive.openPointFolder(_childPlace);
-    if (!from) return from.error();
     if (!to) return to.error();
     const CancelFlag never;
+    // Somebody removed the folder that nobody needs any more.
+    const bool isGone = !from && from.error().errorNumber == ENOENT && _images.empty();
+    if (isGone) return syncFolder(*to, never);
+    if (!from) return from.error();
     ArchiveResult<Done> step = Done{};
     for (ImageMerge& image : _images) {
       image.giveBack();
@@ -253,6 +259,22 @@ class Merge {
   bool _moved = false;
 };
 
+// An error that the next attempt would meet again.
+bool isLasting(const ArchiveError& error) {
+  if (error.fault == ArchiveFault::Damaged || error.fault == ArchiveFault::NewerFormat) return true;
+  if (error.fault != ArchiveFault::ReadFailed) return false;
+  constexpr std::array missingOrBad = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, EIO, ENODATA, EREMOTEIO, EILSEQ, EBADMSG};
+  return std::ranges::find(missingOrBad, error.errorNumber) != missingOrBad.end();
+}
+
+// Nothing is to be built on it any more. Where its index is what is damaged, that says enough.
+void noteDamage(Archive& archive, std::size_t point) {
+  ArchiveResult<PointIndex> index = archive.readPoint(point);
+  if (!index) return;
+  index->check = LastCheck{static_cast<std::int64_t>(std::time(nullptr)), true};
+  (void)archive.savePoint(point, *index);
+}
+
 }  // namespace
 
 ArchiveResult<Done> mergeIntoParent(Archive& archive, std::size_t child, const MergeProgress& progress,
@@ -265,13 +287,17 @@ ArchiveResult<Done> mergeIntoParent(Archive& archive, std::size_t child, const M
 
 ArchiveResult<Done> finishMerge(Archive& archive, const CancelFlag& cancel) {
   const auto& points = archive.index().points;
-  const auto child = std::ranges::find(points, archive.index().merging.value().child);
+  const auto child =
+      static_cast<std::size_t>(std::ranges::find(points, archive.index().merging.value().child) - points.begin());
   const MergeProgress nobody = [](std::uint64_t, std::uint64_t) {};
-  ArchiveResult<Done> done =
-      Merge(archive, static_cast<std::size_t>(child - points.begin()), nobody, cancel).goOn();
+  const ArchiveResult<Done> done = Merge(archive, child, nobody, cancel).goOn();
   // Taken back: the archive is as it was before the merge.
-  if (!done && !archive.index().merging) return Done{};
-  return done;
+  if (done || !archive.index().merging) return Done{};
+  if (!isLasting(done.error())) return done;
+  // Both images read as the child where they are whole, the one that was switched over and the other: so they can
+  // stay where they are.
+  noteDamage(archive, child);
+  return archive.giveUpMerge(done.error());
 }
 
 }  // namespace zpk

@@ -32,7 +32,9 @@ ArchiveResult<Done> mergeIntoParent(Archive& archive, std::size_t child, const M
                                     const CancelFlag& cancel);
 
 // Goes on with the merge that the archive's index says was begun. Where no image was switched over yet, a failure
-// takes the merge back instead.
+// takes the merge back instead. From there on one that time does not heal, such as damage, gives the merge up:
+// every image stays where it is, so that what is whole reads as before, the child is noted to be damaged, and the
+// parent's folder is kept for as long as something builds on it.
 ArchiveResult<Done> finishMerge(Archive& archive, const CancelFlag& cancel);
 
 }  // namespace zpk

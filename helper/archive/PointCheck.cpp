@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "helper/archive/ChunkMap.h"
 #include "helper/archive/Qcow2Reader.h"
@@ -12,10 +13,25 @@ namespace {
 
 constexpr std::uint64_t chunksEachReport = 64;
 
+// The map of the same disk in the point that this one builds on; nothing when there is none that can be read.
+std::optional<ChunkMapReader> parentMapOf(const Archive& archive, const PointIndex& point, std::size_t disk) {
+  for (std::size_t i = 0; i < archive.index().points.size() && !point.parent.empty(); ++i) {
+    const ArchiveResult<PointIndex> parent = archive.readPoint(i);
+    if (!parent || parent->id != point.parent || disk >= parent->disks.size()) continue;
+    ArchiveResult<OpenFile> file = archive.openPointFile(i, parent->disks[disk].map);
+    if (!file) return std::nullopt;
+    ArchiveResult<ChunkMapReader> map = ChunkMapReader::open(std::move(*file));
+    if (map) return std::move(*map);
+  }
+  return std::nullopt;
+}
+
 // One image and the map that names its content.
 class ImageCheck {
  public:
-  static ArchiveResult<ImageCheck> open(const Archive& archive, std::size_t point, const StoredDisk& disk) {
+  static ArchiveResult<ImageCheck> open(const Archive& archive, std::size_t point, const PointIndex& index,
+                                        std::size_t place) {
+    const StoredDisk& disk = index.disks[place];
     ArchiveResult<OpenFile> image = archive.openPointFile(point, disk.image);
     if (!image) return image.error();
     std::string path = image->path;
@@ -29,7 +45,9 @@ class ImageCheck {
     if (hashes->chunkSize() != reader->clusterSize()) {
       return damagedError("The image and the hash map do not belong together", path);
     }
-    return ImageCheck(std::move(path), std::move(*reader), std::move(*hashes));
+    ImageCheck check(std::move(path), std::move(*reader), std::move(*hashes));
+    check._parentMap = parentMapOf(archive, index, place);
+    return check;
   }
 
   ArchiveResult<Done> run(PointCheck& check, const CheckProgress& progress, const CancelFlag& cancel) {
@@ -51,21 +69,39 @@ class ImageCheck {
   ImageCheck(std::string path, Qcow2Reader image, ChunkMapReader map)
       : _path(std::move(path)), _image(std::move(image)), _map(std::move(map)) {}
 
-  // What the image holds; of an image that builds on nothing also what it should hold.
+  // What the image holds, and what it should hold.
   ArchiveResult<std::optional<std::uint64_t>> nextChunk(std::uint64_t from) {
     const ArchiveResult<std::optional<std::uint64_t>> held = _image.nextPresent(from);
-    if (held && !_image.backingFile().empty()) return held;
+    const std::optional<std::uint64_t> wanted = nextWanted(from, held ? *held : std::nullopt);
     // A table that cannot be read hides what the image holds; what the map has there is then found to be lost.
-    const std::optional<std::uint64_t> wanted = _map.nextChunk(from);
     if (!held) return wanted;
     if (!*held || !wanted) return *held ? *held : wanted;
     return std::optional(std::min(**held, *wanted));
+  }
+
+  // The first chunk, before `limit`, that the image has to hold: all content, or what differs from the parent's.
+  std::optional<std::uint64_t> nextWanted(std::uint64_t from, std::optional<std::uint64_t> limit) {
+    if (_image.backingFile().empty()) return _map.nextChunk(from);
+    for (std::uint64_t next = from; _parentMap;) {
+      const std::optional<std::uint64_t> own = _map.nextChunk(next);
+      const std::optional<std::uint64_t> parents = _parentMap->nextChunk(next);
+      if (!own && !parents) break;
+      const std::uint64_t chunk = std::min(own.value_or(UINT64_MAX), parents.value_or(UINT64_MAX));
+      if (limit && chunk >= *limit) break;
+      const ArchiveResult<std::optional<ChunkHash>> hash = _map.hashOf(chunk);
+      const ArchiveResult<std::optional<ChunkHash>> parentHash = _parentMap->hashOf(chunk);
+      if (!hash || (parentHash && *hash != *parentHash)) return chunk;
+      next = chunk + 1;
+    }
+    return std::nullopt;
   }
 
   bool isSound(std::uint64_t chunk, std::span<std::byte> content) {
     const ArchiveResult<std::optional<ChunkHash>> hash = _map.hashOf(chunk);
     const ArchiveResult<ClusterKind> read = _image.read(chunk, content);
     if (!hash || !read) return false;
+    // The parent's content would be taken for the point's.
+    if (*read == ClusterKind::Absent && !_image.backingFile().empty()) return false;
     if (!*hash) return *read == ClusterKind::Zeros || isAllZero(content);
     return *read != ClusterKind::Absent && hashOfChunk(content, _map.seed()) == **hash;
   }
@@ -83,6 +119,7 @@ class ImageCheck {
   std::string _path;
   Qcow2Reader _image;
   ChunkMapReader _map;
+  std::optional<ChunkMapReader> _parentMap;
 };
 
 }  // namespace
@@ -92,8 +129,8 @@ ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t poi
   const ArchiveResult<PointIndex> index = archive.readPoint(point);
   if (!index) return index.error();
   PointCheck check;
-  for (const StoredDisk& disk : index->disks) {
-    ArchiveResult<ImageCheck> image = ImageCheck::open(archive, point, disk);
+  for (std::size_t disk = 0; disk < index->disks.size(); ++disk) {
+    ArchiveResult<ImageCheck> image = ImageCheck::open(archive, point, *index, disk);
     if (!image) return image.error();
     const ArchiveResult<Done> step = image->run(check, progress, cancel);
     if (!step) return step.error();

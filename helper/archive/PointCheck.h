@@ -24,8 +24,8 @@ struct PointCheck {
 using CheckProgress = std::function<void(std::uint64_t doneBytes)>;
 
 // Reads back what the point's own images hold and compares it with the point's hashes: the content that a backup
-// has just written, of a full point all of it. What the page cache knows is dropped first, so that the medium
-// answers.
+// has just written, of a full point all of it. That an increment holds what it should is seen from the parent's
+// hashes. What the page cache knows is dropped first, so that the medium answers.
 //
 // A damaged range is a result; an error is what keeps the check from going on: no map, no image, a raised `cancel`.
 ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t point, const CheckProgress& progress,

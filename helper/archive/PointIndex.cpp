@@ -209,6 +209,8 @@ ArchiveResult<PointIndex> parsePointIndex(const std::string& text, const std::st
   if (version > archiveFormatVersion) {
     return ArchiveError{ArchiveFault::NewerFormat, "The backup point was made by a newer version", path, 0, 0};
   }
+  const ArchiveResult<Done> whole = JsonFields::checkDigest(*object, path);
+  if (!whole) return whole.error();
   std::string failed;
   PointIndex index;
   index.id = fields.hexadecimal("id", idDigits);

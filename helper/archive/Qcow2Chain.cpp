@@ -16,7 +16,7 @@ ArchiveResult<Qcow2Chain> Qcow2Chain::open(const Archive& archive, std::size_t p
   ArchiveResult<Done> step = chain.add(std::move(*file));
   while (step && !chain._images.back().backingFile().empty()) {
     // Images that build on each other in a circle would never end.
-    if (chain.length() > archive.index().points.size()) {
+    if (chain.length() > archive.index().points.size() + archive.index().kept.size()) {
       return damagedError("The images of the archive build on each other in a circle",
                           archive.pointIndexPath(point));
     }

@@ -116,18 +116,29 @@ std::shared_ptr<const RLDArchiveItem> itemRecord(const PointIndex& point, std::s
   return std::make_shared<const RLDArchiveItem>(std::move(fields));
 }
 
+std::shared_ptr<const RLDArchiveItem> damagedItemRecord(std::size_t index, const std::string& indexPath) {
+  RLDArchiveItem::Fields fields;
+  fields.arcIndex = static_cast<std::uint32_t>(index);
+  fields.disks.emplace();
+  fields.indexFilePath = indexPath;
+  fields.name = "Damaged";
+  return std::make_shared<const RLDArchiveItem>(std::move(fields));
+}
+
 }  // namespace
 
-ArchiveResult<std::shared_ptr<const RLDArchive>> archiveRecord(const Archive& archive) {
+std::shared_ptr<const RLDArchive> archiveRecord(const Archive& archive) {
   RecordList<RLDArchiveItem> items;
   for (std::size_t i = 0; i < archive.index().points.size(); ++i) {
     const ArchiveResult<PointIndex> point = archive.readPoint(i);
-    if (!point) return point.error();
-    items.push_back(itemRecord(*point, i, archive.pointIndexPath(i)));
+    // One that is damaged hides no other.
+    if (!point) items.push_back(damagedItemRecord(i, archive.pointIndexPath(i)));
+    if (point) items.push_back(itemRecord(*point, i, archive.pointIndexPath(i)));
   }
   RLDArchive::Fields fields;
   fields.items = std::move(items);
   fields.indexFilePath = archive.path() + "/" + Archive::indexName;
+  fields.isLegacy = archive.index().isLegacy;
   return std::make_shared<const RLDArchive>(std::move(fields));
 }
 

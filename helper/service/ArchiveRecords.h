@@ -12,8 +12,9 @@ namespace zpk {
 // Between what an archive stores and the records that the front end knows.
 
 // The archive with all its points, oldest first. Of a stored disk the record has the partitions that the point
-// holds, which is what a restore brings back.
-ArchiveResult<std::shared_ptr<const RLDArchive>> archiveRecord(const Archive& archive);
+// holds, which is what a restore brings back. A point whose index cannot be read has no date and no disks, and is
+// called "Damaged".
+std::shared_ptr<const RLDArchive> archiveRecord(const Archive& archive);
 
 // A disk as a backup point describes it. Its Windows side is to be stored: the partitions of Microsoft's types.
 StoredDisk storedDisk(const ZPKDisk& disk);

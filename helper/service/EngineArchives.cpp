@@ -80,10 +80,7 @@ class Run {
     if (!archive) return failed(archive.error());
     const ArchiveResult<MadePoint> point = makePoint(*archive);
     if (!point) {
-      // The archive is given back before its folder can go.
-      const bool isEmpty = archive->index().points.empty();
-      { const Archive closed = std::move(*archive); }
-      if (isEmpty) removeEmpty();
+      Archive::removeEmpty(std::move(*archive));
       return failed(point.error());
     }
     if (std::optional<OperationFailed> damage = readBack(*archive)) return *damage;
@@ -104,8 +101,7 @@ class Run {
     if (archive) {
       if (!archive->index().points.empty()) return archive;
       // Left by a backup that was cut off; it may bear another disk's name.
-      { const Archive closed = std::move(*archive); }
-      removeEmpty();
+      Archive::removeEmpty(std::move(*archive));
     } else if (!isFault(archive.error(), ArchiveFault::NotFound) && !isFreeFolder(_order.archivePath)) {
       return archive;
     }
@@ -151,16 +147,6 @@ class Run {
                            "). The drive with the archive may be failing. Check it and back up again."};
   }
 
-  // An archive without a point is as good as none. Only its own two files are removed, so that anything else that
-  // somebody put there keeps the folder.
-  void removeEmpty() {
-    std::error_code ignored;
-    const fs::path folder(_order.archivePath);
-    fs::remove(folder / Archive::indexName, ignored);
-    fs::remove(folder / ArchiveLock::fileName, ignored);
-    fs::remove(folder, ignored);
-  }
-
   OperationOutcome failed(const ArchiveError& error) {
     if (isFault(error, ArchiveFault::Cancelled)) {
       _board.line("Stopped; the archive is as it was");
@@ -197,9 +183,7 @@ ArchiveView EngineArchives::look(const std::string& archivePath, ArchiveUser use
     if (isFault(archive.error(), ArchiveFault::NotAnArchive) && isFreeFolder(archivePath)) return NoArchiveYet{};
     return UnreadableArchive{sentenceOf(archive.error())};
   }
-  ArchiveResult<std::shared_ptr<const RLDArchive>> record = archiveRecord(*archive);
-  if (!record) return UnreadableArchive{sentenceOf(record.error())};
-  return PresentArchive{std::move(*record), archive->index().sourceDisk};
+  return PresentArchive{archiveRecord(*archive), archive->index().sourceDisk};
 }
 
 OperationOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {

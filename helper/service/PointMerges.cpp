@@ -12,24 +12,25 @@ namespace {
 // How many increments there are, and the one to merge first.
 struct Increments {
   std::uint64_t count = 0;
-  std::optional<std::size_t> oldest;  // Whose parent is not pinned.
+  std::optional<std::size_t> oldest;  // Whose parent is neither pinned nor damaged.
   std::int64_t oldestTime = 0;
 };
 
-ArchiveResult<Increments> incrementsOf(const Archive& archive) {
+Increments incrementsOf(const Archive& archive) {
   Increments found;
-  bool isParentPinned = false;
+  std::string mergeable;  // Id of the point before, when it may be given up.
   for (std::size_t i = 0; i < archive.index().points.size(); ++i) {
     const ArchiveResult<PointIndex> point = archive.readPoint(i);
-    if (!point) return point.error();
-    if (point->kind == PointKind::Increment) {
+    if (point && point->kind == PointKind::Increment) {
       ++found.count;
-      if (!found.oldest && !isParentPinned) {
+      if (!found.oldest && !mergeable.empty() && point->parent == mergeable) {
         found.oldest = i;
         found.oldestTime = point->creationTime;
       }
     }
-    isParentPinned = point->isPinned;
+    // What is damaged is neither given up nor given another's content.
+    const bool isSound = point && !(point->check && point->check->isDamaged);
+    mergeable = isSound && !point->isPinned ? point->id : std::string();
   }
   return found;
 }
@@ -43,7 +44,12 @@ std::string countText(std::uint64_t count) {
 ArchiveResult<Archive> openForOperation(const std::string& path, OperationBoard& board, const CancelFlag& cancel) {
   const ArchiveResult<Archive> reader = Archive::openForReading(path);
   if (reader && reader->index().merging) board.line("Finishing a merge that was interrupted");
-  return Archive::openForWriting(path, cancel);
+  ArchiveResult<Archive> archive = Archive::openForWriting(path, cancel);
+  if (archive && archive->whyMergeGivenUp()) {
+    board.line("The interrupted merge is given up, as it met damage: " + archive->whyMergeGivenUp()->text());
+    board.line("What of the backup points is whole can be restored; the next backup is a full one");
+  }
+  return archive;
 }
 
 OperationOutcome runMerge(Archive& archive, std::size_t point, OperationBoard& board, const CancelFlag& cancel) {
@@ -73,16 +79,16 @@ OperationOutcome runMerge(Archive& archive, std::size_t point, OperationBoard& b
 
 void keepToLimit(Archive& archive, std::uint64_t mostIncrements, OperationBoard& board, const CancelFlag& cancel) {
   for (;;) {
-    const ArchiveResult<Increments> increments = incrementsOf(archive);
-    if (!increments) return board.line("No backup point was merged: " + increments.error().text());
-    if (increments->count <= mostIncrements) return;
+    const Increments increments = incrementsOf(archive);
+    if (increments.count <= mostIncrements) return;
     const std::string excess =
-        countText(increments->count) + ", " + std::to_string(mostIncrements) + " are to be kept";
-    if (!increments->oldest) return board.line("There are " + excess + ", but what they build on is pinned");
-    board.line("There are " + excess + ": the oldest that may be, of " + momentText(increments->oldestTime) +
+        countText(increments.count) + ", " + std::to_string(mostIncrements) + " are to be kept";
+    if (!increments.oldest)
+      return board.line("There are " + excess + ", but what they build on is pinned or damaged");
+    board.line("There are " + excess + ": the oldest that may be, of " + momentText(increments.oldestTime) +
                ", is merged into the one before it");
     const ArchiveResult<Done> merged = mergeIntoParent(
-        archive, *increments->oldest, [](std::uint64_t, std::uint64_t) {}, cancel);
+        archive, *increments.oldest, [](std::uint64_t, std::uint64_t) {}, cancel);
     if (!merged) return board.line("It was not merged: " + merged.error().text());
   }
 }

@@ -14,6 +14,8 @@ namespace zpk {
 namespace {
 
 using test::ScratchFolder;
+using testing::ElementsAre;
+using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 class ArchiveFolder : public testing::Test {
@@ -185,6 +187,68 @@ TEST_F(ArchiveFolder, WhatIsNoArchiveIsToldApart) {
   EXPECT_EQ(faultOfReading(), ArchiveFault::Damaged);
 }
 
+TEST_F(ArchiveFolder, OneOfTheOlderKindIsReadAndNeverWritten) {
+  {
+    Archive archive = create();
+    addPoint(archive, "one");
+  }
+  ArchiveIndex index = Archive::openForReading(path())->index();
+  index.isLegacy = true;
+  test::writeAll(indexPath(), textOf(index));
+  const auto before = names();
+  const ArchiveResult<Archive> reader = Archive::openForReading(path());
+  ASSERT_TRUE(reader.hasValue()) << reader.error().text();
+  EXPECT_TRUE(reader->index().isLegacy);
+  EXPECT_EQ(reader->readPoint(0)->label, "one");
+  const ArchiveResult<Archive> writer = Archive::openForWriting(path());
+  ASSERT_FALSE(writer.hasValue());
+  EXPECT_EQ(writer.error().fault, ArchiveFault::Refused);
+  EXPECT_EQ(names(), before);
+}
+
+TEST_F(ArchiveFolder, AFolderThatIsKeptGoesOnceNothingBuildsOnIt) {
+  {
+    Archive archive = create();
+    addPoint(archive, "one");
+  }
+  ArchiveIndex index = Archive::openForReading(path())->index();
+  index.kept = {"p0001-0123abcd"};
+  fs::create_directory(path() + "/p0001-0123abcd");
+  test::writeAll(indexPath(), textOf(index));
+  const ArchiveResult<Archive> writer = Archive::openForWriting(path());
+  ASSERT_TRUE(writer.hasValue()) << writer.error().text();
+  EXPECT_TRUE(writer->index().kept.empty());
+  EXPECT_FALSE(fs::exists(path() + "/p0001-0123abcd"));
+  EXPECT_EQ(Archive::openForReading(path())->index(), writer->index());
+}
+
+TEST_F(ArchiveFolder, AnEmptyOneIsRemovedWithAllThatIsItsOwn) {
+  Archive::removeEmpty(create());
+  EXPECT_FALSE(fs::exists(path()));
+  Archive again = create();
+  test::writeAll(path() + "/mine.txt", "mine");
+  Archive::removeEmpty(std::move(again));
+  EXPECT_THAT(names(), ElementsAre("mine.txt"));
+}
+
+TEST_F(ArchiveFolder, OneWithAPointIsNotRemoved) {
+  Archive archive = create();
+  addPoint(archive, "one");
+  Archive::removeEmpty(std::move(archive));
+  EXPECT_EQ(Archive::openForReading(path())->index().points.size(), 1U);
+}
+
+TEST_F(ArchiveFolder, APointIsNotMadeInAnArchiveThatWasMovedAway) {
+  Archive archive = create();
+  addPoint(archive, "one");
+  ArchiveResult<PendingPoint> point = archive.beginPoint();
+  fs::rename(path(), path() + ".elsewhere");
+  const ArchiveResult<Done> made = archive.commitPoint(std::move(*point), {});
+  ASSERT_FALSE(made.hasValue());
+  EXPECT_THAT(made.error().text(), HasSubstr("not at its place any more"));
+  EXPECT_EQ(Archive::openForReading(path() + ".elsewhere")->index().points.size(), 1U);
+}
+
 TEST_F(ArchiveFolder, AnIndexThatPointsOutOfTheArchiveIsDamage) {
   {
     Archive archive = create();
@@ -196,6 +260,7 @@ TEST_F(ArchiveFolder, AnIndexThatPointsOutOfTheArchiveIsDamage) {
                                  std::string(), name + "/.."}) {
     std::string text = sound;
     text.replace(text.find(name), name.size(), bad);
+    text.replace(text.find("\"digest\""), 8, "\"by hand\"");
     test::writeAll(indexPath(), text);
     EXPECT_EQ(faultOfReading(), ArchiveFault::Damaged) << bad;
   }
@@ -209,7 +274,7 @@ PointIndex richPoint() {
   index.creationTime = -3;
   index.label = "before \"the\" update \xc3\xa4";
   index.isPinned = true;
-  StoredDisk disk{3, 4096, UINT64_MAX, 7, 8, -2, {}, "Disk", "disk3", "disk0.pvhd", "disk0.map", {}};
+  StoredDisk disk{3, 4096, UINT64_MAX, 7, 8, -2, {}, "Disk", "disk3", "disk0.pvhd", "disk0.map", {}, {}};
   disk.gptId.fill(0xA5);
   StoredPartition partition;
   partition.number = 4;
@@ -244,6 +309,44 @@ TEST(PointIndexFile, TextThatIsNotUtf8IsMadeValid) {
   EXPECT_TRUE(parsePointIndex(textOf(index), "index.json").hasValue());
 }
 
+TEST(PointIndexFile, TwoDisksInOneFileAreDamage) {
+  PointIndex index = richPoint();
+  index.disks.push_back(index.disks[0]);
+  index.disks[1].image = "disk1.pvhd";
+  EXPECT_FALSE(parsePointIndex(textOf(index), "index.json").hasValue()) << "the same map";
+  index.disks[1].map = "disk1.map";
+  EXPECT_TRUE(parsePointIndex(textOf(index), "index.json").hasValue());
+  index.disks[1].image = "disk0.pvhd";
+  EXPECT_FALSE(parsePointIndex(textOf(index), "index.json").hasValue()) << "the same image";
+}
+
+TEST(PointIndexFile, UnreadableRangesAreInOrderAndWithinTheDisk) {
+  using Ranges = std::vector<ByteRange>;
+  for (const Ranges& ranges : {Ranges{{512, 1024}, {4096, 8192}}, Ranges{}}) {
+    PointIndex index = richPoint();
+    index.disks[0].unreadable = ranges;
+    EXPECT_EQ(parsePointIndex(textOf(index), "index.json")->disks[0].unreadable, ranges);
+  }
+  for (const Ranges& ranges : {Ranges{{4096, 8192}, {512, 1024}}, Ranges{{512, 512}}, Ranges{{0, 1'000'001}}}) {
+    PointIndex index = richPoint();
+    index.disks[0].size = 1'000'000;
+    index.disks[0].unreadable = ranges;
+    EXPECT_FALSE(parsePointIndex(textOf(index), "index.json").hasValue());
+  }
+}
+
+TEST(PointIndexFile, AChangedDigitIsNoticedThoughItIsAnother) {
+  const std::string from = R"("diskMinSize": 7)";
+  std::string text = textOf(richPoint());
+  text.replace(text.find(from), from.size(), R"("diskMinSize": 3)");
+  const ArchiveResult<PointIndex> changed = parsePointIndex(text, "index.json");
+  ASSERT_FALSE(changed.hasValue());
+  EXPECT_THAT(changed.error().text(), HasSubstr("has been damaged"));
+  const std::string key = "\"digest\"";
+  text.replace(text.find(key), key.size(), "\"by hand\"");
+  EXPECT_EQ(parsePointIndex(text, "index.json")->disks[0].minSize, 3U);
+}
+
 TEST(PointIndexFile, AWrongFieldIsNamed) {
   const std::pair<std::string, std::string> changes[] = {
       {R"("diskSize": 18446744073709551615)", R"("diskSize": -1)"},
@@ -260,14 +363,17 @@ TEST(PointIndexFile, AWrongFieldIsNamed) {
     std::string text = sound;
     ASSERT_NE(text.find(from), std::string::npos) << from;
     text.replace(text.find(from), from.size(), to);
+    text.replace(text.find("\"digest\""), 8, "\"by hand\"");
     const ArchiveResult<PointIndex> result = parsePointIndex(text, "index.json");
     ASSERT_FALSE(result.hasValue()) << to;
     EXPECT_EQ(result.error().fault, ArchiveFault::Damaged);
+    EXPECT_THAT(result.error().text(), HasSubstr("has no usable"));
   }
 }
 
 TEST(PointIndexFile, DamagedTextNeverDoesMoreThanFail) {
-  const std::string sound = textOf(richPoint());
+  std::string sound = textOf(richPoint());
+  sound.replace(sound.find("\"digest\""), 8, "\"by hand\"");
   std::mt19937_64 random(1);
   unsigned refused = 0;
   for (int round = 0; round < 3000; ++round) {

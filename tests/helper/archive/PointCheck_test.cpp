@@ -74,6 +74,22 @@ TEST_F(PointChecks, NothingIsBuiltOnADamagedPoint) {
   EXPECT_THAT(why, HasSubstr("is damaged"));
 }
 
+TEST_F(PointChecks, NorOnOneThatTakesContentFromADamagedPoint) {
+  Archive archive = open();
+  damage(archive, 1);
+  ASSERT_FALSE(check(archive, 1).damaged.empty());
+  BackupRequest next = request();
+  std::string why;
+  next.becomesFull = [&why](const std::string& reason) { why = reason; };
+  const CancelFlag never;
+  const auto made = makeBackup(archive, next, ignoreProgress, never);
+  ASSERT_TRUE(made.hasValue()) << made.error().text();
+  EXPECT_EQ(made->index.kind, PointKind::Full);
+  EXPECT_THAT(why, HasSubstr("builds on is damaged"));
+  const auto further = makeBackup(archive, next, ignoreProgress, never);
+  EXPECT_EQ(further->index.kind, PointKind::Increment) << "the new one is whole";
+}
+
 TEST_F(PointChecks, AnImageThatLostItsEndIsDamaged) {
   Archive archive = open();
   const std::string image = imagePath(archive, 0);

@@ -51,6 +51,26 @@ TEST_F(EnginePoints, APinAndItsLabelAreKeptInThePoint) {
   EXPECT_EQ(item(0)->name(), "one");
 }
 
+TEST_F(EnginePoints, ADamagedOneHidesNoOther) {
+  std::filesystem::resize_file(*item(0)->indexFilePath(), 10);
+  EXPECT_EQ(item(0)->name(), "Damaged");
+  EXPECT_FALSE(item(0)->creationDate().has_value());
+  EXPECT_TRUE(item(0)->disks().empty());
+  EXPECT_EQ(item(1)->name(), "two");
+  EXPECT_TRUE(archives.pin({reference(1), true, "still mine"}).hasValue());
+  EXPECT_FALSE(archives.pin({reference(0), true, "lost"}).hasValue());
+}
+
+TEST_F(EnginePoints, OfAnArchiveOfTheOlderKindAreShownAsSuchAndLeftAsTheyAre) {
+  ArchiveIndex index = Archive::openForReading(path())->index();
+  index.isLegacy = true;
+  test::writeAll(path() + "/archive.json", textOf(index));
+  EXPECT_TRUE(std::get<PresentArchive>(archives.look(path())).archive->isLegacy());
+  const auto refused = archives.pin({reference(0), true, "x"});
+  ASSERT_FALSE(refused.hasValue());
+  EXPECT_THAT(refused.error(), HasSubstr("older kind"));
+}
+
 TEST_F(EnginePoints, UnpinningKeepsTheLabel) {
   ASSERT_TRUE(archives.pin({reference(0), true, "mine"}).hasValue());
   ASSERT_TRUE(archives.pin({reference(0), false, std::nullopt}).hasValue());

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "helper/archive/TestFiles.h"
 #include "helper/service/ArchiveWords.h"
 
@@ -67,8 +69,30 @@ TEST_F(PointMerges, APinnedPointIsNeverGivenUp) {
   pin(2);
   keepTo(1);
   EXPECT_THAT(labels(), ElementsAre("full", "2", "3"));
-  EXPECT_THAT(keepTo(1), Contains(HasSubstr("what they build on is pinned")));
+  EXPECT_THAT(keepTo(1), Contains(HasSubstr("what they build on is pinned or damaged")));
   EXPECT_THAT(labels(), ElementsAre("full", "2", "3"));
+}
+
+TEST_F(PointMerges, NothingIsMergedIntoADamagedPointAndOthersAreAllTheSame) {
+  addPoint("full", PointKind::Full);
+  for (const char* label : {"1", "2", "3"}) addPoint(label);
+  PointIndex point = *archive.readPoint(0);
+  point.check = LastCheck{5, true};
+  ASSERT_TRUE(archive.savePoint(0, point).hasValue());
+  keepTo(1);
+  EXPECT_THAT(labels(), ElementsAre("full", "3"));
+  addPoint("4");
+  std::filesystem::resize_file(archive.pointIndexPath(1), 10);
+  addPoint("5");
+  keepTo(1);
+  EXPECT_EQ(archive.index().points.size(), 3U);
+  EXPECT_EQ(archive.readPoint(2)->label, "5") << "merged into the sound one before it";
+  addPoint("full again", PointKind::Full);
+  PointIndex damaged = *archive.readPoint(3);
+  damaged.check = LastCheck{5, true};
+  ASSERT_TRUE(archive.savePoint(3, damaged).hasValue());
+  addPoint("6");
+  EXPECT_THAT(keepTo(1), Contains(HasSubstr("is pinned or damaged")));
 }
 
 TEST_F(PointMerges, FullPointsAreNotCountedAndStay) {
