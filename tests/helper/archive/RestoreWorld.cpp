@@ -1,9 +1,11 @@
 #include "helper/archive/RestoreWorld.h"
 
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <numeric>
 
 #include "helper/archive/BackupOperation.h"
 #include "helper/archive/NtfsBootSector.h"
@@ -227,10 +229,21 @@ Archive RestoreWorld::archive() {
   return std::move(*archive);
 }
 
-std::string RestoreWorld::archiveBytes() {
-  return mustRun("/bin/sh", {"-c", "cd '" + archiveFolder() +
-                                       "' && /usr/bin/find . -type f -printf '%p %s %T@\\n' "
-                                       "-exec /usr/bin/sha256sum '{}' ';' | /usr/bin/sort"});
+std::string RestoreWorld::archiveState() {
+  std::vector<std::string> lines;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(archiveFolder())) {
+    struct stat status = {};
+    EXPECT_EQ(::stat(entry.path().c_str(), &status), 0);
+    // Nobody can set the time of the last change.
+    lines.push_back(entry.path().string() + " " + std::to_string(status.st_size) + " " +
+                    std::to_string(status.st_ctim.tv_sec) + "." + std::to_string(status.st_ctim.tv_nsec) + "\n");
+  }
+  std::ranges::sort(lines);
+  return std::accumulate(lines.begin(), lines.end(), std::string());
+}
+
+std::filesystem::path RestoreWorld::quickFolder() {
+  return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
 }
 
 }  // namespace zpk::test

@@ -27,10 +27,10 @@ class Restore : public RestoreWorld {
     const auto restored = restore();
     ASSERT_TRUE(restored.hasValue()) << restored.error().error.text();
     EXPECT_GT(restored->copiedBytes, 0U);
-    EXPECT_EQ(archiveBytes(), archiveBefore) << "the archive is only read";
+    EXPECT_EQ(archiveState(), archiveBefore) << "the archive is only read";
     EXPECT_TRUE(std::filesystem::is_empty(folder / "exports"));
   }
-  const std::string archiveBefore = archiveBytes();
+  const std::string archiveBefore = archiveState();
 };
 
 TEST_F(Restore, ReplacesTheWindowsPartitionOfABootCampDisk) {
