@@ -282,6 +282,13 @@ TEST(QrxCreateDrive, AMessageOf511BytesIsPassedWhole) {
   EXPECT_THAT(call.said, testing::Contains(Pair(1, "Error: " + string(503, 'x') + "\n")));
 }
 
+TEST(QrxCreateDrive, AMessageOf512BytesLosesItsLast) {
+  DriveCall call;
+  call.world.completions.front() = {.result = 1, .errorMessage = string(504, 'x')};
+  call.run();
+  EXPECT_THAT(call.said, testing::Contains(Pair(1, "Error: " + string(504, 'x'))));
+}
+
 TEST(QrxCreateDrive, NoNoticeWithinAMinuteCountsAsSuccess) {
   DriveCall call;
   call.world.completions.clear();
