@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "helper/archive/ChunkMap.h"
-#include "helper/archive/Qcow2Reader.h"
+#include "helper/archive/Qcow2Chain.h"
 
 namespace zpk {
 namespace {
@@ -130,6 +130,9 @@ ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t poi
   if (!index) return index.error();
   PointCheck check;
   for (std::size_t disk = 0; disk < index->disks.size(); ++disk) {
+    // What it builds on has to be there, and to be of its kind.
+    const ArchiveResult<Qcow2Chain> chain = Qcow2Chain::open(archive, point, disk);
+    if (!chain) return chain.error();
     ArchiveResult<ImageCheck> image = ImageCheck::open(archive, point, *index, disk);
     if (!image) return image.error();
     const ArchiveResult<Done> step = image->run(check, progress, cancel);

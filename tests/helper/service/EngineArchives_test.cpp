@@ -65,7 +65,7 @@ TEST_F(EnginePoints, OfAnArchiveOfTheOlderKindAreShownAsSuchAndLeftAsTheyAre) {
   ArchiveIndex index = Archive::openForReading(path())->index();
   index.isLegacy = true;
   test::writeAll(path() + "/archive.json", textOf(index));
-  EXPECT_TRUE(std::get<PresentArchive>(archives.look(path())).archive->isLegacy());
+  EXPECT_TRUE(std::get<PresentArchive>(archives.look(path(), std::nullopt)).archive->isLegacy());
   const auto refused = archives.pin({reference(0), true, "x"});
   ASSERT_FALSE(refused.hasValue());
   EXPECT_THAT(refused.error(), HasSubstr("older kind"));
