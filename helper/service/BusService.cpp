@@ -7,6 +7,7 @@
 
 #include "helper/service/DiskWords.h"
 #include "helper/service/LogCollection.h"
+#include "helper/service/VerificationWords.h"
 #include "platform/posix/FileDescriptor.h"
 #include "records/ZPKDisk.h"
 
@@ -21,14 +22,23 @@ int reply(sd_bus_message* message, ResultCode code) {
 }
 
 // The members as sd-bus takes them: one handler for all, which finds its row by name.
-std::vector<sd_bus_vtable> busMembers(sd_bus_message_handler_t handler) {
+template <class Table>
+std::vector<sd_bus_vtable> busMembers(const Table& table, sd_bus_message_handler_t handler) {
   std::vector<sd_bus_vtable> members;
   members.push_back(SD_BUS_VTABLE_START(0));
-  for (const DBusMember& row : kDaemonMembers) {
+  for (const DBusMember& row : table) {
     members.push_back(SD_BUS_METHOD(row.name, row.in, row.out, handler, SD_BUS_VTABLE_UNPRIVILEGED));
   }
   members.push_back(SD_BUS_VTABLE_END);
   return members;
+}
+
+// The row of that name, as the enumeration of the table's rows has it.
+template <class Member, class Table>
+std::optional<Member> memberAt(const Table& table, std::string_view name) {
+  const auto row = std::ranges::find_if(table, [&](const DBusMember& known) { return known.name == name; });
+  if (row == table.end()) return std::nullopt;
+  return static_cast<Member>(row - table.begin());
 }
 
 std::string textArgument(sd_bus_message* message) {
@@ -110,7 +120,8 @@ BusService::BusService(sd_bus* bus, Kind kind, EventLoop& loop, HelperModel& mod
                  return _link.watchPeer(peer, std::move(gone));
                },
                [this](const std::string& peer) { _subscribers.remind(peer); }}),
-      _members(busMembers(onCall)) {}
+      _members(busMembers(kDaemonMembers, onCall)),
+      _maintenanceMembers(busMembers(kMaintenanceMembers, onCall)) {}
 
 BusService::~BusService() {
   sd_bus_detach_event(_bus);
@@ -120,6 +131,11 @@ Expected<Done, std::string> BusService::begin() {
   sd_bus_slot* slot = nullptr;
   int error = sd_bus_add_object_vtable(_bus, &slot, kHelperObjectPath, kDaemonInterface, _members.data(), this);
   _object.reset(slot);
+  if (error >= 0) {
+    error = sd_bus_add_object_vtable(_bus, &slot, kHelperObjectPath, kMaintenanceInterface,
+                                     _maintenanceMembers.data(), this);
+    if (error >= 0) _maintenance.reset(slot);
+  }
   if (error >= 0) error = sd_bus_set_exit_on_disconnect(_bus, 1);
   if (error >= 0) error = sd_bus_attach_event(_bus, _loop.handle(), SD_EVENT_PRIORITY_NORMAL);
   if (error >= 0) error = sd_bus_request_name(_bus, kHelperBusName, 0);
@@ -145,15 +161,14 @@ int BusService::onCall(sd_bus_message* message, void* data, sd_bus_error* error)
   auto* service = static_cast<BusService*>(data);
   const std::optional<uid_t> caller = service->_callers.admit(message);
   if (!caller) return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "The helper does not serve this caller.");
+  const std::string_view interface = sd_bus_message_get_interface(message);
   const std::string_view name = sd_bus_message_get_member(message);
-  const auto row = std::find_if(kDaemonMembers.begin(), kDaemonMembers.end(),
-                                [&](const DBusMember& known) { return known.name == name; });
-  const std::optional<Right> right = rightFor(sd_bus_message_get_interface(message), name);
-  if (row == kDaemonMembers.end() || !right) {
-    return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "Nobody may do this.");
-  }
-  Command command{BusMessageHandle(sd_bus_message_ref(message)),
-                  static_cast<DaemonMember>(row - kDaemonMembers.begin()), *caller, *right, nullptr};
+  std::optional<std::variant<DaemonMember, MaintenanceMember>> member =
+      memberAt<DaemonMember>(kDaemonMembers, name);
+  if (interface == kMaintenanceInterface) member = memberAt<MaintenanceMember>(kMaintenanceMembers, name);
+  const std::optional<Right> right = rightFor(interface, name);
+  if (!member || !right) return sd_bus_error_set(error, SD_BUS_ERROR_ACCESS_DENIED, "Nobody may do this.");
+  Command command{BusMessageHandle(sd_bus_message_ref(message)), *member, *caller, *right, nullptr};
   if (*right == Right::everybody || service->_kind == Kind::session) return service->dispatch(command, error);
   service->decide(std::move(command));
   return 1;
@@ -163,7 +178,7 @@ int BusService::onCall(sd_bus_message* message, void* data, sd_bus_error* error)
 std::optional<ResultCode> BusService::whyInVain(Command& command) const {
   if (command.right == Right::stop) return std::nullopt;
   if (!_model.takesCommands()) return ResultCode::serviceIsBusy;
-  if (command.member != DaemonMember::restore) return std::nullopt;
+  if (command.right != Right::restore) return std::nullopt;
   const RestoreArguments arguments = restoreArguments(command.message.get());
   const auto target = _model.restoreTarget(arguments.item, arguments.choice);
   if (!target) return target.error();
@@ -211,10 +226,25 @@ void BusService::carryOut(const Command& command) {
 }
 
 int BusService::dispatch(const Command& command, sd_bus_error* error) {
+  return std::visit([&](auto member) { return dispatch(member, command, error); }, command.member);
+}
+
+int BusService::dispatch(MaintenanceMember member, const Command& command, sd_bus_error* error) {
   sd_bus_message* message = command.message.get();
-  switch (command.member) {
+  switch (member) {
+    case MaintenanceMember::verify:
+      return reply(message, _model.verify());
+    case MaintenanceMember::lastVerification:
+      return replyDictionary(message, wordsOf(_model.lastVerification()), error);
+  }
+  return 0;
+}
+
+int BusService::dispatch(DaemonMember member, const Command& command, sd_bus_error* error) {
+  sd_bus_message* message = command.message.get();
+  switch (member) {
     case DaemonMember::status:
-      return replyStatus(message, error);
+      return replyDictionary(message, statusOf(_model.facts()), error);
     case DaemonMember::setBackupSource:
       return reply(message, _model.setBackupSource(textArgument(message)));
     case DaemonMember::setTargetPath:
@@ -252,13 +282,13 @@ int BusService::dispatch(const Command& command, sd_bus_error* error) {
   return 0;
 }
 
-int BusService::replyStatus(sd_bus_message* message, sd_bus_error* error) {
+int BusService::replyDictionary(sd_bus_message* message, const Dictionary& dictionary, sd_bus_error* error) {
   const auto make = [&] {
     sd_bus_message* made = nullptr;
     sd_bus_message_new_method_return(message, &made);
     return BusMessageHandle(made);
   };
-  const BusMessageHandle answer = messageWithStatus(make, statusOf(_model.facts()), _log);
+  const BusMessageHandle answer = messageWithStatus(make, dictionary, _log);
   if (!answer) return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "The status is too large for the link.");
   return sd_bus_message_send(answer.get());
 }

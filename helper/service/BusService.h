@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "helper/service/BusSubscriberLink.h"
@@ -27,11 +28,11 @@ namespace zpk {
 
 // The helper on the bus: takes calls, checks who calls and with what, has the model answer, and tells subscribers.
 //
-// One object at kHelperObjectPath with the members of kDaemonMembers. Arguments of other types than theirs are
-// refused before anything here sees them. On the session bus the user whose helper it is may do everything, and
-// nobody else anything; on the system bus everybody may look, and CommandRights.h says what else takes which leave.
-// Who may not gets an error reply, and at his receive ports a state that tells why; nobody else hears of it.
-// The loop's thread.
+// One object at kHelperObjectPath with the members of kDaemonMembers and of kMaintenanceMembers. Arguments of other
+// types than theirs are refused before anything here sees them. On the session bus the user whose helper it is may
+// do everything, and nobody else anything; on the system bus everybody may look, and CommandRights.h says what else
+// takes which leave. Who may not gets an error reply, and at his receive ports a state that tells why; nobody else
+// hears of it. The loop's thread.
 class BusService {
  public:
   enum class Kind { session, system };
@@ -54,7 +55,7 @@ class BusService {
   // A call that waits for leave, or has it.
   struct Command {
     BusMessageHandle message;
-    DaemonMember member;
+    std::variant<DaemonMember, MaintenanceMember> member;
     uid_t caller;
     Right right;
     std::shared_ptr<const ZPKDisk> target;  // Of a restore: what leave was given for.
@@ -66,9 +67,11 @@ class BusService {
   void refuse(const Command& command, Refusal refusal);
   void carryOut(const Command& command);
   int dispatch(const Command& command, sd_bus_error* error);
+  int dispatch(DaemonMember member, const Command& command, sd_bus_error* error);
+  int dispatch(MaintenanceMember member, const Command& command, sd_bus_error* error);
   int checkIn(sd_bus_message* message, uid_t caller, sd_bus_error* error);
   int collect(sd_bus_message* message, uid_t caller);
-  int replyStatus(sd_bus_message* message, sd_bus_error* error);
+  int replyDictionary(sd_bus_message* message, const Dictionary& dictionary, sd_bus_error* error);
   HelperModel::Answer later(sd_bus_message* message);
   void answer(std::uint64_t id, ResultCode code);
   StatePush currentState() const;
@@ -84,7 +87,9 @@ class BusService {
   Subscribers _subscribers;
   CallerRights _rights;
   std::vector<sd_bus_vtable> _members;
+  std::vector<sd_bus_vtable> _maintenanceMembers;
   BusSlotHandle _object;
+  BusSlotHandle _maintenance;
   // Calls that are answered later. They stay here, on the loop's thread: sd-bus's references are not for two
   // threads.
   std::map<std::uint64_t, BusMessageHandle> _unanswered;

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/linux/wire/DBusNames.h"
+#include "platform/linux/wire/MaintenanceNames.h"
 
 namespace zpk {
 
@@ -58,6 +58,8 @@ inline constexpr std::array kCommandRights{
     CommandRight{kDaemonInterface, "reload", Right::everybody},
     CommandRight{kDaemonInterface, "setCheckFS", Right::changeSettings},
     CommandRight{kDaemonInterface, "pin_arcItem_withLabel", Right::changeSettings},
+    CommandRight{kMaintenanceInterface, "verify", Right::verify},
+    CommandRight{kMaintenanceInterface, "lastVerification", Right::everybody},
 };
 
 // Nothing for a command that is not known: it is to be refused.

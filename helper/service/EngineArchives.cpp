@@ -14,6 +14,7 @@
 #include "helper/service/ArchiveWords.h"
 #include "helper/service/PointMerges.h"
 #include "helper/service/PointRestores.h"
+#include "helper/service/PointVerification.h"
 #include "helper/service/ProgressNarrator.h"
 
 namespace zpk {
@@ -208,6 +209,15 @@ OperationOutcome EngineArchives::merge(const PointReference& point, OperationBoa
   ArchiveResult<Archive> archive = holding(point, openForOperation(point.archivePath, board, cancel));
   if (!archive) return OperationFailed{sentenceOf(archive.error())};
   return runMerge(*archive, point.index, board, cancel);
+}
+
+VerificationReport EngineArchives::verify(const std::string& archivePath, ArchiveUser user, OperationBoard& board,
+                                          const CancelFlag& cancel) {
+  const auto acting = ActingAs::user(user);
+  if (!acting) return {OperationFailed{kUnknownUser}, {}, false};
+  ArchiveResult<Archive> archive = openForOperation(archivePath, board, cancel);
+  if (!archive) return {OperationFailed{sentenceOf(archive.error())}, {}, false};
+  return verifyPoints(*archive, board, cancel);
 }
 
 Expected<Done, std::string> EngineArchives::pin(const PinOrder& order) {

@@ -24,6 +24,9 @@ class EngineArchives final : public ArchiveKeeper {
 
   OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) override;
 
+  VerificationReport verify(const std::string& archivePath, ArchiveUser user, OperationBoard& board,
+                            const CancelFlag& cancel) override;
+
   Expected<Done, std::string> pin(const PinOrder& order) override;
 
  private:

@@ -31,7 +31,7 @@ TEST(ZpkctlCommandLine, TakesOptionsBeforeAndAfterTheCommand) {
 }
 
 TEST(ZpkctlCommandLine, NamesTheWordThatItDoesNotKnow) {
-  EXPECT_THAT(mistakeOf({"bakup"}), HasSubstr("'bakup' (allowed: backup, status, list, stop)"));
+  EXPECT_THAT(mistakeOf({"bakup"}), HasSubstr("'bakup' (allowed: backup, status, list, verify, stop)"));
   EXPECT_THAT(mistakeOf({"backup", "--now"}), HasSubstr("'--now' (allowed: --json,"));
   EXPECT_THAT(mistakeOf({"--help", "x"}), HasSubstr("'x'"));
   EXPECT_THAT(mistakeOf({""}), HasSubstr("unknown command ''"));

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Runs zpkctl with the real helper on a message bus of its own: what it says and with which status it ends when a backup
-is made, refused, stopped by somebody else, interrupted, and when the helper is killed in the middle of it.
+is made, refused, stopped by somebody else, interrupted, when the helper is killed in the middle of it, and when the points are checked.
 """
 import argparse
 import json
@@ -156,6 +156,35 @@ def made(world):
     expect("full" in world.run("list").stdout, "the list in words")
 
 
+def checked(world):
+    """What is whole is found whole; of what is not, every point, file and range is told, and noted in the archive."""
+    package = world.work / "archives/Windows.rldbackup"
+    world.expect_end(world.start("verify"), 0, "Every backup point is sound.", "")
+    report = json.loads(world.run("verify", "--json").stdout)
+    expect(report["sound"] and report["complete"], f"a sound archive: {report}")
+    expect(len(report["points"]) == len(world.points()), "every point was checked")
+    expect(report["points"][0]["bytes"] > 400 << 20, "it was read")
+    image = max(package.glob("*/disk0.pvhd"), key=lambda file: file.stat().st_size)
+    with open(image, "r+b") as file:
+        file.seek(200 << 20)
+        was = file.read(1)
+        file.seek(200 << 20)
+        file.write(bytes([was[0] ^ 1]))
+    said = world.run("verify")
+    expect(said.returncode == 1, f"damage is a failure: {said}")
+    expect(f"{image}: bytes " in said.stdout and "There is damage" in said.stdout, f"file and range: {said.stdout!r}")
+    points = json.loads(world.run("verify", "--json").stdout)["points"]
+    damaged = [point for point in points if not point["sound"]]
+    expect(len(damaged) == 1 and damaged[0]["damage"][0]["file"] == str(image), f"one point: {damaged}")
+    note = json.loads((image.parent / "index.json").read_text())["lastCheck"]
+    expect(note["damaged"] is True, f"noted: {note}")
+    expect("is damaged" in (world.work / "state/zpkhelper.log").read_text(), "the log tells")
+    running = world.start("verify")
+    eventually("the check to run", lambda: world.status()["operation"])
+    world.expect_end(world.start("stop"), 0, "It has stopped.", "")
+    world.expect_end(running, 1, "The check did not go to its end.", "")
+
+
 def inner(options, work):
     for folder in ("disks", "state", "archives"):
         (work / folder).mkdir()
@@ -172,6 +201,7 @@ def inner(options, work):
         hung(world)
         world.start_helper()
         made(world)
+        checked(world)
         world.end_helper()
     finally:
         if world.helper and world.helper.poll() is None:

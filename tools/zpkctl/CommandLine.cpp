@@ -18,6 +18,7 @@ constexpr std::array kVerbs{
     VerbRow{"backup", "back up now, and wait until that is done", Verb::backup, false},
     VerbRow{"status", "what is backed up where, and what is being done", Verb::status, true},
     VerbRow{"list", "the backup points, oldest first", Verb::list, true},
+    VerbRow{"verify", "read all backup points back and tell what is damaged", Verb::verify, true},
     VerbRow{"stop", "stop what is being done, and wait until it has stopped", Verb::stop, false},
 };
 
@@ -27,7 +28,7 @@ struct OptionRow {
 };
 
 constexpr std::array kOptions{
-    OptionRow{"--json", "status, list: as JSON, for programs"},
+    OptionRow{"--json", "status, list, verify: as JSON, for programs"},
     OptionRow{"--session", "look for the backup helper on the session bus instead of the system bus"},
     OptionRow{"--verbose", "tell on standard error how the helper is reached"},
     OptionRow{"--help", "show this text"},

@@ -7,13 +7,13 @@
 
 namespace zpk::ctl {
 
-enum class Verb { backup, status, list, stop };
+enum class Verb { backup, status, list, verify, stop };
 
 // What the program was asked to do on its command line.
 struct RunCommand {
   Verb verb = Verb::status;
   bool sessionBus = false;  // the helper is looked for on the session bus; the system bus otherwise
-  bool json = false;        // for `status` and `list`
+  bool json = false;        // for `status`, `list` and `verify`
   bool verbose = false;     // the link's log goes to standard error
 };
 struct ShowHelp {};

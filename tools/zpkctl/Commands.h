@@ -2,6 +2,7 @@
 
 #include "tools/zpkctl/Console.h"
 #include "tools/zpkctl/HelperSession.h"
+#include "tools/zpkctl/Maintenance.h"
 
 namespace zpk::ctl {
 
@@ -22,5 +23,8 @@ enum class Form { words, json };
 int runStatus(HelperSession& session, Console& console, Form form);
 // The backup points, oldest first.
 int runList(HelperSession& session, Console& console, Form form);
+
+// Has all backup points read back, waits for the end and tells what is damaged: done only when nothing is.
+int runVerify(HelperSession& session, Maintenance& maintenance, Console& console, Form form);
 
 }  // namespace zpk::ctl

@@ -26,21 +26,9 @@ std::optional<std::time_t> writableSeconds(const std::optional<Date>& date) {
   return static_cast<std::time_t>(std::floor(date->secondsSince1970));
 }
 
-// In the user's time zone.
-std::string dateInWords(const std::optional<Date>& date) {
-  const auto seconds = writableSeconds(date);
-  std::tm parts{};
-  if (!seconds || !::localtime_r(&*seconds, &parts)) return "unknown";
-  std::array<char, 64> text{};
-  return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &parts)};
-}
-
 ordered_json dateAsJson(const std::optional<Date>& date) {
-  const auto seconds = writableSeconds(date);
-  std::tm parts{};
-  if (!seconds || !::gmtime_r(&*seconds, &parts)) return {};
-  std::array<char, 64> text{};
-  return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts));
+  const auto text = dateForPrograms(date);
+  return text ? ordered_json(*text) : ordered_json();
 }
 
 ordered_json textOrNull(const std::optional<std::string>& text) {
@@ -172,6 +160,22 @@ const char* kindOfPoint(std::size_t place) {
 }
 
 }  // namespace
+
+std::string dateInWords(const std::optional<Date>& date) {
+  const auto seconds = writableSeconds(date);
+  std::tm parts{};
+  if (!seconds || !::localtime_r(&*seconds, &parts)) return "unknown";
+  std::array<char, 64> text{};
+  return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &parts)};
+}
+
+std::optional<std::string> dateForPrograms(const std::optional<Date>& date) {
+  const auto seconds = writableSeconds(date);
+  std::tm parts{};
+  if (!seconds || !::gmtime_r(&*seconds, &parts)) return std::nullopt;
+  std::array<char, 64> text{};
+  return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts));
+}
 
 std::string statusInWords(const Dictionary& status) {
   const auto point = newestPoint(status);

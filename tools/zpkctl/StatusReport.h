@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "base/Value.h"
@@ -15,5 +16,10 @@ std::string statusAsJson(const Dictionary& status);
 // The backup points of the status's archive, oldest first.
 std::string pointsInWords(const Dictionary& status);
 std::string pointsAsJson(const Dictionary& status);
+
+// "2026-11-20 13:45", where people here are; "unknown" when there is none that can be written.
+std::string dateInWords(const std::optional<Date>& date);
+// "2026-11-20T12:45:00Z"
+std::optional<std::string> dateForPrograms(const std::optional<Date>& date);
 
 }  // namespace zpk::ctl

@@ -13,6 +13,7 @@
 #include "platform/posix/Log_posix.h"
 #include "platform/posix/PollRunLoop.h"
 #include "records/RecordClasses.h"
+#include "tools/zpkctl/BusMaintenance.h"
 #include "tools/zpkctl/CommandLine.h"
 #include "tools/zpkctl/Commands.h"
 #include "tools/zpkctl/InterruptSignals.h"
@@ -58,6 +59,10 @@ int run(const RunCommand& command, HelperSession& session, Console& console) {
       return runStatus(session, console, form);
     case Verb::list:
       return runList(session, console, form);
+    case Verb::verify: {
+      BusMaintenance maintenance(command.sessionBus);
+      return runVerify(session, maintenance, console, form);
+    }
     case Verb::stop:
       return runStop(session, console);
   }

@@ -68,6 +68,32 @@ struct PointReference {
   ArchiveUser archiveUser = std::nullopt;
 };
 
+// A stretch of a stored disk that cannot be read back as it was written.
+struct PointDamage {
+  std::string file;
+  std::uint64_t start = 0;  // Bytes on the disk.
+  std::uint64_t end = 0;
+};
+
+// What a check of one point found.
+struct PointVerdict {
+  std::uint64_t index = 0;
+  std::int64_t pointTime = 0;  // When it was made, and when it was checked: seconds since 1970.
+  std::int64_t time = 0;
+  std::uint64_t bytes = 0;  // That were read.
+  std::string error;        // What kept it from being read; empty when nothing did.
+  std::vector<PointDamage> damage;
+  std::uint64_t moreDamage = 0;  // Ranges that are not in the list.
+
+  bool isSound() const { return error.empty() && damage.empty(); }
+};
+
+struct VerificationReport {
+  OperationOutcome outcome = OperationDone{};  // Failed when a point is damaged, too.
+  std::vector<PointVerdict> points;            // Those that were read to their end.
+  bool isComplete = false;                     // All of them were.
+};
+
 struct PinOrder {
   PointReference point;
   bool isPinned = false;
@@ -100,6 +126,11 @@ class ArchiveKeeper {
   // Merges a point into the one before it. Tells its progress to `board`; ends within a second of a request to
   // stop.
   virtual OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) = 0;
+
+  // Reads all points back and notes in each that it was checked. Tells its progress to `board`; ends within a
+  // second of a request to stop.
+  virtual VerificationReport verify(const std::string& archivePath, ArchiveUser user, OperationBoard& board,
+                                    const CancelFlag& cancel) = 0;
 
   // Marks a point, or takes the mark away. What went wrong is a sentence for a person; the point is as it was then.
   virtual Expected<Done, std::string> pin(const PinOrder& order) = 0;

@@ -30,7 +30,8 @@ struct RestoreKind {
 struct MergeKind {
   std::uint64_t point = 0;  // Its place in the archive as the facts have it; its parent is the one before.
 };
-using OperationKind = std::variant<BackupKind, RestoreKind, MergeKind>;
+struct VerifyKind {};
+using OperationKind = std::variant<BackupKind, RestoreKind, MergeKind, VerifyKind>;
 
 struct RunningOperation {
   OperationKind kind;

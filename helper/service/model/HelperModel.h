@@ -81,6 +81,10 @@ class HelperModel {
   ResultCode breakProgress();
   // A pinned parent is told as an error in plain words.
   ResultCode mergeArchiveWithParent(std::uint64_t arcItem);
+  // Reads all points back. Damage is told as an error in plain words, and in full by `lastVerification`.
+  ResultCode verify();
+  // What the last check found since the helper started.
+  const VerificationReport& lastVerification() const { return _verification; }
   ResultCode setMaxIncrementsCount(std::uint64_t count);
   ResultCode reload();
   ResultCode setCheckFS(bool flag);
@@ -144,6 +148,7 @@ class HelperModel {
   Token _slowAlarm;
   Token _lookAlarm;
   std::unique_ptr<Operation> _operation;
+  VerificationReport _verification;
 };
 
 }  // namespace zpk

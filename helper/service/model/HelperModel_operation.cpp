@@ -11,6 +11,7 @@ constexpr Seconds kTick{0.25};
 
 std::string nameOf(const OperationKind& kind) {
   if (std::holds_alternative<BackupKind>(kind)) return "Backup";
+  if (std::holds_alternative<VerifyKind>(kind)) return "Check";
   return std::holds_alternative<RestoreKind>(kind) ? "Restore" : "Merge";
 }
 

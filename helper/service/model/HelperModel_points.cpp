@@ -64,4 +64,27 @@ ResultCode HelperModel::mergeArchiveWithParent(std::uint64_t arcItem) {
   return ResultCode::success;
 }
 
+ResultCode HelperModel::verify() {
+  if (!takesCommands()) return ResultCode::serviceIsBusy;
+  if (!_facts.settings.archivePath) return ResultCode::archivePathNotSet;
+  if (!std::holds_alternative<PresentArchive>(_facts.archive)) return ResultCode::noArchiveTargetDirectory;
+  _facts.operationError.reset();
+  _verification = {};
+  struct Verified {
+    VerificationReport report;
+    ArchiveView archive;
+  };
+  onWorker<Verified>(
+      [&archives = _parts.archives, path = *_facts.settings.archivePath, user = _facts.settings.archiveUser,
+       shared = beginOperation(VerifyKind{})] {
+        VerificationReport report = archives.verify(path, user, shared->board, shared->cancel);
+        return Verified{std::move(report), archives.look(path, user)};
+      },
+      [this](Verified verified) {
+        _verification = std::move(verified.report);
+        operationEnded({_verification.outcome, std::move(verified.archive)}, [] {});
+      });
+  return ResultCode::success;
+}
+
 }  // namespace zpk

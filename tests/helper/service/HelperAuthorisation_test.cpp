@@ -149,6 +149,15 @@ class HelperAuthorisation : public testing::Test {
     EXPECT_EQ(statuskey::stateTime.read(root.status()), time) << "nothing happened";
     EXPECT_TRUE(contentOf(folder) == before) << "no byte of settings, archive and disks has changed";
   }
+  // The error of a call beside the protocol; "answered" without one.
+  std::string maintain(TestFrontEnd& caller, MaintenanceMember which) {
+    sd_bus_error error{};
+    sd_bus_call_method(caller.bus(), kHelperBusName, kHelperObjectPath, kMaintenanceInterface, member(which).name,
+                       &error, nullptr, "");
+    const std::string outcome = error.name ? error.name : "answered";
+    sd_bus_error_free(&error);
+    return outcome;
+  }
   std::string log() const { return folder.get("state/zpkhelper.log"); }
 
   TemporaryFolder folder;
@@ -397,6 +406,21 @@ TEST_F(HelperAuthorisation, APathTakesTheHelperNoFurtherThanItsUser) {
     ASSERT_EQ(::lstat(entry.path().c_str(), &status), 0);
     EXPECT_EQ(status.st_uid, kUser) << entry.path();
   }
+}
+
+TEST_F(HelperAuthorisation, ACheckOfTheBackupsTakesLeaveAndItsFindingsDoNot) {
+  makePoint();
+  {
+    const ScriptedPolkit polkit(bus, Way::refuses);
+    EXPECT_EQ(maintain(*user, MaintenanceMember::verify), kDenied);
+    EXPECT_EQ(polkit.questions().at(0).action, rowOf(Right::verify).action);
+  }
+  EXPECT_EQ(maintain(*user, MaintenanceMember::verify), kDenied) << "without polkit";
+  EXPECT_EQ(maintain(*user, MaintenanceMember::lastVerification), "answered");
+  EXPECT_THAT(log(), testing::Not(HasSubstr("Check begins")));
+  EXPECT_EQ(maintain(root, MaintenanceMember::verify), "answered");
+  ASSERT_TRUE(waitUntilIdle());
+  EXPECT_THAT(log(), HasSubstr("is sound"));
 }
 
 }  // namespace

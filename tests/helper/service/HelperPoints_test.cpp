@@ -171,5 +171,51 @@ TEST(PointLabel, IsOneLineOfAtMost256Characters) {
   }
 }
 
+TEST_F(HelperPoints, ACheckIsAnOperationWhoseFindingsAreKept) {
+  VerificationReport found;
+  found.points.resize(3);
+  found.points[1].damage.push_back({"/b/disk0.pvhd", 0, 65536});
+  found.outcome = OperationFailed{"A backup point is damaged."};
+  found.isComplete = true;
+  world.verifyBody = [&](OperationBoard& board, const CancelFlag&) {
+    board.setProgress(1, 2);
+    return found;
+  };
+  EXPECT_EQ(world.model->verify(), ResultCode::success);
+  EXPECT_EQ(world.state(), HelperState::inProgress);
+  EXPECT_EQ(statuskey::progressType.read(world.status()), ProgressType::unknown);
+  EXPECT_EQ(world.model->verify(), ResultCode::serviceIsBusy);
+  world.settle();
+  EXPECT_EQ(world.state(), HelperState::idle);
+  EXPECT_EQ(statuskey::opError.read(world.status()), "A backup point is damaged.");
+  ASSERT_EQ(world.model->lastVerification().points.size(), 3U);
+  EXPECT_FALSE(world.model->lastVerification().points[1].isSound());
+  EXPECT_FALSE(statuskey::lastBackupError.isPresentIn(world.status())) << "no backup failed";
+}
+
+TEST_F(HelperPoints, ACheckCanBeStopped) {
+  bool wasTold = false;
+  world.verifyBody = [&](OperationBoard&, const CancelFlag& cancel) {
+    wasTold = cancel.isRequested();
+    return VerificationReport{OperationStopped{}, {}, false};
+  };
+  EXPECT_EQ(world.model->verify(), ResultCode::success);
+  EXPECT_EQ(world.model->breakProgress(), ResultCode::success);
+  world.settle();
+  EXPECT_TRUE(wasTold);
+  EXPECT_FALSE(world.model->lastVerification().isComplete);
+  EXPECT_FALSE(statuskey::opError.isPresentIn(world.status()));
+}
+
+TEST_F(HelperPoints, WithoutAnArchiveThereIsNothingToCheck) {
+  HelperWorld bare;
+  bare.start();
+  bare.settle();
+  EXPECT_EQ(bare.model->verify(), ResultCode::archivePathNotSet);
+  HelperWorld empty;
+  empty.startConfigured();
+  EXPECT_EQ(empty.model->verify(), ResultCode::noArchiveTargetDirectory);
+}
+
 }  // namespace
 }  // namespace zpk

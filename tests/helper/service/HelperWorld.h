@@ -153,6 +153,10 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
     restores.push_back(order);
     return restoreBody ? restoreBody(board, cancel) : OperationDone{};
   }
+  VerificationReport verify(const std::string&, ArchiveUser, OperationBoard& board,
+                            const CancelFlag& cancel) override {
+    return verifyBody ? verifyBody(board, cancel) : VerificationReport{OperationDone{}, {}, true};
+  }
   Expected<Done, std::string> pin(const PinOrder& order) override {
     pins.push_back(order);
     if (onPin) onPin(order);
@@ -216,6 +220,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   std::function<void(const PinOrder&)> onPin;
   std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> mergeBody;
   std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> restoreBody;
+  std::function<VerificationReport(OperationBoard&, const CancelFlag&)> verifyBody;
   Expected<Done, std::string> pinResult{Done{}};
   bool saveFails = false;
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/wire/MaintenanceNames.h"
 #include "support/DescribedInterfaces.h"
 
 namespace zpk::tests {
@@ -18,6 +19,7 @@ void appendTable(std::vector<Described>& members, const char* interface, std::sp
 TEST(DBusNames, TheTablesAreWhatTheIntrospectionFileSays) {
   std::vector<Described> tables;
   appendTable(tables, kDaemonInterface, kDaemonMembers);
+  appendTable(tables, kMaintenanceInterface, kMaintenanceMembers);
   appendTable(tables, kDelegateInterface, kDelegateMembers);
   EXPECT_EQ(describedMembers(DBUS_DESCRIPTION), tables);
 }

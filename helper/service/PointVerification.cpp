@@ -1,0 +1,131 @@
+#include "helper/service/PointVerification.h"
+
+#include <ctime>
+
+#include "app/presentation/ByteSizeString.h"
+#include "helper/archive/PointCheck.h"
+#include "helper/archive/Qcow2Reader.h"
+#include "helper/service/ArchiveWords.h"
+
+namespace zpk {
+namespace {
+
+// A disk that was overwritten may be one damage or a million; nobody reads more of them than this.
+constexpr std::size_t kMostRanges = 1000;
+
+// How much a check of the point will read; 0 where its images cannot be opened, which the check will tell.
+std::uint64_t contentOf(const Archive& archive, std::size_t point) {
+  const ArchiveResult<PointIndex> index = archive.readPoint(point);
+  if (!index) return 0;
+  std::uint64_t bytes = 0;
+  for (const StoredDisk& disk : index->disks) {
+    ArchiveResult<OpenFile> file = archive.openPointFile(point, disk.image);
+    if (!file) continue;
+    ArchiveResult<Qcow2Reader> image = Qcow2Reader::open(std::move(*file));
+    if (!image) continue;
+    for (std::uint64_t cluster = 0; cluster < image->clusterCount(); ++cluster) {
+      const ArchiveResult<std::optional<std::uint64_t>> next = image->nextPresent(cluster);
+      if (!next || !*next) break;
+      cluster = **next;
+      bytes += image->clusterSize();
+    }
+  }
+  return bytes;
+}
+
+std::string rangeText(const PointDamage& damage) {
+  return damage.file + ": bytes " + std::to_string(damage.start) + " to " + std::to_string(damage.end - 1) +
+         " of the disk";
+}
+
+class Verification {
+ public:
+  Verification(Archive& archive, OperationBoard& board, const CancelFlag& cancel)
+      : _archive(archive), _board(board), _cancel(cancel) {}
+
+  VerificationReport run() {
+    const std::size_t count = _archive.index().points.size();
+    for (std::size_t point = 0; point < count && !_cancel.isRequested(); ++point) {
+      _total += contentOf(_archive, point);
+    }
+    for (std::size_t point = 0; point < count; ++point) {
+      if (_cancel.isRequested() || !check(point)) return stopped();
+    }
+    finish();
+    return std::move(_report);
+  }
+
+ private:
+  // False when it was told to stop.
+  bool check(std::size_t place) {
+    PointVerdict verdict;
+    verdict.index = place;
+    verdict.time = static_cast<std::int64_t>(std::time(nullptr));
+    const ArchiveResult<PointIndex> index = _archive.readPoint(place);
+    if (index) verdict.pointTime = index->creationTime;
+    const auto progress = [&](std::uint64_t done) { _board.setProgress(_done + done, _total); };
+    const ArchiveResult<PointCheck> check = checkAndNote(_archive, place, verdict.time, progress, _cancel);
+    if (!check && check.error().fault == ArchiveFault::Cancelled) return false;
+    if (check) {
+      verdict.bytes = check->bytes;
+      _done += check->bytes;
+      for (const DamagedRange& range : check->damaged) add(verdict, range);
+    } else {
+      verdict.error = check.error().text();
+    }
+    tell(verdict);
+    _report.points.push_back(std::move(verdict));
+    return true;
+  }
+
+  void add(PointVerdict& verdict, const DamagedRange& range) {
+    if (_ranges++ < kMostRanges) {
+      verdict.damage.push_back({range.image, range.range.start, range.range.end});
+    } else {
+      ++verdict.moreDamage;
+    }
+  }
+
+  void tell(const PointVerdict& verdict) {
+    const std::string name = "The backup point of " + momentText(verdict.pointTime);
+    if (verdict.isSound()) return _board.line(name + " is sound: " + byteSizeString(verdict.bytes) + " were read");
+    ++_damaged;
+    _board.line(name + " is damaged" + (verdict.error.empty() ? "" : ": " + verdict.error));
+    for (const PointDamage& damage : verdict.damage) _board.line(rangeText(damage));
+    if (verdict.moreDamage > 0) _board.line("and " + std::to_string(verdict.moreDamage) + " more ranges");
+  }
+
+  VerificationReport stopped() {
+    _board.line("Stopped; what was not checked yet is as it was");
+    _report.outcome = OperationStopped{};
+    return std::move(_report);
+  }
+
+  void finish() {
+    _report.isComplete = true;
+    _board.setProgress(_total, _total);
+    if (_damaged == 0) return;
+    const bool one = _damaged == 1;
+    _report.outcome =
+        OperationFailed{(one ? "A backup point is" : std::to_string(_damaged) + " backup points are") +
+                        std::string(" damaged, and nothing further is built on ") + (one ? "it" : "them") +
+                        ". The drive with the archive may be failing. Check it; the log tells what is damaged."};
+  }
+
+  Archive& _archive;
+  OperationBoard& _board;
+  const CancelFlag& _cancel;
+  VerificationReport _report;
+  std::uint64_t _total = 0;
+  std::uint64_t _done = 0;
+  std::size_t _ranges = 0;
+  std::size_t _damaged = 0;
+};
+
+}  // namespace
+
+VerificationReport verifyPoints(Archive& archive, OperationBoard& board, const CancelFlag& cancel) {
+  return Verification(archive, board, cancel).run();
+}
+
+}  // namespace zpk

@@ -1,0 +1,119 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tools/zpkctl/Commands.h"
+#include "tools/zpkctl/VerificationReport.h"
+#include "zpkctl/SessionWorld.h"
+
+namespace zpk::ctl {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class FakeMaintenance final : public Maintenance {
+ public:
+  Expected<std::uint32_t, std::string> verify() override { return answer; }
+  Expected<Dictionary, std::string> lastVerification() override { return report; }
+
+  Expected<std::uint32_t, std::string> answer{std::uint32_t{0}};
+  Expected<Dictionary, std::string> report{Dictionary()};
+};
+
+Value pointWith(Array damage, std::uint64_t index = 0) {
+  Dictionary point;
+  point.set("index", Value(index));
+  point.set("date", Value(Date{1'700'000'000}));
+  point.set("checked", Value(Date{1'700'000'100}));
+  point.set("bytes", Value(std::uint64_t{2'000'000'000}));
+  point.set("damage", Value(std::move(damage)));
+  return Value(std::move(point));
+}
+
+Value damage() {
+  Dictionary range;
+  range.set("file", Value(std::string("/a/p/disk0.pvhd")));
+  range.set("start", Value(std::uint64_t{65536}));
+  range.set("end", Value(std::uint64_t{131072}));
+  return Value(std::move(range));
+}
+
+Dictionary reportOf(Array points, bool complete = true) {
+  Dictionary report;
+  report.set("complete", Value(complete));
+  report.set("points", Value(std::move(points)));
+  return report;
+}
+
+TEST(VerificationReport, ASoundArchiveIsSound) {
+  const Dictionary report = reportOf({pointWith({})});
+  EXPECT_TRUE(isSound(report));
+  EXPECT_THAT(verificationInWords(report), HasSubstr("sound, 2 GB read\nEvery backup point is sound."));
+}
+
+TEST(VerificationReport, DamageIsToldByPointFileAndRange) {
+  const Dictionary report = reportOf({pointWith({}), pointWith({damage()}, 1)});
+  EXPECT_FALSE(isSound(report));
+  EXPECT_THAT(verificationInWords(report),
+              HasSubstr("damaged\n   /a/p/disk0.pvhd: bytes 65536 to 131071 of the disk"));
+  const auto json = nlohmann::json::parse(verificationAsJson(report));
+  EXPECT_FALSE(json["sound"]);
+  EXPECT_EQ(json["points"][1]["index"], 1);
+  EXPECT_EQ(json["points"][1]["checked"], "2023-11-14T22:15:00Z");
+  EXPECT_EQ(json["points"][1]["damage"][0]["start"], 65536);
+  EXPECT_TRUE(json["points"][0]["sound"]);
+}
+
+TEST(VerificationReport, WhatWasNotCheckedToTheEndIsNotSound) {
+  EXPECT_FALSE(isSound(reportOf({pointWith({})}, false)));
+  EXPECT_FALSE(isSound(Dictionary()));
+  EXPECT_FALSE(isSound(reportOf({Value(std::string("no point"))}, false)));
+}
+
+struct VerifyWorld : SessionWorld {
+  int run(Form form = Form::words) {
+    EXPECT_TRUE(connect());
+    return runVerify(session, maintenance, console, form);
+  }
+  FakeMaintenance maintenance;
+};
+
+TEST(Verify, WaitsForTheEndAndTellsWhatWasFound) {
+  VerifyWorld world;
+  world.maintenance.report = reportOf({pointWith({damage()})});
+  EXPECT_TRUE(world.connect());
+  world.nowIs(runningBackup(40, 5));
+  world.soonIs(Seconds(1), readyStatus());
+  EXPECT_EQ(runVerify(world.session, world.maintenance, world.console, Form::words), kNotDone);
+  ASSERT_FALSE(world.console.progress.empty());
+  EXPECT_THAT(world.console.progress.back(), HasSubstr("Checking: 40 %"));
+  ASSERT_EQ(world.console.said.size(), 1U);
+  EXPECT_THAT(world.console.said[0], HasSubstr("There is damage"));
+}
+
+TEST(Verify, OfASoundArchiveSucceeds) {
+  VerifyWorld world;
+  world.maintenance.report = reportOf({pointWith({})});
+  EXPECT_EQ(world.run(Form::json), kDone);
+}
+
+TEST(Verify, ThatIsRefusedSaysWhy) {
+  VerifyWorld world;
+  world.maintenance.answer = std::string("You are not allowed to check the backups.");
+  EXPECT_EQ(world.run(), kNotDone);
+  EXPECT_THAT(world.console.complained, ElementsAre("You are not allowed to check the backups."));
+  EXPECT_THAT(world.console.said, IsEmpty());
+}
+
+TEST(Verify, WithoutAnArchiveSaysWhatToDo) {
+  VerifyWorld world;
+  world.maintenance.answer = std::uint32_t{4};
+  EXPECT_EQ(world.run(), kNotDone);
+  EXPECT_THAT(world.console.complained.at(0), HasSubstr("Archive path not set"));
+}
+
+}  // namespace
+}  // namespace zpk::ctl
