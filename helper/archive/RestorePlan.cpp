@@ -114,12 +114,12 @@ class Planner {
 
   ArchiveResult<Done> placeInFreeSpace(std::uint64_t wantedSize) {
     const ByteRange stretch = largestFreeStretch(_target);
-    const std::uint64_t size = roundDown(wantedSize, mebibyte);
-    if (size > stretch.size()) {
+    if (wantedSize > stretch.size()) {
       return refused("The disk has a free stretch of " + megabytesText(stretch.size()) +
-                     ", which is less than the chosen size of " + megabytesText(size));
+                     ", which is less than the chosen size of " + megabytesText(wantedSize));
     }
-    return layOut({stretch.start, stretch.start + size});
+    // Up: the least size that a volume can have is one that may be chosen.
+    return layOut({stretch.start, stretch.start + roundUp(wantedSize, mebibyte)});
   }
 
   ArchiveResult<Done> placeOnWholeDisk() {

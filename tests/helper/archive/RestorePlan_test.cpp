@@ -106,14 +106,24 @@ TEST(RestorePlan, InFreeSpaceTheChosenSizeIsForAllPartitionsTogether) {
   const auto plan = planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 30 * gib + 12345);
   ASSERT_TRUE(plan.hasValue()) << plan.error().message;
   const std::uint64_t start = 201 * mib + 20 * gib;
-  const std::uint64_t windows = 30 * gib - 16 * mib - 501 * mib;
+  const std::uint64_t windows = 30 * gib + mib - 16 * mib - 501 * mib;
   EXPECT_THAT(placesOf(*plan), ElementsAre(std::pair(start, 16 * mib), std::pair(start + 16 * mib, windows),
                                            std::pair(start + 16 * mib + windows, 501 * mib)));
   EXPECT_EQ(plan->windows, 1U);
   ASSERT_EQ(plan->entries.size(), 3U);
   EXPECT_EQ(plan->entries[1].type, gpttype::microsoftBasicData);
   EXPECT_EQ(plan->entries[1].stored, 2U);
-  EXPECT_EQ(plan->entries[2].place.end, start + 30 * gib);
+  EXPECT_EQ(plan->entries[2].place.end, start + 30 * gib + mib) << "what is chosen is not cut down";
+}
+
+// The lower end of the slider is such a size, and was refused as too small.
+TEST(RestorePlan, TheLeastSizeMayBeChosenThoughItIsNoWholeMebibytes) {
+  StoredDisk stored = storedDisk();
+  stored.partitions = {stored.partitions[2]};
+  stored.partitions[0].minSize = 10 * gib + 4096;
+  const auto plan = planRestore(stored, macDisk(), TargetUse::FreeSpace, 10 * gib + 4096);
+  ASSERT_TRUE(plan.hasValue()) << plan.error().message;
+  EXPECT_EQ(plan->moves[0].place.size(), 10 * gib + mib);
 }
 
 TEST(RestorePlan, TheWholeFreeStretchMayBeTaken) {

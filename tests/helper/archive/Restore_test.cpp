@@ -70,10 +70,10 @@ TEST_F(Restore, MakesNewPartitionsInFreeSpace) {
   request.wantedSize = 40 * mib + 4321;
   request.takesIdentity = true;
   expectRestored();
-  const ByteRange place{20 * mib, 56 * mib};
+  const ByteRange place{20 * mib, 57 * mib};
   expectWindows(place, 1);
   expectUntouched({34 * 512, 16 * mib});
-  expectUntouched({56 * mib, 76 * mib});
+  expectUntouched({57 * mib, 76 * mib});
   expectSoundTable();
   const GptTable made = table();
   EXPECT_EQ(made.diskId, request.target.id);
