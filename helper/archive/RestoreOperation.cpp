@@ -48,6 +48,7 @@ class Restore {
   ArchiveResult<Done> prepare() {
     for (const std::string& remark : _plan.remarks) _request.say(remark);
     ArchiveResult<Done> step = _target.checkIs(_request.target);
+    if (step) step = remarkOnMbr();
     for (std::size_t i = 0; step && i < _plan.moves.size(); ++i) {
       const auto size = i == _plan.windows ? VolumeRestore::Size::FollowsThePlace : VolumeRestore::Size::Stays;
       _volumes.push_back(std::make_unique<VolumeRestore>(
@@ -62,6 +63,19 @@ class Restore {
     }
     if (step && _cancel.isRequested()) step = cancelledError();
     return step;
+  }
+
+  // Which of its four places would be the new partition's is not ours to guess: another system starts by them.
+  ArchiveResult<Done> remarkOnMbr() const {
+    if (_plan.use != TargetUse::FreeSpace) return Done{};
+    const ArchiveResult<bool> isHybrid = _target.hasHybridMbr();
+    if (!isHybrid) return isHybrid.error();
+    if (*isHybrid) {
+      _request.say(
+          "The disk has a hybrid MBR, which stays as it is: the new partitions are in the GPT alone, and only "
+          "a Windows that starts by EFI finds them");
+    }
+    return Done{};
   }
 
   ArchiveResult<Done> clear() {

@@ -100,6 +100,22 @@ ArchiveResult<Done> RestoreTarget::checkHasNoTable() const {
   return Done{};
 }
 
+ArchiveResult<bool> RestoreTarget::hasHybridMbr() const {
+  constexpr std::size_t mbrEntries = 446;
+  constexpr std::size_t entrySize = 16;
+  constexpr std::size_t typePlace = 4;
+  constexpr std::byte protective{0xEE};
+  ByteBuffer sector(512);
+  const ArchiveResult<Done> step = read(0, sector);
+  if (!step) return step.error();
+  if (sector[510] != std::byte{0x55} || sector[511] != std::byte{0xAA}) return false;
+  for (std::size_t entry = mbrEntries; entry < mbrEntries + 4 * entrySize; entry += entrySize) {
+    const std::byte type = sector[entry + typePlace];
+    if (type != std::byte{0} && type != protective) return true;
+  }
+  return false;
+}
+
 ArchiveResult<Done> RestoreTarget::read(std::uint64_t offset, std::span<std::byte> bytes) const {
   return readAt(_file, offset, bytes);
 }

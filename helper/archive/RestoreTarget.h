@@ -28,6 +28,9 @@ class RestoreTarget {
   // read anew from the disk. Refused when it is not.
   ArchiveResult<Done> checkIs(const TargetLayout& chosen) const;
 
+  // Whether its MBR names partitions of its own beside the GPT, for systems that start through the BIOS.
+  ArchiveResult<bool> hasHybridMbr() const;
+
   ArchiveResult<Done> read(std::uint64_t offset, std::span<std::byte> bytes) const;
   ArchiveResult<Done> write(std::uint64_t offset, ByteSpan bytes) const;
   ArchiveResult<Done> writeZeros(ByteRange range) const;

@@ -90,6 +90,20 @@ TEST_F(Restore, MakesNewPartitionsInFreeSpace) {
   EXPECT_EQ(bytesAt(targetPath, 16 * mib, 4 * mib), bytesAt(sourcePath(), 24 * mib, 4 * mib));
 }
 
+// As sgdisk --hybrid=2 makes it: a system that starts through the BIOS knows the second partition by it.
+TEST_F(Restore, AHybridMbrStaysAsItIsAndIsToldOf) {
+  makeMacTarget(60 * mib);
+  std::string mbr = before.substr(0, 512);
+  mbr.replace(446 + 16, 16, std::string("\0\xFE\xFF\xFF\xAF\xFE\xFF\xFF\0\x48\0\0\0\x20\0\0", 16));
+  DiskFile(targetPath).overwrite(0, mbr);
+  takeAsTarget();
+  request.wantedSize = 40 * mib;
+  expectRestored();
+  expectUntouched({0, 512});
+  EXPECT_EQ(bytesAt(targetPath, 0, 512), mbr);
+  EXPECT_THAT(said, testing::Contains(testing::HasSubstr("hybrid MBR")));
+}
+
 TEST_F(Restore, NewPartitionsAreOthersWhileTheStoredOnesAreThereAsWell) {
   makeMacTarget(40 * mib);
   expectRestored();
