@@ -8,7 +8,7 @@ namespace zpk {
 namespace {
 
 const QString kAllowed = QStringLiteral(
-    "allowed: --archive PATH --pictures DIR [--tour | --open-with FILES | --crash | --after-crash] "
+    "allowed: --archive PATH --pictures DIR [--tour | --errands | --open-with FILES | --crash | --after-crash] "
     "[--input mouse|keyboard] [--system]");
 
 std::optional<InputKind> inputKind(const QString& name) {
@@ -21,6 +21,7 @@ Journey journeyOf(const QCommandLineParser& parser) {
   if (parser.isSet(QStringLiteral("open-with"))) return Journey::opening;
   if (parser.isSet(QStringLiteral("crash"))) return Journey::crash;
   if (parser.isSet(QStringLiteral("after-crash"))) return Journey::afterCrash;
+  if (parser.isSet(QStringLiteral("errands"))) return Journey::errands;
   return parser.isSet(QStringLiteral("tour")) ? Journey::whole : Journey::backup;
 }
 
@@ -36,13 +37,14 @@ std::optional<DriveOptions> driveOptions(const QStringList& arguments, QString& 
   const QCommandLineOption archive(QStringLiteral("archive"), {}, path);
   const QCommandLineOption pictures(QStringLiteral("pictures"), {}, path);
   const QCommandLineOption tour(QStringLiteral("tour"));
+  const QCommandLineOption errands(QStringLiteral("errands"));
   const QCommandLineOption files(QStringLiteral("open-with"), {}, path);
   const QCommandLineOption crash(QStringLiteral("crash"));
   const QCommandLineOption afterCrash(QStringLiteral("after-crash"));
   const QCommandLineOption input(QStringLiteral("input"), {}, QStringLiteral("kind"), QStringLiteral("mouse"));
   const QCommandLineOption system(QStringLiteral("system"));
   QCommandLineParser parser;
-  parser.addOptions({archive, pictures, tour, files, crash, afterCrash, input, system});
+  parser.addOptions({archive, pictures, tour, errands, files, crash, afterCrash, input, system});
   if (!parser.parse(QStringList(QString()) + arguments)) return refuse(mistake, parser.errorText());
   if (!parser.positionalArguments().isEmpty()) {
     return refuse(mistake, QStringLiteral("unexpected “%1”").arg(parser.positionalArguments().front()));

@@ -8,7 +8,8 @@
 
 namespace zpk {
 
-enum class Journey { backup, whole, opening, crash, afterCrash };
+// Of errands, disk and place are chosen, and then the standard input says what to do (Errands.h).
+enum class Journey { backup, whole, opening, crash, afterCrash, errands };
 
 // What to drive with the archive at `archive`; pictures are saved into the folder `pictures`.
 struct DriveOptions {

@@ -46,8 +46,9 @@ class Hands {
   virtual void type(QLineEdit& field, const QString& text) = 0;
   // Ends the typing: with the keys, or by turning to another control.
   virtual void finish(QLineEdit& field, QWidget& elsewhere) = 0;
-  // Moves the slider down from where it is.
+  // Moves the slider down from its upper end: to about its middle, or to its lower end.
   virtual void slideDown(QSlider& slider) = 0;
+  virtual void slideToLowest(QSlider& slider) = 0;
   // The sheet's answers. `accept` takes the button that Return would take.
   virtual void accept(QDialog& sheet) = 0;
   virtual void cancel(QDialog& sheet) = 0;

@@ -86,6 +86,11 @@ void KeyboardHands::slideDown(QSlider& slider) {
   for (int page = 0; page < kPagesDown; ++page) gesture::key(slider, Qt::Key_PageDown);
 }
 
+void KeyboardHands::slideToLowest(QSlider& slider) {
+  gesture::tabTo(slider);
+  gesture::key(slider, Qt::Key_Home);
+}
+
 void KeyboardHands::accept(QDialog& sheet) {
   if (!gesture::defaultButton(sheet).isEnabled()) throw DriveFailed("the sheet's answer cannot be given");
   gesture::key(sheet, Qt::Key_Return);

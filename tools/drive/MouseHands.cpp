@@ -123,6 +123,11 @@ void MouseHands::slideDown(QSlider& slider) {
   gesture::drag(slider, handle, QPoint(slider.rect().center().x(), handle.y()));
 }
 
+void MouseHands::slideToLowest(QSlider& slider) {
+  const QPoint handle = handleOf(slider).center();
+  gesture::drag(slider, handle, QPoint(slider.isRightToLeft() ? slider.width() - 1 : 0, handle.y()));
+}
+
 void MouseHands::accept(QDialog& sheet) {
   press(gesture::defaultButton(sheet));
 }

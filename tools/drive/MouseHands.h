@@ -17,6 +17,7 @@ class MouseHands final : public Hands {
   void type(QLineEdit& field, const QString& text) override;
   void finish(QLineEdit& field, QWidget& elsewhere) override;
   void slideDown(QSlider& slider) override;
+  void slideToLowest(QSlider& slider) override;
   void accept(QDialog& sheet) override;
   void cancel(QDialog& sheet) override;
 };

@@ -36,17 +36,19 @@ void tickPin(Stage& stage, int row) {
 }  // namespace
 
 // The field shows the number at once; that the helper has taken it is seen in its record.
-QString changeLimit(Stage& stage) {
+QString setLimit(Stage& stage, std::uint64_t limit) {
   auto& field = stage.window.widget<QLineEdit>("maxIncCountField");
-  const auto kept = [&] { return statuskey::maxIncCount.read(stage.status()); };
-  const std::uint64_t limit = kept() == kLimit ? kOtherLimit : kLimit;
   stage.hands.type(field, QString::number(limit));
   stage.hands.finish(field, *table(stage).viewport());
   stage.window.waitFor(QStringLiteral("the helper to keep the limit"), kForTheHelper,
-                       [&] { return kept() == limit; });
+                       [&] { return statuskey::maxIncCount.read(stage.status()) == limit; });
   awaitIdle(stage);
   expect(field.text() == QString::number(limit), QStringLiteral("the limit in its field"));
   return QStringLiteral("changed the limit to %1 increments").arg(limit);
+}
+
+QString changeLimit(Stage& stage) {
+  return setLimit(stage, statuskey::maxIncCount.read(stage.status()) == kLimit ? kOtherLimit : kLimit);
 }
 
 QString toggleCheck(Stage& stage) {
@@ -61,17 +63,22 @@ QString toggleCheck(Stage& stage) {
       .arg(wanted ? QStringLiteral("on") : QStringLiteral("off"));
 }
 
-QString pinPoint(Stage& stage) {
-  tickPin(stage, 0);
-  QDialog& sheet = awaitSheet(stage, QStringLiteral("the label sheet"), modalsession::kIncrementLabel);
-  stage.hands.type(stage.window.sheetWidget<QLineEdit>("incrementLabelField"), kLabel);
+QString pinRow(Stage& stage, int row, const QString& label) {
+  tickPin(stage, row);
+  awaitSheet(stage, QStringLiteral("the label sheet"), modalsession::kIncrementLabel);
+  stage.hands.type(stage.window.sheetWidget<QLineEdit>("incrementLabelField"), label);
   stage.window.takePicture(QStringLiteral("label"));
-  stage.hands.accept(sheet);
-  stage.window.waitFor(QStringLiteral("the pin"), kForTheHelper, [&] { return isPinned(stage, 0); });
+  stage.hands.accept(stage.window.shownSheet());
+  const auto point = static_cast<std::size_t>(row);
+  stage.window.waitFor(QStringLiteral("the pin"), kForTheHelper, [&] { return isPinned(stage, point); });
   awaitIdle(stage);
-  expect(labelOf(stage, 0) == kLabel.toStdString(), QStringLiteral("the label in the list"));
+  expect(labelOf(stage, point) == label.toStdString(), QStringLiteral("the label in the list"));
   stage.window.takePicture(QStringLiteral("pinned"));
-  return QStringLiteral("pinned “%1”").arg(kLabel);
+  return QStringLiteral("pinned “%1”").arg(label);
+}
+
+QString pinPoint(Stage& stage) {
+  return pinRow(stage, 0, kLabel);
 }
 
 QString unpinPoint(Stage& stage) {
@@ -81,18 +88,21 @@ QString unpinPoint(Stage& stage) {
   return QStringLiteral("unpinned “%1”").arg(kLabel);
 }
 
-QString mergePoint(Stage& stage) {
+QString mergeRow(Stage& stage, int row) {
   const std::size_t before = stage.pointCount();
-  stage.hands.selectRow(table(stage), 1);
+  stage.hands.selectRow(table(stage), row);
   command(stage, "mergeButton", "mergeAction");
-  QDialog& question =
-      awaitSheet(stage, QStringLiteral("the question before a merge"), modalsession::kMergeConfirmation);
+  awaitSheet(stage, QStringLiteral("the question before a merge"), modalsession::kMergeConfirmation);
   stage.window.takePicture(QStringLiteral("merge"));
-  stage.hands.accept(question);
+  stage.hands.accept(stage.window.shownSheet());
   stage.window.waitFor(QStringLiteral("the merge"), kForABackup,
                        [&] { return !stage.controller().inProgress() && stage.pointCount() == before - 1; });
   awaitIdle(stage);
   return QStringLiteral("merged two backup points, %1 left").arg(stage.pointCount());
+}
+
+QString mergePoint(Stage& stage) {
+  return mergeRow(stage, 1);
 }
 
 }  // namespace zpk::steps

@@ -67,6 +67,15 @@ const std::vector<TourStep>& afterCrashTour() {
   return tour;
 }
 
+const std::vector<TourStep>& choosingTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"choose the disk", steps::chooseDisk},
+      {"choose the location", steps::chooseLocation},
+  };
+  return tour;
+}
+
 const std::vector<TourStep>& backupTour() {
   static const std::vector<TourStep> tour{
       {"open the window", steps::openWindow},

@@ -21,6 +21,8 @@ const std::vector<TourStep>& openingTour();
 // A crash with a point open, which ends this program too, and the next start of it.
 const std::vector<TourStep>& crashTour();
 const std::vector<TourStep>& afterCrashTour();
+// Up to where the window is ready to back up.
+const std::vector<TourStep>& choosingTour();
 // The shortest way to a backup.
 const std::vector<TourStep>& backupTour();
 

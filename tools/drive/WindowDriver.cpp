@@ -56,7 +56,7 @@ QDialog* WindowDriver::sheet() const {
 
 QDialog& WindowDriver::shownSheet() const {
   QDialog* shown = sheet();
-  if (!shown) throw DriveFailed("there is no sheet over the window");
+  if (!shown) throw SheetGone();
   return *shown;
 }
 

@@ -7,6 +7,7 @@
 
 #include "app/Composition.h"
 #include "tools/drive/DriveOptions.h"
+#include "tools/drive/Errands.h"
 #include "tools/drive/Tour.h"
 
 namespace zpk {
@@ -44,6 +45,8 @@ const std::vector<TourStep>& tourOf(Journey journey) {
       return crashTour();
     case Journey::afterCrash:
       return afterCrashTour();
+    case Journey::errands:
+      return choosingTour();
     case Journey::backup:
       break;
   }
@@ -58,6 +61,7 @@ int run(const DriveOptions& options) try {
   const auto hands = Hands::make(options.input);
   Stage stage{program, window, *hands, options.archive, options.files};
   takeTour(tourOf(options.journey), stage);
+  if (options.journey == Journey::errands) runErrands(stage);
   if (stage.figures.seconds > 0) print(stage.figures, options.archive);
   for (const QString& picture : window.pictures()) std::printf("picture   %s\n", qUtf8Printable(picture));
   return 0;
