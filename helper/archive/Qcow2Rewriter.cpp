@@ -22,6 +22,8 @@ constexpr std::size_t countTableClustersField = 56;
 // What an image may be long beyond twice the size of its disk. Keeps the memory for its clusters within bounds.
 constexpr std::uint64_t largestOverhead = std::uint64_t{1} << 30U;
 
+constexpr std::size_t pendingLimit = std::size_t{1} << 20U;
+
 ByteBuffer bigEndianTable(const std::vector<std::uint64_t>& values, std::uint64_t bytes) {
   ByteBuffer table(bytes);
   for (std::size_t i = 0; i < values.size(); ++i) putBigEndian(table, i * 8, values[i]);
@@ -138,9 +140,27 @@ Qcow2Rewriter::HostRange Qcow2Rewriter::hostsOf(std::uint64_t entry) const {
   return {first, lastSector * qcow2::sectorSize / _clusterSize - first + 1};
 }
 
+ArchiveResult<Done> Qcow2Rewriter::put(std::uint64_t place, ByteSpan bytes) {
+  const bool follows = place == _pendingPlace + _pending.size() && _pending.size() < pendingLimit;
+  if (!follows) {
+    ArchiveResult<Done> written = writePending();
+    if (!written) return written;
+    _pendingPlace = place;
+  }
+  _pending.insert(_pending.end(), bytes.begin(), bytes.end());
+  return Done{};
+}
+
+ArchiveResult<Done> Qcow2Rewriter::writePending() {
+  if (_pending.empty()) return Done{};
+  ArchiveResult<Done> written = writeAt(_file, _pendingPlace, _pending);
+  _pending.clear();
+  return written;
+}
+
 ArchiveResult<Done> Qcow2Rewriter::putCompressed(std::uint64_t cluster, ByteSpan frame) {
   const std::uint64_t place = _space.takePacked(frame.size());
-  ArchiveResult<Done> step = writeAt(_file, place, frame);
+  ArchiveResult<Done> step = put(place, frame);
   const std::uint64_t further = (place + frame.size() - 1) / qcow2::sectorSize - place / qcow2::sectorSize;
   const std::uint64_t entry = qcow2::compressed | place | further << qcow2::compressedOffsetBits(_clusterBits);
   return step ? setEntry(cluster, entry) : step;
@@ -149,7 +169,7 @@ ArchiveResult<Done> Qcow2Rewriter::putCompressed(std::uint64_t cluster, ByteSpan
 ArchiveResult<Done> Qcow2Rewriter::putPlain(std::uint64_t cluster, ByteSpan content) {
   assert(content.size() == _clusterSize);
   const std::uint64_t place = _space.take() * _clusterSize;
-  ArchiveResult<Done> step = writeAt(_file, place, content);
+  ArchiveResult<Done> step = put(place, content);
   return step ? setEntry(cluster, place | qcow2::onlyReference) : step;
 }
 
@@ -188,11 +208,12 @@ ArchiveResult<Done> Qcow2Rewriter::storeTable() {
   if (isAllZero(_table)) return Done{};
   const std::uint64_t place = _space.take() * _clusterSize;
   l1Entry = place | qcow2::onlyReference;
-  return writeAt(_file, place, _table);
+  return put(place, _table);
 }
 
 ArchiveResult<Done> Qcow2Rewriter::prepare(const CancelFlag& cancel) {
   ArchiveResult<Done> step = storeTable();
+  if (step) step = writePending();
   _space.endPacking();
   if (step) step = storeFirstTable();
   if (step) step = storeCounts();

@@ -60,6 +60,9 @@ class Qcow2Rewriter {
     std::uint64_t count = 0;
   };
   HostRange hostsOf(std::uint64_t entry) const;
+  // Writes that follow each other in the file are gathered: one for every frame would cost more than its bytes.
+  ArchiveResult<Done> put(std::uint64_t place, ByteSpan bytes);
+  ArchiveResult<Done> writePending();
   ArchiveResult<Done> setEntry(std::uint64_t cluster, std::uint64_t entry);
   ArchiveResult<Done> loadTable(std::uint64_t index);
   ArchiveResult<Done> storeTable();
@@ -84,6 +87,8 @@ class Qcow2Rewriter {
   HostRange _newCountTable;
   std::optional<std::uint64_t> _tableIndex;  // Of the L2 table being changed.
   ByteBuffer _table;
+  std::uint64_t _pendingPlace = 0;
+  ByteBuffer _pending;  // Put there, but not written yet; nothing reads it before `prepare` has written all.
 };
 
 }  // namespace zpk
