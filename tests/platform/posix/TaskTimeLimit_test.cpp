@@ -72,7 +72,8 @@ TEST_F(TaskTimeLimit, AProgramThatClosedItsStreamsIsHeldToItAllTheSame) {
 }
 
 TEST_F(TaskTimeLimit, AProgramThatDoesNotEndWhenAskedIsKilled) {
-  EXPECT_THAT(error("trap '' TERM; echo $$ >process; while :; do sleep 0.1; done"), StartsWith("it did not end within "));
+  EXPECT_THAT(error("trap '' TERM; echo $$ >process; while :; do sleep 0.1; done"),
+              StartsWith("it did not end within "));
   EXPECT_TRUE(endsTheProcess());
 }
 
