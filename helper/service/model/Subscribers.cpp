@@ -55,7 +55,11 @@ void Subscribers::tell(const std::string& peer, const std::string& error) {
   // An error of the state's own waits for its own turn to be shown.
   push.carriesError = false;
   for (auto& [port, entry] : _entries) {
-    if (port.peer == peer) enqueue(port, entry, push);
+    if (port.peer != peer) continue;
+    enqueue(port, entry, push);
+    // The error is no part of the state, which has to be what the front end knows last: it looks at that again once
+    // its user has read the error, and would come upon the error for ever.
+    enqueue(port, entry, _hooks.current());
   }
 }
 

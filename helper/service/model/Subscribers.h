@@ -75,7 +75,8 @@ class Subscribers {
 
   void stateChanged(const StatePush& push);
 
-  // Tells the subscribers of that peer, and no others, the current state with this as the operation's error.
+  // Tells the subscribers of that peer, and no others, the current state with this as the operation's error, and
+  // then the state as it is.
   void tell(const std::string& peer, const std::string& error);
   // Calls the subscribers of that peer for no other reason than that they hear from the helper.
   void remind(const std::string& peer);

@@ -213,6 +213,28 @@ TEST_F(SubscribersTest, WhatIsForOneIsToldToAllHisPortsAndToNobodyElse) {
   EXPECT_EQ(errorsShown, 0) << "the state's own error, if there is one, is still to be shown";
 }
 
+// Else a front end whose user has read the error finds it in what it knows, and shows it again, and again.
+TEST_F(SubscribersTest, WhatWasToldToOneIsFollowedByTheStateAsItIs) {
+  subscribers.checkIn(port, 10, kUser);
+  subscribers.tell(port.peer, "You may not.");
+  EXPECT_EQ(link.sent.size(), 1U) << "in this order";
+  answer(0);
+  ASSERT_EQ(sentTimes(), Times({10, 10}));
+  EXPECT_FALSE(statuskey::opError.isPresentIn(*link.sent[1].push.status));
+  answer(1);
+  EXPECT_EQ(link.sent.size(), 2U);
+}
+
+TEST_F(SubscribersTest, WhatIsToldToOneTwiceIsNotLostToTheStateInBetween) {
+  subscribers.checkIn(port, 10, kUser);
+  subscribers.tell(port.peer, "You may not.");
+  subscribers.tell(port.peer, "Nor this.");
+  change(11);
+  for (std::size_t i = 0; i < link.sent.size(); ++i) answer(i);
+  ASSERT_EQ(sentTimes(), Times({10, 10, 11}));
+  EXPECT_EQ(statuskey::opError.read(*link.sent[1].push.status), "Nor this.");
+}
+
 TEST_F(SubscribersTest, ARemindedOneIsCalledAndNothingElseHappens) {
   subscribers.checkIn(port, 10, kUser);
   subscribers.checkIn({":1.8", "/port/1"}, 10, kUser);
