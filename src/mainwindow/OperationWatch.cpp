@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "helperlink/StatusRecord.h"
+
 namespace zpk {
 namespace {
 
@@ -11,6 +13,13 @@ bool isSameLog(const std::shared_ptr<const Array>& a, const std::shared_ptr<cons
   if (a == b) return true;
   if (!a || !b || a->size() != b->size()) return false;
   return a->empty() || (a->front() == b->front() && a->back() == b->back());
+}
+
+// The one thing that can fail and leave the operation running is to stop it.
+bool isErrorWhileItRuns(const ZPKUIDaemonController& controller) {
+  const auto status = controller.currentStatus();
+  return status && statuskey::opError.isPresentIn(*status) &&
+         statuskey::state.read(*status) == HelperState::inProgress;
 }
 
 }  // namespace
@@ -24,12 +33,16 @@ OperationWatch::OperationWatch(std::shared_ptr<ZPKUIDaemonController> controller
   _presence = _controller->observe("helperReachable", [this] {
     if (!_controller->isHelperReachable()) setStopping(false);
   });
+  _status = _controller->observe("currentStatus", [this] {
+    if (isErrorWhileItRuns(*_controller)) setStopping(false);
+  });
   followOperation();
 }
 
 void OperationWatch::stop() {
   if (!_running || _stopping) return;
-  // Before it is sent: the record that ends the operation may come before the reply does.
+  // Before it is sent: the record that ends the operation, or tells that nobody may, may come before the reply
+  // does.
   setStopping(true);
   _controller->breakProgress();
 }

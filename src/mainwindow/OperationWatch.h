@@ -29,8 +29,8 @@ class OperationWatch final : public Observable {
   // Asks the helper to break the running operation off; nothing when none runs or it was asked already.
   void stop();
 
-  // It was asked to stop and has not done so yet. A helper that went away may not have heard, so it can be asked
-  // again when it is back.
+  // It was asked to stop and has neither done so yet nor told an error. A helper that went away may not have heard,
+  // so it can be asked again when it is back.
   bool isStopping() const { return _stopping; }
   // When the operation last moved, once it has stood still for kLongestStandstill; nothing otherwise.
   const std::optional<Date>& noProgressSince() const { return _noProgressSince; }
@@ -57,6 +57,7 @@ class OperationWatch final : public Observable {
   Token _percents;
   Token _log;
   Token _presence;
+  Token _status;
 };
 
 }  // namespace zpk

@@ -108,6 +108,21 @@ TEST_F(Watch, StopIsSentOnceAndLastsUntilTheOperationIsOver) {
   EXPECT_FALSE(watch.isStopping());
 }
 
+TEST_F(Watch, StopThatIsRefusedIsOverAndCanBeAskedForAgain) {
+  push(10);
+  Dictionary refused = backupStatus(10, {"one"});
+  statuskey::opError.set(refused, "You are not allowed to stop what is being done.");
+  world.helper().whenCalled("breakProgress", [&] {
+    EXPECT_TRUE(watch.isStopping());
+    world.transport.push(refused);
+    throw LinkException("Access denied");
+  });
+  watch.stop();
+  EXPECT_FALSE(watch.isStopping());
+  watch.stop();
+  EXPECT_EQ(world.helper().count("breakProgress"), 2U);
+}
+
 TEST_F(Watch, StopWithoutAnOperationSendsNothing) {
   watch.stop();
   EXPECT_EQ(world.helper().count("breakProgress"), 0U);
