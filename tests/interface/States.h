@@ -123,6 +123,13 @@ inline constexpr WindowState kWindowStates[] = {
        world.helper().answerOnce("backup", 5);
        world.controller->backup();
      }},
+    {"not-allowed",
+     [](InterfaceWorld& world) {
+       world.show(readyStatusWith([](Dictionary& status) {
+         statuskey::opError.set(status,
+                                "You are not allowed to restore a backup. Ask an administrator of this computer.");
+       }));
+     }},
     {"choose-source",
      [](InterfaceWorld& world) {
        world.show(idleStatus({bootCampDisk(1, "APPLE SSD SM0256G"), bootCampDisk(2, "Samsung T7 external")}));
