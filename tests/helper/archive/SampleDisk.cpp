@@ -56,7 +56,11 @@ SampleDisk::SampleDisk(const ScratchFolder& folder)
   mustRun("/bin/cp", {"--sparse=always", origin._volume, _volume});
 }
 
-SampleDisk::SampleDisk(const ScratchFolder& folder, Fresh)
+SampleDisk::SampleDisk(const ScratchFolder& folder, Fresh) : SampleDisk(folder, Bare{}) {
+  change(fill);
+}
+
+SampleDisk::SampleDisk(const ScratchFolder& folder, Bare)
     : _folder(folder), _path(folder / "disk.img"), _volume(folder / "volume.img") {
   writeAll(_path, "");
   std::filesystem::resize_file(_path, diskSize);
@@ -67,7 +71,6 @@ SampleDisk::SampleDisk(const ScratchFolder& folder, Fresh)
   overwrite(8 * mib, repeated("macOS volume ", 1'000'000));
   overwrite(reservedStart + mib, repeated("reserved ", 5'000));
   makeVolume();
-  change(fill);
 }
 
 void SampleDisk::makeVolume() const {

@@ -23,10 +23,13 @@ class SampleDisk {
   static constexpr const char* deletedText = "what was in the deleted file ";
 
   struct Fresh {};
+  struct Bare {};
 
   explicit SampleDisk(const ScratchFolder& folder);
   // Made anew instead of copied.
   SampleDisk(const ScratchFolder& folder, Fresh);
+  // With a volume that nothing was written to, which takes no FUSE and half the time.
+  SampleDisk(const ScratchFolder& folder, Bare);
 
   const std::string& path() const { return _path; }
   // The Windows side: Microsoft Reserved and the volume. The EFI and the macOS partition are not stored.

@@ -50,10 +50,9 @@ std::map<std::string, std::string> contentOf(const TemporaryFolder& folder) {
   return files;
 }
 
-class HelperAuthorisation : public testing::Test {
- protected:
-  void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+// The helper as the system bus has it, and root as its caller.
+struct World {
+  void begin() {
     for (const char* name : {"disks", "state", "archives"}) fs::create_directory(folder.path(name));
     fs::copy_file(sample(), folder.path("disks/sample.img"));
     std::ofstream(folder.path("disks/blank.img"));
@@ -62,14 +61,12 @@ class HelperAuthorisation : public testing::Test {
                                  tests::ChildProcess::Output::dropped);
     ASSERT_TRUE(root.waitFor([&] { return root.helperIsThere(); })) << log();
     ASSERT_TRUE(waitUntilIdle());
-    user.emplace(bus.openAs(kUser));
-    ASSERT_NE(user->bus(), nullptr);
   }
 
   // Made once: the helper does not change it.
   static const std::string& sample() {
     static const ScratchFolder scratch;
-    static const SampleDisk disk(scratch);
+    static const SampleDisk disk(scratch, SampleDisk::Bare{});
     static const std::string path = disk.path();
     return path;
   }
@@ -91,6 +88,24 @@ class HelperAuthorisation : public testing::Test {
     ASSERT_EQ(root.call(DaemonMember::backup), "0");
     ASSERT_TRUE(waitUntilIdle());
     ASSERT_EQ(statuskey::arcState.read(root.status()), ArcState::ready) << log();
+  }
+  std::string log() const { return folder.get("state/zpkhelper.log"); }
+
+  TemporaryFolder folder;
+  TestBus bus;
+  TestFrontEnd root{bus};
+  tests::ChildProcess helper;
+};
+
+// Calls of a user's in a world.
+class Authorisation : public testing::Test {
+ protected:
+  explicit Authorisation(std::shared_ptr<World> in)
+      : world(std::move(in)), folder(world->folder), bus(world->bus), root(world->root) {}
+
+  void openUser() {
+    user.emplace(bus.openAs(kUser));
+    ASSERT_NE(user->bus(), nullptr);
   }
   std::shared_ptr<const ZPKDisk> blank() {
     for (const auto& disk : statuskey::disks.read(root.status())) {
@@ -158,14 +173,50 @@ class HelperAuthorisation : public testing::Test {
     sd_bus_error_free(&error);
     return outcome;
   }
-  std::string log() const { return folder.get("state/zpkhelper.log"); }
+  std::string log() const { return world->log(); }
+  bool waitUntilIdle() { return world->waitUntilIdle(); }
 
-  TemporaryFolder folder;
-  TestBus bus;
-  TestFrontEnd root{bus};
+  const std::shared_ptr<World> world;
+  TemporaryFolder& folder;
+  TestBus& bus;
+  TestFrontEnd& root;
   std::optional<TestFrontEnd> user;
-  tests::ChildProcess helper;
   std::string text;
+};
+
+// With a helper of the case's own.
+class HelperAuthorisation : public Authorisation {
+ protected:
+  HelperAuthorisation() : Authorisation(std::make_shared<World>()) {}
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    ASSERT_NO_FATAL_FAILURE(world->begin());
+    openUser();
+  }
+  void makePoint() { world->makePoint(); }
+};
+
+// With a helper, and a backup point, that serve all cases: what is refused changes nothing, and what is not is put
+// into numbers of what was before.
+class LeaveForCommands : public Authorisation {
+ protected:
+  LeaveForCommands() : Authorisation(shared) {}
+  static void SetUpTestSuite() {
+    shared = std::make_shared<World>();
+    if (geteuid() != 0) return;
+    shared->begin();
+    if (!HasFatalFailure()) shared->makePoint();
+  }
+  static void TearDownTestSuite() { shared.reset(); }
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    ASSERT_TRUE(waitUntilIdle()) << log();
+    openUser();
+  }
+  std::uint64_t limit() { return statuskey::maxIncCount.read(root.status()); }
+
+ private:
+  static inline std::shared_ptr<World> shared;
 };
 
 TEST(CommandRights, AreGivenForEveryCommandThatIsDescribedAndForNoOther) {
@@ -202,8 +253,7 @@ TEST_F(HelperAuthorisation, RootMayDoEverythingWithoutPolkit) {
   }
 }
 
-TEST_F(HelperAuthorisation, WithoutPolkitAUserMayOnlyLook) {
-  makePoint();
+TEST_F(LeaveForCommands, WithoutPolkitAUserMayOnlyLook) {
   expectAllRefused(kDenied);
   EXPECT_THAT(text, HasSubstr("polkit"));
   for (const char* name : {"status", "checkInWithPort_lastStateTime", "collectLogsToPath", "reload"}) {
@@ -213,8 +263,7 @@ TEST_F(HelperAuthorisation, WithoutPolkitAUserMayOnlyLook) {
   }
 }
 
-TEST_F(HelperAuthorisation, WhomPolkitRefusesDoesNothing) {
-  makePoint();
+TEST_F(LeaveForCommands, WhomPolkitRefusesDoesNothing) {
   ScriptedPolkit polkit(bus, Way::refuses);
   expectAllRefused(kDenied);
   std::set<std::string> asked;
@@ -230,15 +279,13 @@ TEST_F(HelperAuthorisation, WhomPolkitRefusesDoesNothing) {
   EXPECT_EQ(asked, wanted);
 }
 
-TEST_F(HelperAuthorisation, NobodyIsAskedForAPasswordForACallerThatDoesNotWantThat) {
-  makePoint();
+TEST_F(LeaveForCommands, NobodyIsAskedForAPasswordForACallerThatDoesNotWantThat) {
   ScriptedPolkit polkit(bus, Way::asks);
   user->mayAsk = false;
   expectAllRefused(kNeedsPerson);
 }
 
-TEST_F(HelperAuthorisation, AnAnswerThatIsNoneIsNoLeave) {
-  makePoint();
+TEST_F(LeaveForCommands, AnAnswerThatIsNoneIsNoLeave) {
   ScriptedPolkit polkit(bus, Way::saysOtherTypes);
   expectAllRefused(kDenied);
   polkit.setWay(Way::fails);
@@ -246,9 +293,8 @@ TEST_F(HelperAuthorisation, AnAnswerThatIsNoneIsNoLeave) {
   EXPECT_THAT(log(), HasSubstr("Action is not registered"));
 }
 
-TEST_F(HelperAuthorisation, APolkitThatDiesOverTheQuestionGivesNoLeave) {
+TEST_F(LeaveForCommands, APolkitThatDiesOverTheQuestionGivesNoLeave) {
   for (const DBusMember& member : guarded()) {
-    if (std::string(member.name).starts_with("restore")) continue;  // There is nothing to restore.
     ScriptedPolkit polkit(bus, Way::dies);
     EXPECT_EQ(ask(*user, member), kDenied) << member.name;
     EXPECT_EQ(polkit.questions().size(), 1U) << member.name;
@@ -262,10 +308,11 @@ TEST_F(HelperAuthorisation, WhomPolkitLetsMay) {
   EXPECT_EQ(user->call(DaemonMember::backup), "3") << "what is wrong with a command is told as to anybody";
 }
 
-TEST_F(HelperAuthorisation, TheHelperServesOthersWhileSomebodyTypesAPassword) {
+TEST_F(LeaveForCommands, TheHelperServesOthersWhileSomebodyTypesAPassword) {
   ScriptedPolkit polkit(bus, Way::hangs);
+  const std::uint64_t wanted = limit() + 1;
   ASSERT_EQ(user->checkIn(0), "0");
-  const BusMessageHandle call = user->newCall(member(DaemonMember::setMaxIncrementsCount), std::uint64_t{3});
+  const BusMessageHandle call = user->newCall(member(DaemonMember::setMaxIncrementsCount), wanted);
   std::string outcome;
   sd_bus_call_async(
       user->bus(), nullptr, call.get(),
@@ -283,12 +330,13 @@ TEST_F(HelperAuthorisation, TheHelperServesOthersWhileSomebodyTypesAPassword) {
   polkit.grantAfterAll();
   ASSERT_TRUE(user->waitFor([&] { return !outcome.empty(); }));
   EXPECT_EQ(outcome, "done");
-  EXPECT_EQ(statuskey::maxIncCount.read(root.status()), 3U);
+  EXPECT_EQ(limit(), wanted);
 }
 
-TEST_F(HelperAuthorisation, ACallerThatGoesTakesItsQuestionBack) {
+TEST_F(LeaveForCommands, ACallerThatGoesTakesItsQuestionBack) {
   ScriptedPolkit polkit(bus, Way::hangs);
-  const BusMessageHandle call = user->newCall(member(DaemonMember::setMaxIncrementsCount), std::uint64_t{3});
+  const std::uint64_t before = limit();
+  const BusMessageHandle call = user->newCall(member(DaemonMember::setMaxIncrementsCount), before + 1);
   ASSERT_GE(sd_bus_send(user->bus(), call.get(), nullptr), 0);
   ASSERT_TRUE(user->waitFor([&] { return !polkit.questions().empty(); }));
   user.reset();
@@ -296,27 +344,30 @@ TEST_F(HelperAuthorisation, ACallerThatGoesTakesItsQuestionBack) {
   EXPECT_THAT(polkit.cancelled(), ElementsAre(polkit.questions().at(0).cancellation));
   polkit.grantAfterAll();
   EXPECT_EQ(root.call(DaemonMember::setCheckFS, 0), "0");
-  EXPECT_NE(statuskey::maxIncCount.read(root.status()), 3U);
+  EXPECT_EQ(limit(), before);
 }
 
-TEST_F(HelperAuthorisation, TheOneWhoIsRefusedHearsWhyAndNobodyElseDoes) {
+TEST_F(LeaveForCommands, TheOneWhoIsRefusedHearsWhyAndNobodyElseDoes) {
   ScriptedPolkit polkit(bus, Way::refuses);
+  TestFrontEnd another(bus);
+  const bool checks = statuskey::checkFS.read(root.status());
   ASSERT_EQ(user->checkIn(0), "0");
-  ASSERT_EQ(root.checkIn(0), "0");
-  ASSERT_TRUE(root.waitFor([&] { return !root.states.empty(); }));
-  EXPECT_EQ(user->call(DaemonMember::setCheckFS, 0), kDenied);
+  ASSERT_EQ(another.checkIn(0), "0");
+  ASSERT_TRUE(another.waitFor([&] { return !another.states.empty(); }));
+  EXPECT_EQ(user->call(DaemonMember::setCheckFS, checks ? 0 : 1), kDenied);
   ASSERT_TRUE(user->waitForState([](const auto& status) { return statuskey::opError.isPresentIn(status); }));
   EXPECT_THAT(*statuskey::opError.read(user->states.back()),
               HasSubstr("not allowed to change the backup settings"));
-  EXPECT_TRUE(statuskey::checkFS.read(user->states.back()));
-  EXPECT_EQ(root.call(DaemonMember::setCheckFS, 1), "0");
-  ASSERT_TRUE(root.waitFor([&] { return root.states.size() > 1; }));
-  for (const Dictionary& state : root.states) EXPECT_FALSE(statuskey::opError.isPresentIn(state));
+  EXPECT_EQ(statuskey::checkFS.read(user->states.back()), checks);
+  ASSERT_TRUE(user->waitForState([](const auto& status) { return !statuskey::opError.isPresentIn(status); }))
+      << "what it knows in the end is the state";
+  EXPECT_EQ(root.call(DaemonMember::setCheckFS, checks ? 0 : 1), "0");
+  ASSERT_TRUE(another.waitFor([&] { return another.states.size() > 1; }));
+  for (const Dictionary& state : another.states) EXPECT_FALSE(statuskey::opError.isPresentIn(state));
   EXPECT_THAT(log(), HasSubstr("Refused: setCheckFS of user " + std::to_string(kUser)));
 }
 
-TEST_F(HelperAuthorisation, OfARestoreTheDiskIsNamed) {
-  makePoint();
+TEST_F(LeaveForCommands, OfARestoreTheDiskIsNamed) {
   ScriptedPolkit polkit(bus, Way::refuses);
   EXPECT_EQ(ask(*user, member(DaemonMember::restore)), kDenied);
   ASSERT_EQ(polkit.questions().size(), 1U);
@@ -408,8 +459,7 @@ TEST_F(HelperAuthorisation, APathTakesTheHelperNoFurtherThanItsUser) {
   }
 }
 
-TEST_F(HelperAuthorisation, ACheckOfTheBackupsTakesLeaveAndItsFindingsDoNot) {
-  makePoint();
+TEST_F(LeaveForCommands, ACheckOfTheBackupsTakesLeaveAndItsFindingsDoNot) {
   {
     const ScriptedPolkit polkit(bus, Way::refuses);
     EXPECT_EQ(maintain(*user, MaintenanceMember::verify), kDenied);
