@@ -288,6 +288,31 @@ TEST_F(LaunchedController, TellsWhenTheHelperTakesLongToAnswer) {
   EXPECT_TRUE(controller.isHelperAnswering());
 }
 
+// It may be waiting for its user to type a password, and calls meanwhile.
+TEST_F(LaunchedController, AHelperThatCallsWhileItIsWaitedForIsAnswering) {
+  std::vector<std::pair<Seconds, bool>> seen;
+  const Token token = controller.observe(
+      "helperAnswering", [&] { seen.emplace_back(world.loop.now(), controller.isHelperAnswering()); });
+  const std::string waiting(FakeLinkTransport::kWaitMode);
+  for (int second = 1; second <= 20; ++second) {
+    world.loop.input(Seconds(second), [&] { world.transport.askNeedReload(); }, {waiting});
+  }
+  world.transport.setAnswerDelay(Seconds(21));
+  sharedDaemon().backup();
+  EXPECT_TRUE(seen.empty());
+}
+
+TEST_F(LaunchedController, AHelperThatFallsSilentIsNotAnsweringThreeSecondsAfterItsLastCall) {
+  std::vector<std::pair<Seconds, bool>> seen;
+  const Token token = controller.observe(
+      "helperAnswering", [&] { seen.emplace_back(world.loop.now(), controller.isHelperAnswering()); });
+  world.transport.pushAfter(Seconds(2), {});
+  world.transport.pushAfter(Seconds(4.5), {});
+  world.transport.setAnswerDelay(Seconds(10));
+  sharedDaemon().backup();
+  EXPECT_THAT(seen, ElementsAre(std::pair(Seconds(7.5), false), std::pair(Seconds(10), true)));
+}
+
 TEST_F(ZPKDaemonControllerTest, ASubclassIsWhatTheHelperAndTheLaunchReach) {
   class Subclass final : public ZPKDaemonController {
    public:

@@ -61,6 +61,7 @@ void FakeLinkTransport::helperDies() {
 }
 
 void FakeLinkTransport::push(const Dictionary& status) {
+  _lastHeard = _loop.now();
   const std::vector<std::shared_ptr<Port>> receivers = _checkedIn;
   for (const std::shared_ptr<Port>& receiver : receivers) {
     if (const auto served = _served.find(receiver); served != _served.end()) {
@@ -78,6 +79,7 @@ void FakeLinkTransport::pushAfter(Seconds delay, const Dictionary& status) {
 }
 
 Value FakeLinkTransport::askNeedReload() {
+  _lastHeard = _loop.now();
   if (_checkedIn.empty()) return {};
   const auto served = _served.find(_checkedIn.front());
   return served == _served.end() ? Value() : served->second->rootObject.needReload();
@@ -136,19 +138,17 @@ Value FakeLinkTransport::send(Life life, FakeHelper::Call call) {
 void FakeLinkTransport::waitForReply(Life life, const std::string& command) {
   const Seconds begin = _loop.now();
   const Seconds end = begin + std::min(_answerDelay, timeoutOf(command));
-  if (end <= begin + kPatience) {
-    waitUntil(life, end);
-  } else {
-    waitUntil(life, begin + kPatience);
-    if (life == _life) announceAnswering(false);
-    waitUntil(life, end);
-    announceAnswering(true);
+  bool late = false;
+  while (life == _life && _loop.now() < end) {
+    const Seconds patient = std::max(begin, _lastHeard) + kPatience;
+    if (!late && _loop.now() >= patient) {
+      late = true;
+      announceAnswering(false);
+    }
+    _loop.runInMode(kWaitMode, (late ? end : std::min(end, patient)) - _loop.now());
   }
+  if (late) announceAnswering(true);
   if (_answerDelay > timeoutOf(command)) throw LinkException("no reply in time");
-}
-
-void FakeLinkTransport::waitUntil(Life life, Seconds end) {
-  while (life == _life && _loop.now() < end) _loop.runInMode(kWaitMode, end - _loop.now());
 }
 
 void FakeLinkTransport::requireAlive(Life life) const {

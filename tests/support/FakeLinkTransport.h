@@ -65,7 +65,6 @@ class FakeLinkTransport final : public LinkTransport {
 
   Value send(Life life, FakeHelper::Call call);
   void waitForReply(Life life, const std::string& command);
-  void waitUntil(Life life, Seconds end);
   void requireAlive(Life life) const;
   bool isServedIn(const std::shared_ptr<Port>& port, std::string_view mode) const;
   void announcePresence(bool present);
@@ -76,6 +75,7 @@ class FakeLinkTransport final : public LinkTransport {
   std::atomic<Life> _life{0};
   Life _lastLife = 0;
   Seconds _answerDelay{0};
+  Seconds _lastHeard{0};
 
   std::map<std::shared_ptr<Port>, Connection*> _served;
   std::vector<std::shared_ptr<Port>> _checkedIn;

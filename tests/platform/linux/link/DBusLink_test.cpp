@@ -144,6 +144,25 @@ TEST_F(DBusLink, ASilentHelperIsATimeoutAndSaidNotToAnswerMeanwhile) {
   EXPECT_EQ(tell("code 2"), Value(2));
 }
 
+// For longer than the patience with one that is silent, it calls; the end of that patience comes after its last
+// call.
+TEST_F(DBusLink, AHelperThatCallsWhileItIsWaitedForIsAnswering) {
+  LinkTimes times = quickTimes();
+  times.command = std::chrono::milliseconds(2500);
+  times.notAnswering = std::chrono::milliseconds(700);
+  restartTransport(surroundings(times));
+  startAndCheckIn();
+  std::vector<std::string> events;
+  delegate.onNeedReload = [&] { events.emplace_back("call"); };
+  const Token token =
+      transport->observeAnswering([&](bool answers) { events.emplace_back(answers ? "over" : "not answering"); });
+  constexpr std::size_t kCalls = 45;
+  EXPECT_THAT(failureOf([&] { tell("remind " + std::to_string(kCalls)); }), HasSubstr("no reply in time"));
+  std::vector<std::string> expected(kCalls, "call");
+  expected.insert(expected.end(), {"not answering", "over"});
+  EXPECT_EQ(events, expected);
+}
+
 TEST_F(DBusLink, CollectingLogsAloneHasItsOwnPatience) {
   LinkTimes times = quickTimes();
   times.collectLogs = std::chrono::milliseconds(50);

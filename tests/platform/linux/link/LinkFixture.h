@@ -22,11 +22,15 @@ class RecordingDelegate final : public ZPKHelperDelegateProtocol {
     stateTimes.push_back(status["statetime"].integerValue());
     if (onStatus) onStatus(status);
   }
-  Value needReload() override { return Value(reloadAnswer); }
+  Value needReload() override {
+    if (onNeedReload) onNeedReload();
+    return Value(reloadAnswer);
+  }
 
   std::vector<std::int64_t> stateTimes;
   bool reloadAnswer = false;
   std::function<void(const Dictionary&)> onStatus;
+  std::function<void()> onNeedReload;
 };
 
 // A front end's link on a bus of the test's own, with a helper that does as it is told (scripted_helper.cpp).

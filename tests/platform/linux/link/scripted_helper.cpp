@@ -8,7 +8,8 @@
 //                   "last-burst N" too, and then it ends
 //                   "push-bytes N"  pushes one status of N bytes, "push-levels N" of N levels; answers 1 if refused
 //                   "push-garbage"  pushes what is no status; answers 1 if refused
-//                   "need-reload"  asks, and answers with 0 or 1
+//                   "need-reload"  asks, and answers with 0 or 1; "remind N" asks N times, fifty times a second,
+//                   and never answers
 //   status   {"checkins": how many, "laststatetime": of the last one, "caller": its unique name}
 //   everything else answers 0
 
@@ -129,7 +130,12 @@ class ScriptedHelper {
           rawPush("(sa{sv})", [](sd_bus_message* m) { sd_bus_message_append(m, "(sa{sv})", "NoSuchClass", 0); });
       result(call, taken(message.get()) ? 0 : 1);
     } else if (verb == "need-reload") {
-      needReload(call);
+      result(call, needReload());
+    } else if (verb == "remind") {
+      for (int i = 0; i < number; ++i) {
+        needReload();
+        usleep(20'000);
+      }
     }
   }
 
@@ -183,14 +189,14 @@ class ScriptedHelper {
     return sd_bus_call(_bus.get(), message, 10'000'000, nullptr, nullptr) >= 0;
   }
 
-  void needReload(sd_bus_message* call) {
+  int needReload() {
     sd_bus_message* reply = nullptr;
     int answer = -1;
     const BusMessageHandle question = newPush(DelegateMember::needReload);
     if (sd_bus_call(_bus.get(), question.get(), 10'000'000, nullptr, &reply) >= 0)
       sd_bus_message_read(reply, "b", &answer);
     sd_bus_message_unref(reply);
-    result(call, answer);
+    return answer;
   }
 
   void result(sd_bus_message* call, int code) {
