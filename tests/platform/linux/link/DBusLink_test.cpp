@@ -148,15 +148,15 @@ TEST_F(DBusLink, ASilentHelperIsATimeoutAndSaidNotToAnswerMeanwhile) {
 // call.
 TEST_F(DBusLink, AHelperThatCallsWhileItIsWaitedForIsAnswering) {
   LinkTimes times = quickTimes();
-  times.command = std::chrono::milliseconds(2500);
-  times.notAnswering = std::chrono::milliseconds(700);
+  times.command = std::chrono::milliseconds(1700);
+  times.notAnswering = std::chrono::milliseconds(500);
   restartTransport(surroundings(times));
   startAndCheckIn();
   std::vector<std::string> events;
   delegate.onNeedReload = [&] { events.emplace_back("call"); };
   const Token token =
       transport->observeAnswering([&](bool answers) { events.emplace_back(answers ? "over" : "not answering"); });
-  constexpr std::size_t kCalls = 45;
+  constexpr std::size_t kCalls = 35;
   EXPECT_THAT(failureOf([&] { tell("remind " + std::to_string(kCalls)); }), HasSubstr("no reply in time"));
   std::vector<std::string> expected(kCalls, "call");
   expected.insert(expected.end(), {"not answering", "over"});
