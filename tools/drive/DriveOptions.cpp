@@ -8,7 +8,8 @@ namespace zpk {
 namespace {
 
 const QString kAllowed = QStringLiteral(
-    "allowed: --archive PATH --pictures DIR [--tour | --errands | --open-with FILES | --crash | --after-crash] "
+    "allowed: --archive PATH --pictures DIR [--tour | --errands | --open-with FILES | --crash | --after-crash | "
+    "--refused] "
     "[--input mouse|keyboard] [--system]");
 
 std::optional<InputKind> inputKind(const QString& name) {
@@ -21,6 +22,7 @@ Journey journeyOf(const QCommandLineParser& parser) {
   if (parser.isSet(QStringLiteral("open-with"))) return Journey::opening;
   if (parser.isSet(QStringLiteral("crash"))) return Journey::crash;
   if (parser.isSet(QStringLiteral("after-crash"))) return Journey::afterCrash;
+  if (parser.isSet(QStringLiteral("refused"))) return Journey::refused;
   if (parser.isSet(QStringLiteral("errands"))) return Journey::errands;
   return parser.isSet(QStringLiteral("tour")) ? Journey::whole : Journey::backup;
 }
@@ -41,10 +43,11 @@ std::optional<DriveOptions> driveOptions(const QStringList& arguments, QString& 
   const QCommandLineOption files(QStringLiteral("open-with"), {}, path);
   const QCommandLineOption crash(QStringLiteral("crash"));
   const QCommandLineOption afterCrash(QStringLiteral("after-crash"));
+  const QCommandLineOption refused(QStringLiteral("refused"));
   const QCommandLineOption input(QStringLiteral("input"), {}, QStringLiteral("kind"), QStringLiteral("mouse"));
   const QCommandLineOption system(QStringLiteral("system"));
   QCommandLineParser parser;
-  parser.addOptions({archive, pictures, tour, errands, files, crash, afterCrash, input, system});
+  parser.addOptions({archive, pictures, tour, errands, files, crash, afterCrash, refused, input, system});
   if (!parser.parse(QStringList(QString()) + arguments)) return refuse(mistake, parser.errorText());
   if (!parser.positionalArguments().isEmpty()) {
     return refuse(mistake, QStringLiteral("unexpected “%1”").arg(parser.positionalArguments().front()));

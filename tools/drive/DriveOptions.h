@@ -9,7 +9,7 @@
 namespace zpk {
 
 // Of errands, disk and place are chosen, and then the standard input says what to do (Errands.h).
-enum class Journey { backup, whole, opening, crash, afterCrash, errands };
+enum class Journey { backup, whole, opening, crash, afterCrash, refused, errands };
 
 // What to drive with the archive at `archive`; pictures are saved into the folder `pictures`.
 struct DriveOptions {

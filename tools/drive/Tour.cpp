@@ -67,6 +67,15 @@ const std::vector<TourStep>& afterCrashTour() {
   return tour;
 }
 
+const std::vector<TourStep>& refusedTour() {
+  static const std::vector<TourStep> tour{
+      {"open the window", steps::openWindow},
+      {"be refused a backup", steps::meetRefusedBackup},
+      {"be refused other settings", steps::meetRefusedSettings},
+  };
+  return tour;
+}
+
 const std::vector<TourStep>& choosingTour() {
   static const std::vector<TourStep> tour{
       {"open the window", steps::openWindow},

@@ -21,6 +21,8 @@ const std::vector<TourStep>& openingTour();
 // A crash with a point open, which ends this program too, and the next start of it.
 const std::vector<TourStep>& crashTour();
 const std::vector<TourStep>& afterCrashTour();
+// That of a user who may do nothing, where disk and place are chosen already.
+const std::vector<TourStep>& refusedTour();
 // Up to where the window is ready to back up.
 const std::vector<TourStep>& choosingTour();
 // The shortest way to a backup.

@@ -49,6 +49,10 @@ QString stopRestore(Stage& stage, const RestoreErrand& errand);
 // What the window says of a restore that cannot be.
 QString meetRefusedRestore(Stage& stage, const RestoreErrand& errand);
 
+// What is not allowed (RefusalSteps.cpp).
+QString meetRefusedBackup(Stage& stage);
+QString meetRefusedSettings(Stage& stage);
+
 // Open backup points (OpenSteps.cpp).
 QString openPoint(Stage& stage);
 QString readOpenFiles(Stage& stage);

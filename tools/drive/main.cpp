@@ -45,6 +45,8 @@ const std::vector<TourStep>& tourOf(Journey journey) {
       return crashTour();
     case Journey::afterCrash:
       return afterCrashTour();
+    case Journey::refused:
+      return refusedTour();
     case Journey::errands:
       return choosingTour();
     case Journey::backup:

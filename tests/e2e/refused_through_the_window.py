@@ -1,0 +1,98 @@
+#!/usr/bin/env python3
+"""A user who may do nothing asks for it all the same, in the real window, of the real helper.
+
+The helper serves as root on a bus of the test's own in the place of the system's, where nobody gives leave to anybody
+else. The window runs as "nobody": each refusal has to be one sheet that goes when it is dismissed, and afterwards the
+window shows the settings that the helper has. Needs root, to become that user.
+"""
+import argparse
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+import backup_through_the_window as window
+
+USER = 65534
+SERVICE = ["com.tarnwick.zpkhelper", "/com/tarnwick/zpkhelper", "com.tarnwick.ZPKDaemonProtocol"]
+DISK = "a3c51d0e-7f2b-4e57-9d0a-3b1e64c0d001"
+CONFIGURATION = """<busconfig><type>session</type><listen>unix:path={}</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow user="*"/><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/>
+</policy></busconfig>"""
+
+
+def eventually(what, condition):
+    for _ in range(400):
+        if condition():
+            return
+        subprocess.run(["sleep", "0.05"], check=True)
+    sys.exit(f"waited in vain for {what}")
+
+
+def bus_call(*arguments):
+    return subprocess.run(["busctl", "--system", "call", *SERVICE, *arguments], capture_output=True).stdout
+
+
+def become_user():
+    os.setgroups([])
+    os.setresgid(USER, USER, USER)
+    os.setresuid(USER, USER, USER)
+
+
+def refuse(options, work, start):
+    (work / "bus.conf").write_text(CONFIGURATION.format(work / "bus"))
+    start("dbus-daemon", f"--config-file={work / 'bus.conf'}", "--nofork", "--nopidfile")
+    os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={work / 'bus'}"
+    eventually("the bus", (work / "bus").exists)
+    start(options.helper, "--disks", work / "disks", "--state", work / "state")
+    eventually("the disk", lambda: b"mac-with-windows.img" in bus_call("status"))
+    archive = str(work / "archives/Windows.rldbackup")
+    for setting in (("setBackupSource", "s", DISK), ("setTargetPath", "s", archive)):
+        if bus_call(*setting).split() != [b"u", b"0"]:
+            sys.exit(f"{setting[0]} was not taken")
+    # Where the user can reach it.
+    shutil.copy2(options.drive, work / "drive")
+    driven = subprocess.run([work / "drive", "--system", "--refused", "--archive", archive, "--pictures",
+                             work / "user/pictures"], preexec_fn=become_user, cwd=work / "user",
+                            env=dict(os.environ, HOME=str(work / "user"), XDG_RUNTIME_DIR=str(work / "user"),
+                                     QT_QPA_PLATFORM="offscreen"))
+    if driven.returncode != 0:
+        sys.exit("the drive failed:\n" + (work / "state/zpkhelper.log").read_text(errors="replace"))
+    if os.path.exists(archive):
+        sys.exit("there is an archive")
+    refusals = (work / "state/zpkhelper.log").read_text(errors="replace").count("Refused: ")
+    if refusals != 3:
+        sys.exit(f"{refusals} commands were refused, three were given")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    for option in ("--helper", "--drive", "--make-disks", "--pictures"):
+        parser.add_argument(option, required=True, type=pathlib.Path)
+    options = parser.parse_args()
+    running = []
+
+    def start(*command):
+        running.append(subprocess.Popen([str(word) for word in command], stderr=subprocess.DEVNULL))
+
+    with tempfile.TemporaryDirectory(prefix="zpk-refused-") as folder:
+        work = pathlib.Path(folder)
+        for name in ("disks", "archives", "state", "user"):
+            (work / name).mkdir()
+        work.chmod(0o755)
+        os.chown(work / "user", USER, USER)
+        window.run(options.make_disks, "--small", work / "disks")
+        try:
+            refuse(options, work, start)
+        finally:
+            for process in reversed(running):
+                process.terminate()
+                process.wait(10)
+        shutil.rmtree(options.pictures, ignore_errors=True)
+        shutil.copytree(work / "user/pictures", options.pictures)
+
+
+if __name__ == "__main__":
+    main()
