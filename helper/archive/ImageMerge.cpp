@@ -23,6 +23,7 @@ ArchiveResult<ImageMerge> ImageMerge::open(OpenFile parent, OpenFile child, Open
     return damagedError("The hash map does not belong to the image", mapPath);
   }
   ImageMerge merge(std::move(*rewriter), std::move(*reader), std::move(*hashes));
+  merge._child.gatherReads();
   merge._childPath = childPath;
   merge._name = childPath.substr(childPath.rfind('/') + 1);
   const ArchiveResult<Done> counted = merge.countClusters();

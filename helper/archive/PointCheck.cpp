@@ -46,6 +46,7 @@ class ImageCheck {
       return damagedError("The image and the hash map do not belong together", path);
     }
     ImageCheck check(std::move(path), std::move(*reader), std::move(*hashes));
+    check._image.gatherReads();
     check._parentMap = parentMapOf(archive, index, place);
     return check;
   }

@@ -15,6 +15,14 @@ namespace {
 constexpr int largestWindowLog = 20;
 constexpr std::size_t longestName = 1023;
 
+constexpr std::uint64_t gatheredAtOnce = std::uint64_t{1} << 20U;
+
+ClusterKind kindOfEntry(std::uint64_t entry) {
+  if ((entry & qcow2::compressed) != 0) return ClusterKind::Compressed;
+  if ((entry & qcow2::readsAsZeros) != 0) return ClusterKind::Zeros;
+  return (entry & qcow2::offsetMask) == 0 ? ClusterKind::Absent : ClusterKind::Plain;
+}
+
 }  // namespace
 
 void Qcow2Reader::FreeContext::operator()(ZSTD_DCtx_s* context) const {
@@ -115,9 +123,7 @@ ArchiveResult<std::uint64_t> Qcow2Reader::entryOf(std::uint64_t cluster) {
 ArchiveResult<ClusterKind> Qcow2Reader::kindOf(std::uint64_t cluster) {
   const ArchiveResult<std::uint64_t> entry = entryOf(cluster);
   if (!entry) return entry.error();
-  if ((*entry & qcow2::compressed) != 0) return ClusterKind::Compressed;
-  if ((*entry & qcow2::readsAsZeros) != 0) return ClusterKind::Zeros;
-  return (*entry & qcow2::offsetMask) == 0 ? ClusterKind::Absent : ClusterKind::Plain;
+  return kindOfEntry(*entry);
 }
 
 ArchiveResult<ClusterKind> Qcow2Reader::read(std::uint64_t cluster, std::span<std::byte> content) {
@@ -129,34 +135,94 @@ ArchiveResult<ClusterKind> Qcow2Reader::read(std::uint64_t cluster, std::span<st
     return kind;
   }
   const std::uint64_t entry = *entryOf(cluster);
-  ArchiveResult<Done> step = Done{};
-  if (*kind == ClusterKind::Compressed) {
-    step = readCompressed(entry, content);
-  } else {
-    const std::uint64_t place = entry & qcow2::offsetMask;
-    if (place % clusterSize() != 0 || !holds(place, clusterSize())) {
-      return damaged("A cluster of the image is out of place", place);
-    }
-    step = readAt(_file, place, content);
-  }
+  const ArchiveResult<Done> step = *kind == ClusterKind::Compressed ? readCompressed(cluster, entry, content)
+                                                                    : readPlain(cluster, entry, content);
   if (!step) return step.error();
   return kind;
 }
 
-ArchiveResult<Done> Qcow2Reader::readCompressed(std::uint64_t entry, std::span<std::byte> content) {
+ArchiveResult<Done> Qcow2Reader::readPlain(std::uint64_t cluster, std::uint64_t entry,
+                                           std::span<std::byte> content) {
+  const std::optional<ByteRange> extent = extentOf(entry);
+  if (!extent) return damaged("A cluster of the image is out of place", entry & qcow2::offsetMask);
+  const ArchiveResult<ByteSpan> bytes = bytesOf(cluster, *extent, _plain);
+  if (!bytes) return bytes.error();
+  std::ranges::copy(*bytes, content.begin());
+  return Done{};
+}
+
+ArchiveResult<Done> Qcow2Reader::readCompressed(std::uint64_t cluster, std::uint64_t entry,
+                                                std::span<std::byte> content) {
+  const std::optional<ByteRange> extent = extentOf(entry);
+  if (!extent) return damaged("A compressed cluster of the image is out of place", compressedPlace(entry));
+  const ArchiveResult<ByteSpan> bytes = bytesOf(cluster, *extent, _frames);
+  return bytes ? unpack(*bytes, extent->start, content) : bytes.error();
+}
+
+std::uint64_t Qcow2Reader::compressedPlace(std::uint64_t entry) const {
+  return entry & ((std::uint64_t{1} << qcow2::compressedOffsetBits(_clusterBits)) - 1);
+}
+
+std::optional<ByteRange> Qcow2Reader::extentOf(std::uint64_t entry) const {
+  if ((entry & qcow2::compressed) == 0) {
+    const std::uint64_t place = entry & qcow2::offsetMask;
+    if (place % clusterSize() != 0 || !holds(place, clusterSize())) return std::nullopt;
+    return ByteRange{place, place + clusterSize()};
+  }
   const unsigned offsetBits = qcow2::compressedOffsetBits(_clusterBits);
-  const std::uint64_t place = entry & ((std::uint64_t{1} << offsetBits) - 1);
+  const std::uint64_t place = compressedPlace(entry);
   const std::uint64_t sectors = (entry & ~(qcow2::compressed | qcow2::onlyReference)) >> offsetBits;
   const std::uint64_t end =
       std::min(_fileSize, roundDown(place, qcow2::sectorSize) + (sectors + 1) * qcow2::sectorSize);
-  if (place >= end) return damaged("A compressed cluster of the image is out of place", place);
-  _frame.resize(end - place);
-  ArchiveResult<Done> step = readAt(_file, place, _frame);
-  if (!step) return step;
+  return place < end ? std::optional(ByteRange{place, end}) : std::nullopt;
+}
 
-  // The frame ends somewhere in its last sector; what follows it belongs to others.
+std::uint64_t Qcow2Reader::gatheredEnd(std::uint64_t cluster, const ByteRange& extent) const {
+  const std::uint64_t entries = clusterSize() / 8;
+  const auto entryAt = [this](std::uint64_t i) { return bigEndianAt<std::uint64_t>(_table, i * 8); };
+  const ClusterKind kind = kindOfEntry(entryAt(cluster % entries));
+  std::uint64_t end = extent.end;
+  for (std::uint64_t i = cluster % entries + 1; i < entries; ++i) {
+    if (kindOfEntry(entryAt(i)) != kind) continue;
+    // Clusters are written in their order; what was put into a gap later lies elsewhere, and ends what is gathered.
+    const std::optional<ByteRange> next = extentOf(entryAt(i));
+    if (!next || next->start < extent.start || next->start > end + clusterSize() ||
+        next->end > extent.start + gatheredAtOnce) {
+      break;
+    }
+    end = std::max(end, next->end);
+  }
+  return end;
+}
+
+// `cluster` lies there, and its table is the loaded one.
+ArchiveResult<ByteSpan> Qcow2Reader::bytesOf(std::uint64_t cluster, const ByteRange& extent, Stretch& stretch) {
+  const bool isThere = extent.start >= stretch.place && extent.end <= stretch.place + stretch.bytes.size();
+  if (!_gathers || !isThere) {
+    const std::uint64_t end = _gathers ? gatheredEnd(cluster, extent) : extent.end;
+    ArchiveResult<Done> step = fill(stretch, {extent.start, end});
+    if (!step && end > extent.end) {
+      // What cannot be read may be another cluster. A disk takes its time before it says so: once is enough.
+      _gathers = false;
+      step = fill(stretch, extent);
+    }
+    if (!step) return step.error();
+  }
+  return ByteSpan(stretch.bytes).subspan(extent.start - stretch.place, extent.size());
+}
+
+ArchiveResult<Done> Qcow2Reader::fill(Stretch& stretch, const ByteRange& range) const {
+  stretch.place = range.start;
+  stretch.bytes.resize(range.size());
+  ArchiveResult<Done> step = readAt(_file, range.start, stretch.bytes);
+  if (!step) stretch.bytes.clear();
+  return step;
+}
+
+// The frame ends somewhere in its last sector; what follows it belongs to others.
+ArchiveResult<Done> Qcow2Reader::unpack(ByteSpan sectors, std::uint64_t place, std::span<std::byte> content) {
   ZSTD_DCtx_reset(_context.get(), ZSTD_reset_session_only);
-  ZSTD_inBuffer in{_frame.data(), _frame.size(), 0};
+  ZSTD_inBuffer in{sectors.data(), sectors.size(), 0};
   ZSTD_outBuffer out{content.data(), content.size(), 0};
   std::size_t left = 1;
   while (left != 0) {
@@ -167,7 +233,7 @@ ArchiveResult<Done> Qcow2Reader::readCompressed(std::uint64_t entry, std::span<s
     }
   }
   if (out.pos != content.size()) return damaged("A compressed cluster of the image is too short", place);
-  _frame.resize(in.pos);
+  _frame = sectors.first(in.pos);
   return Done{};
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "helper/archive/ByteRange.h"
 #include "helper/archive/FileAccess.h"
 
 struct ZSTD_DCtx_s;
@@ -40,6 +41,10 @@ class Qcow2Reader {
   // Fills `content`, one cluster long; an absent cluster gives zeros.
   ArchiveResult<ClusterKind> read(std::uint64_t cluster, std::span<std::byte> content);
 
+  // For whoever reads most of what the image holds, in ascending order: clusters that lie together in the file are
+  // read from it together, up to a MiB at once. Once that fails, each is read by itself.
+  void gatherReads() { _gathers = true; }
+
   // The exact frame of the compressed cluster that was read last, until the next read.
   ByteSpan frame() const { return _frame; }
 
@@ -57,7 +62,21 @@ class Qcow2Reader {
   ArchiveResult<Done> readTablePlaces(std::uint64_t place, std::uint64_t count);
   ArchiveResult<std::uint64_t> entryOf(std::uint64_t cluster);
   ArchiveResult<Done> loadTable(std::uint64_t index);
-  ArchiveResult<Done> readCompressed(std::uint64_t entry, std::span<std::byte> content);
+  ArchiveResult<Done> readPlain(std::uint64_t cluster, std::uint64_t entry, std::span<std::byte> content);
+  ArchiveResult<Done> readCompressed(std::uint64_t cluster, std::uint64_t entry, std::span<std::byte> content);
+  ArchiveResult<Done> unpack(ByteSpan sectors, std::uint64_t place, std::span<std::byte> content);
+  std::uint64_t compressedPlace(std::uint64_t entry) const;
+  // Where the file holds the cluster of a compressed or plain entry: nothing when that is out of place.
+  std::optional<ByteRange> extentOf(std::uint64_t entry) const;
+  // How far reading on from `extent`, where that cluster is, pays.
+  std::uint64_t gatheredEnd(std::uint64_t cluster, const ByteRange& extent) const;
+  // A part of the file that was read in one go.
+  struct Stretch {
+    std::uint64_t place = 0;
+    ByteBuffer bytes;
+  };
+  ArchiveResult<ByteSpan> bytesOf(std::uint64_t cluster, const ByteRange& extent, Stretch& stretch);
+  ArchiveResult<Done> fill(Stretch& stretch, const ByteRange& range) const;
   bool holds(std::uint64_t place, std::uint64_t size) const {
     return place <= _fileSize && size <= _fileSize - place;
   }
@@ -71,7 +90,10 @@ class Qcow2Reader {
   std::vector<std::uint64_t> _tablePlaces;
   std::optional<std::uint64_t> _loadedTable;
   ByteBuffer _table;
-  ByteBuffer _frame;
+  bool _gathers = false;
+  Stretch _frames;
+  Stretch _plain;   // Plain clusters lie in stretches of their own.
+  ByteSpan _frame;  // In _frames.
   std::unique_ptr<ZSTD_DCtx_s, FreeContext> _context;
 };
 

@@ -2,10 +2,13 @@
 #include <gtest/gtest.h>
 #include <zstd.h>
 
+#include <algorithm>
+#include <fstream>
 #include <map>
 
 #include "helper/archive/Qcow2Format.h"
 #include "helper/archive/Qcow2Reader.h"
+#include "helper/archive/Qcow2Rewriter.h"
 #include "helper/archive/Qcow2Writer.h"
 #include "helper/archive/TestFiles.h"
 
@@ -132,6 +135,85 @@ TEST_P(Qcow2, TheReaderGivesBackWhatWasWritten) {
   EXPECT_EQ(*reader->kindOf(6), ClusterKind::Absent);
 }
 
+// Read calls of this process so far.
+std::uint64_t readCalls() {
+  std::ifstream counts("/proc/self/io");
+  for (std::string name; counts >> name;) {
+    std::uint64_t count = 0;
+    counts >> count;
+    if (name == "syscr:") return count;
+  }
+  ADD_FAILURE() << "the kernel does not count calls";
+  return 0;
+}
+
+TEST_P(Qcow2, NeighboursAreReadTogetherWhereThatIsWanted) {
+  const auto clusters = mixedClusters(clusterSize(), 200, 3);
+  writeImage(folder, "a.pvhd", {600 * clusterSize(), GetParam(), ""}, clusters);
+  std::map<bool, std::uint64_t> calls;
+  for (const bool gathers : {false, true}) {
+    auto reader = Qcow2Reader::open(test::openFile(folder, "a.pvhd"));
+    ASSERT_TRUE(reader.hasValue());
+    if (gathers) reader->gatherReads();
+    ByteBuffer content(clusterSize());
+    const std::uint64_t before = readCalls();
+    for (const auto& [index, written] : clusters) {
+      const ArchiveResult<ClusterKind> kind = reader->read(index, content);
+      ASSERT_TRUE(kind.hasValue());
+      ASSERT_TRUE(content == written) << index;
+      ASSERT_TRUE(*kind != ClusterKind::Compressed || std::ranges::equal(reader->frame(), frameOf(written)));
+    }
+    calls[gathers] = readCalls() - before;
+  }
+  EXPECT_GE(calls[false], clusters.size());
+  EXPECT_LE(calls[true], clusters.size() / (GetParam() == 14 ? 10 : 5));
+}
+
+TEST_P(Qcow2, AClusterIsReadWhereItsNeighbourCannotBe) {
+  // Eight plain clusters, and the file lost the last while it was open.
+  std::map<std::uint64_t, ByteBuffer> clusters;
+  for (unsigned i = 0; i < 8; ++i) clusters[i] = test::randomBytes(clusterSize(), i);
+  writeImage(folder, "a.pvhd", {8 * clusterSize(), GetParam(), ""}, clusters);
+  const std::string bytes = test::readAll(folder / "a.pvhd");
+  const std::size_t last =
+      bytes.find(std::string(reinterpret_cast<const char*>(clusters[7].data()), clusterSize()));
+  ASSERT_NE(last, std::string::npos);
+  auto reader = Qcow2Reader::open(test::openFile(folder, "a.pvhd"));
+  reader->gatherReads();
+  ASSERT_TRUE(reader->kindOf(0).hasValue());  // The table is read.
+  std::filesystem::resize_file(folder / "a.pvhd", last);
+  ByteBuffer content(clusterSize());
+  for (unsigned i = 0; i < 7; ++i) {
+    ASSERT_TRUE(reader->read(i, content).hasValue()) << i;
+    EXPECT_TRUE(content == clusters[i]) << i;
+  }
+  EXPECT_EQ(reader->read(7, content).error().fault, ArchiveFault::ReadFailed);
+}
+
+TEST_P(Qcow2, ARewrittenImageIsReadTheSameWay) {
+  auto clusters = mixedClusters(clusterSize(), 150, 3);
+  writeImage(folder, "a.pvhd", {500 * clusterSize(), GetParam(), ""}, clusters);
+  std::mt19937_64 random(GetParam());
+  for (int round = 0; round < 4; ++round) {
+    const ArchiveResult<OpenFile> parent = openFolder(folder.path());
+    auto image = Qcow2Rewriter::open(std::move(*openForUpdateIn(*parent, "a.pvhd")));
+    ASSERT_TRUE(image.hasValue());
+    for (std::uint64_t i = 0; i < 450; i += 1 + random() % 20) {
+      clusters[i] = compressibleCluster(clusterSize(), static_cast<unsigned>(random() % 4000));
+      ASSERT_TRUE(image->putCompressed(i, frameOf(clusters[i])).hasValue());
+    }
+    const CancelFlag never;
+    ASSERT_TRUE(image->prepare(never).hasValue() && image->switchOver().hasValue());
+  }
+  auto reader = Qcow2Reader::open(test::openFile(folder, "a.pvhd"));
+  reader->gatherReads();
+  ByteBuffer content(clusterSize());
+  for (const auto& [index, written] : clusters) {
+    ASSERT_TRUE(reader->read(index, content).hasValue());
+    ASSERT_TRUE(content == written) << index;
+  }
+}
+
 TEST_P(Qcow2, AChildShowsItsParentWhereItHoldsNothingAndHidesItWithZeros) {
   const std::uint64_t size = 100 * clusterSize();
   auto parent = mixedClusters(clusterSize(), 50, 2);
@@ -178,6 +260,7 @@ TEST_P(Qcow2, DamageAnywhereIsAnErrorOrHarmlessButNeverMore) {
       ++refused;
       continue;
     }
+    if (round % 3 == 0) reader->gatherReads();
     for (std::uint64_t i = 0; i < std::min<std::uint64_t>(reader->clusterCount(), 1000); ++i) {
       content.resize(reader->clusterSize());
       if (!reader->read(i, content)) ++refused;
