@@ -22,6 +22,11 @@ constexpr std::size_t countTableClustersField = 56;
 // What an image may be long beyond twice the size of its disk. Keeps the memory for its clusters within bounds.
 constexpr std::uint64_t largestOverhead = std::uint64_t{1} << 30U;
 
+// Making a hole costs about as much as writing it full. What a shorter run of clusters takes is left to the next
+// rewriting, unless that is more than one part in so many of the image.
+constexpr std::uint64_t smallestHole = std::uint64_t{64} << 10U;
+constexpr std::uint64_t shareThatMayStay = 16;
+
 constexpr std::size_t pendingLimit = std::size_t{1} << 20U;
 
 ByteBuffer bigEndianTable(const std::vector<std::uint64_t>& values, std::uint64_t bytes) {
@@ -288,17 +293,30 @@ void Qcow2Rewriter::giveBack() {
   letOthersIn(_file.fd);
 }
 
+bool Qcow2Rewriter::takesRoom(const Qcow2Space::Run& run) const {
+  const auto start = static_cast<off_t>(run.first * _clusterSize);
+  const off_t data = ::lseek(_file.fd.get(), start, SEEK_DATA);
+  // Whoever cannot say where the holes are is asked to make one.
+  if (data < 0) return errno != ENXIO;
+  return data < start + static_cast<off_t>(run.count * _clusterSize);
+}
+
 void Qcow2Rewriter::punchUnused() {
-  const int file = _file.fd.get();
   const std::uint64_t end = _space.usedEnd();
-  for (const auto& [first, count] : _space.unusedRuns()) {
-    if (first >= end) break;
-    if (::fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(first * _clusterSize),
-                    static_cast<off_t>(count * _clusterSize)) != 0) {
+  std::vector<Qcow2Space::Run> runs = _space.unusedRuns();
+  std::erase_if(runs, [&](const Qcow2Space::Run& run) { return run.first >= end || !takesRoom(run); });
+  const auto isSmall = [&](const Qcow2Space::Run& run) { return run.count * _clusterSize < smallestHole; };
+  std::uint64_t small = 0;
+  for (const Qcow2Space::Run& run : runs) small += isSmall(run) ? run.count : 0;
+  if (small <= end / shareThatMayStay) std::erase_if(runs, isSmall);
+  for (const Qcow2Space::Run& run : runs) {
+    if (::fallocate(_file.fd.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE,
+                    static_cast<off_t>(run.first * _clusterSize),
+                    static_cast<off_t>(run.count * _clusterSize)) != 0) {
       break;
     }
   }
-  [[maybe_unused]] const int result = ::ftruncate(file, static_cast<off_t>(end * _clusterSize));
+  [[maybe_unused]] const int result = ::ftruncate(_file.fd.get(), static_cast<off_t>(end * _clusterSize));
 }
 
 void Qcow2Rewriter::discard() {

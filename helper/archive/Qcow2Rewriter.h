@@ -37,8 +37,10 @@ class Qcow2Rewriter {
   // The same for an image that an earlier process may have switched over without living to see it durable: until it
   // is, nothing of the old content may be given back.
   ArchiveResult<Done> confirmSwitch();
-  // Hands what nothing refers to back to the file system, as far as that can take it back; the rest is used by the
-  // next rewriting. So is all of it while somebody else has the image open.
+  // Hands what nothing refers to back to the file system, as far as that can take it back. Runs shorter than 64 KiB
+  // keep their room while they are no more than a sixteenth of the image, as each costs a write to the file
+  // system's journal. What stays, which is everything while somebody else has the image open, counts as free and is
+  // used by the next rewriting.
   void giveBack();
   // Takes away what was added, behind the end of the file and in its holes. The last thing that is done with it.
   void discard();
@@ -69,6 +71,7 @@ class Qcow2Rewriter {
   ArchiveResult<Done> storeFirstTable();
   ArchiveResult<Done> storeCounts();
   ArchiveResult<Done> storeHeader(ByteSpan header);
+  bool takesRoom(const Qcow2Space::Run& run) const;
   void punchUnused();
   ArchiveError damaged(const char* message, std::uint64_t place) const;
 

@@ -1,6 +1,7 @@
 #include "helper/archive/Qcow2Space.h"
 
 #include <cassert>
+#include <utility>
 
 namespace zpk {
 namespace {
@@ -30,17 +31,17 @@ void Qcow2Space::release(std::uint64_t hostCluster, std::uint64_t count) {
 void Qcow2Space::beginAllocation() {
   if (_allocates) return;
   _allocates = true;
-  for (const auto& [first, count] : unusedRuns()) _free.push_back({first, count});
+  _free = unusedRuns();
 }
 
-std::vector<std::pair<std::uint64_t, std::uint64_t>> Qcow2Space::unusedRuns() const {
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> runs;
+std::vector<Qcow2Space::Run> Qcow2Space::unusedRuns() const {
+  std::vector<Run> runs;
   for (std::uint64_t i = 0; i < _counts.size(); ++i) {
     if (_counts[i] != 0) continue;
-    if (!runs.empty() && runs.back().first + runs.back().second == i) {
-      ++runs.back().second;
+    if (!runs.empty() && runs.back().first + runs.back().count == i) {
+      ++runs.back().count;
     } else {
-      runs.emplace_back(i, 1);
+      runs.push_back({i, 1});
     }
   }
   return runs;

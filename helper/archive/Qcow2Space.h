@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 #include "helper/archive/Bytes.h"
@@ -15,6 +14,12 @@ namespace zpk {
 // again: until the image is switched over, the old content still needs it. Two bytes of memory for each cluster.
 class Qcow2Space {
  public:
+  // Neighbouring clusters.
+  struct Run {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+  };
+
   Qcow2Space(std::uint64_t clusterSize, std::uint64_t fileSize)
       : _clusterSize(clusterSize), _counts(divideUp(fileSize, clusterSize)) {}
 
@@ -35,15 +40,10 @@ class Qcow2Space {
   std::uint64_t countOf(std::uint64_t hostCluster) const { return _counts[hostCluster]; }
   // Behind the last cluster with a reference.
   std::uint64_t usedEnd() const;
-  // Runs of clusters without a reference: first and count.
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> unusedRuns() const;
+  // The longest runs of clusters without a reference, in ascending order.
+  std::vector<Run> unusedRuns() const;
 
  private:
-  struct Run {
-    std::uint64_t first = 0;
-    std::uint64_t count = 0;
-  };
-
   void beginAllocation();
   Run takeRun();  // The next free run, or new clusters at the end of the file.
   std::uint64_t grow(std::uint64_t count);

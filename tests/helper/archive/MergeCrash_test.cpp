@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 
@@ -114,6 +115,7 @@ class MergeCrash : public testing::Test {
 // A merge that is killed now and then, and taken up again, until the power fails.
 TEST_F(MergeCrash, APowerCutAtAnyMomentOfAMergeLeavesEveryListedPointExact) {
   std::size_t cutAfterKill = 0;
+  std::size_t holes = 0;
   for (unsigned seed = 0; seed < 200 && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     begin(seed);
@@ -133,6 +135,8 @@ TEST_F(MergeCrash, APowerCutAtAnyMomentOfAMergeLeavesEveryListedPointExact) {
       ++cutAfterKill;
     }
     const std::vector<Call> calls = CallRecorder::end();
+    holes += static_cast<std::size_t>(
+        std::ranges::count_if(calls, [](const Call& call) { return call.kind == Call::Kind::Punch; }));
     const double share = std::array{0.0, 0.3, 0.7, 1.0}[random() % 4];
     const std::size_t cut = random() % (calls.size() + 1);
     const std::string left = folder / "left";
@@ -142,6 +146,7 @@ TEST_F(MergeCrash, APowerCutAtAnyMomentOfAMergeLeavesEveryListedPointExact) {
     if (seed % 20 == 0) expectSoundImages(left);
   }
   EXPECT_GT(cutAfterKill, 50U) << "the merges were not killed";
+  EXPECT_GT(holes, 50U) << "no room was given back";
 }
 
 TEST_F(MergeCrash, AKillAtAnyMomentOfAMergeOrItsRecoveryLosesNothing) {

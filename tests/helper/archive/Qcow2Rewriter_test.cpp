@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <zstd.h>
 
 #include <map>
@@ -151,6 +152,86 @@ TEST_P(Rewriter, WhatAStoppedRewritingLeftBehindTheEndIsUsedAgain) {
   rewriter.giveBack();
   expectContent(next);
   EXPECT_LT(std::filesystem::file_size(path()), size + size / 4);
+}
+
+// An image of plain clusters alone, side by side, of which some are replaced.
+class FreeSpace : public Rewriter {
+ protected:
+  static constexpr std::uint64_t clusters = 1200;
+
+  void SetUp() override {
+    Qcow2Writer writer(test::createFile(folder, "a.pvhd"), {(clusters + 1) * clusterSize(), GetParam(), ""});
+    for (std::uint64_t i = 0; i < clusters; ++i) {
+      content[i] = test::randomBytes(clusterSize(), static_cast<unsigned>(i));
+      ASSERT_TRUE(writer.addPlain(i, content[i]).hasValue());
+    }
+    ASSERT_TRUE(writer.finish(never).hasValue());
+    // What the writer left at the end of the file.
+    replace(0, 0, 1);
+  }
+
+  // `count` neighbouring clusters, `times` over, in equal distances.
+  void replace(std::uint64_t count, std::uint64_t times, std::uint64_t offset) {
+    Qcow2Rewriter rewriter = open();
+    for (std::uint64_t time = 0; time < times; ++time) {
+      for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uint64_t cluster = offset + time * (clusters / times) + i;
+        content[cluster] = test::randomBytes(clusterSize(), static_cast<unsigned>(random()));
+        ASSERT_TRUE(rewriter.putPlain(cluster, content[cluster]).hasValue());
+      }
+    }
+    ASSERT_TRUE(rewriter.prepare(never).hasValue() && rewriter.switchOver().hasValue());
+    rewriter.giveBack();
+    expectContent(content);
+  }
+
+  // What the file takes on its disk, in clusters.
+  std::uint64_t room() const {
+    struct stat status = {};
+    EXPECT_EQ(::stat(path().c_str(), &status), 0);
+    return static_cast<std::uint64_t>(status.st_blocks) * 512 / clusterSize();
+  }
+  std::uint64_t length() const { return std::filesystem::file_size(path()) / clusterSize(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(SmallClusters, FreeSpace, testing::Values(14U));
+
+TEST_P(FreeSpace, ShortRunsKeepTheirRoomAndTheNextRewritingUsesIt) {
+  const std::uint64_t before = room();
+  replace(1, 40, 1);
+  EXPECT_GE(room(), before + 40);
+  const std::uint64_t after = room();
+  const std::uint64_t end = length();
+  for (std::uint64_t round = 2; round < 5; ++round) replace(1, 40, round);
+  // Tables are written anew each time, into what the ones before them left.
+  EXPECT_LE(room(), after + 8);
+  EXPECT_LE(length(), end + 8);
+}
+
+TEST_P(FreeSpace, ARunOf64KiBIsHandedBack) {
+  const std::uint64_t before = room();
+  replace(4, 10, 1);
+  EXPECT_LE(room(), before + 8);
+  EXPECT_GE(length(), before + 40);
+}
+
+TEST_P(FreeSpace, ManyShortRunsAreHandedBack) {
+  const std::uint64_t before = room();
+  replace(1, 120, 1);
+  EXPECT_LE(room(), before + 8) << "more than a sixteenth of the image is left unused";
+}
+
+TEST_P(FreeSpace, WhatWasDiscardedIsHandedBackLikeWhatWasReplaced) {
+  replace(4, 10, 1);
+  const std::uint64_t before = room();
+  Qcow2Rewriter rewriter = open();
+  for (std::uint64_t i = 0; i < 30; ++i) {
+    ASSERT_TRUE(rewriter.putPlain(i, test::randomBytes(clusterSize(), 1)).hasValue());
+  }
+  ASSERT_TRUE(rewriter.prepare(never).hasValue());
+  rewriter.discard();
+  EXPECT_LE(room(), before + 8);
+  expectContent(content);
 }
 
 TEST_P(Rewriter, ZerosHideWhatAParentHasAndNeedNoEntryWithoutOne) {
