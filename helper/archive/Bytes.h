@@ -49,6 +49,13 @@ void putBigEndian(std::span<std::byte> bytes, std::size_t offset, T value) {
   }
 }
 
+// The numbers one behind the other, eight bytes each, and zeros up to `bytes`.
+inline ByteBuffer bigEndianTable(const std::vector<std::uint64_t>& values, std::uint64_t bytes) {
+  ByteBuffer table(bytes);
+  for (std::size_t i = 0; i < values.size(); ++i) putBigEndian(table, i * 8, values[i]);
+  return table;
+}
+
 inline bool isAllZero(ByteSpan bytes) {
   return bytes.empty() ||
          (bytes.front() == std::byte{0} && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0);

@@ -27,13 +27,8 @@ constexpr std::uint64_t largestOverhead = std::uint64_t{1} << 30U;
 constexpr std::uint64_t smallestHole = std::uint64_t{64} << 10U;
 constexpr std::uint64_t shareThatMayStay = 16;
 
+// Frames that lie one behind the other are written at once, up to this many bytes.
 constexpr std::size_t pendingLimit = std::size_t{1} << 20U;
-
-ByteBuffer bigEndianTable(const std::vector<std::uint64_t>& values, std::uint64_t bytes) {
-  ByteBuffer table(bytes);
-  for (std::size_t i = 0; i < values.size(); ++i) putBigEndian(table, i * 8, values[i]);
-  return table;
-}
 
 }  // namespace
 

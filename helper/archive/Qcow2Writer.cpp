@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::size_t stretchBytes = std::size_t{2} << 20;
 
-ByteBuffer bigEndianTable(const std::vector<std::uint64_t>& values, std::uint64_t bytes) {
-  ByteBuffer table(bytes);
-  for (std::size_t i = 0; i < values.size(); ++i) putBigEndian(table, i * 8, values[i]);
-  return table;
-}
-
 }  // namespace
 
 Qcow2Writer::Qcow2Writer(OpenFile file, Options options)

@@ -11,7 +11,6 @@
 namespace zpk {
 namespace {
 
-constexpr std::uint64_t kernelSector = 512;
 constexpr std::array<std::string_view, 8> otherKinds{"ram", "zram", "sr", "fd", "mtdblock", "dm-", "md", "nullb"};
 
 bool isOtherKind(std::string_view name) {

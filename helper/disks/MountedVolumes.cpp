@@ -6,8 +6,6 @@
 namespace zpk {
 namespace {
 
-constexpr std::uint64_t kernelSector = 512;  // The unit of sizes and positions in /sys, whatever the disk's own is.
-
 bool isOctal(char character) {
   return character >= '0' && character <= '7';
 }

@@ -25,6 +25,8 @@ std::optional<DeviceNumber> deviceNumberOf(std::string_view text);
 
 // The file's text without blanks and line ends around it; empty when it cannot be read.
 std::string systemText(const std::string& path);
+// The unit of sizes and positions in /sys, in bytes, whatever the disk's own is.
+inline constexpr std::uint64_t kernelSector = 512;
 // The number in the file; 0 when there is none.
 std::uint64_t systemNumber(const std::string& path);
 bool exists(const std::string& path);

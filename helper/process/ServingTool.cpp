@@ -15,7 +15,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-constexpr milliseconds lookInterval{50};
 constexpr milliseconds patience{500};
 
 int millisecondsUntil(Clock::time_point end, milliseconds atMost) {
@@ -49,11 +48,11 @@ std::optional<ServingTool::NotReady> ServingTool::waitUntilReady(milliseconds ti
   const Clock::time_point deadline = Clock::now() + time;
   while (true) {
     std::array<pollfd, 2> waits = {pollfd{_tool.output.get(), POLLIN, 0}, pollfd{_tool.pidFd.get(), POLLIN, 0}};
-    ::poll(waits.data(), waits.size(), millisecondsUntil(deadline, lookInterval));
+    ::poll(waits.data(), waits.size(), millisecondsUntil(deadline, toolLookInterval));
     if (waits[1].revents != 0) return endedTooEarly();
     if ((waits[0].revents & POLLIN) != 0) return std::nullopt;
     // A tool that closed its output will never say that it is ready.
-    if (waits[0].revents != 0 && endsWithin(lookInterval)) return endedTooEarly();
+    if (waits[0].revents != 0 && endsWithin(toolLookInterval)) return endedTooEarly();
     if (cancel.isRequested()) return NotReady{ToolEnd::Cancelled, 0, {}};
     if (Clock::now() >= deadline) return NotReady{ToolEnd::TimedOut, 0, textIn(_tool.errors)};
   }

@@ -17,7 +17,6 @@ namespace zpk {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::milliseconds lookInterval{50};
 
 // One started tool: collects its streams until it ends or has to be ended. Destroyed only after `finish()`.
 class RunningTool {
@@ -53,7 +52,7 @@ class RunningTool {
 
   int waitTime() const {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(_deadline - Clock::now());
-    return static_cast<int>(std::clamp(left, std::chrono::milliseconds(0), lookInterval).count());
+    return static_cast<int>(std::clamp(left, std::chrono::milliseconds(0), toolLookInterval).count());
   }
 
   void drain() {

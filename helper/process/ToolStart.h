@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -9,6 +10,9 @@
 #include "platform/posix/FileDescriptor.h"
 
 namespace zpk {
+
+// How often who waits for a tool looks at what no descriptor tells: a wish to stop, a deadline.
+inline constexpr std::chrono::milliseconds toolLookInterval{50};
 
 // A tool that was started and is not waited for yet. It leads a process group of its own.
 struct StartedTool {

@@ -14,7 +14,7 @@
 namespace zpk {
 namespace {
 
-constexpr int kPictureSide = 64;
+constexpr int kEmblemSide = 64;
 constexpr int kTextWidth = 300;
 
 QLabel* plainLabel(const QString& text) {
@@ -32,7 +32,7 @@ AboutDialog::AboutDialog(const Localization& localization, QWidget& window) : QD
   setWindowTitle(localizedText(localization, "About ZPK"));
   setAttribute(Qt::WA_DeleteOnClose);
   auto* picture = new QLabel;
-  picture->setPixmap(symbolIcon(Symbol::archive).pixmap(QSize(kPictureSide, kPictureSide), devicePixelRatioF()));
+  picture->setPixmap(symbolIcon(Symbol::archive).pixmap(QSize(kEmblemSide, kEmblemSide), devicePixelRatioF()));
   QLabel* name = plainLabel(QStringLiteral("ZPK"));
   makeHeadline(*name);
   auto* texts = new QVBoxLayout;

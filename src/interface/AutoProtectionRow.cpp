@@ -13,7 +13,7 @@
 namespace zpk {
 namespace {
 
-constexpr int kPictureSide = 22;
+constexpr int kSymbolSide = 22;
 
 }  // namespace
 
@@ -59,7 +59,7 @@ void AutoProtectionRow::layOut() {
 }
 
 void AutoProtectionRow::setUpPicture() {
-  _picture->setPixmap(symbolIcon(Symbol::schedule).pixmap(QSize(kPictureSide, kPictureSide), devicePixelRatioF()));
+  _picture->setPixmap(symbolIcon(Symbol::schedule).pixmap(QSize(kSymbolSide, kSymbolSide), devicePixelRatioF()));
 }
 
 // There is a schedule to be told of, and to be changed, while it is in force.

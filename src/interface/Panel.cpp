@@ -5,8 +5,8 @@
 namespace zpk {
 namespace {
 
-constexpr double kRadius = 8;
-constexpr float kEdgeStrength = 0.16F;
+constexpr double kPanelRadius = 8;
+constexpr float kPanelEdgeStrength = 0.16F;
 const QColor kNotice(0xE0, 0x8A, 0x1E);
 
 }  // namespace
@@ -24,16 +24,16 @@ void Panel::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   QColor edge = _look == Look::notice ? kNotice : palette().color(QPalette::WindowText);
-  edge.setAlphaF(_look == Look::notice ? 0.55F : kEdgeStrength);
+  edge.setAlphaF(_look == Look::notice ? 0.55F : kPanelEdgeStrength);
   painter.setPen(QPen(edge, 1));
   painter.setBrush(palette().color(QPalette::Base));
   const QRectF outline = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-  painter.drawRoundedRect(outline, kRadius, kRadius);
+  painter.drawRoundedRect(outline, kPanelRadius, kPanelRadius);
   if (_look == Look::notice) {
     QColor tint = kNotice;
     tint.setAlphaF(0.14F);
     painter.setBrush(tint);
-    painter.drawRoundedRect(outline, kRadius, kRadius);
+    painter.drawRoundedRect(outline, kPanelRadius, kPanelRadius);
   }
 }
 

@@ -14,9 +14,9 @@ namespace {
 constexpr int kShadow = 8;  // on every side
 constexpr int kArrowHeight = 10;
 constexpr int kArrowHalf = 11;
-constexpr int kRadius = 10;
+constexpr int kBubbleRadius = 10;
 constexpr int kPadding = 16;
-constexpr float kEdgeStrength = 0.3F;
+constexpr float kBubbleEdgeStrength = 0.3F;
 constexpr float kShadowStrength = 0.025F;
 
 }  // namespace
@@ -57,7 +57,7 @@ void PopoverFrame::place() {
   const int farthest = qMax(screen.left(), screen.right() + 1 - size.width());
   const int left = qBound(screen.left(), anchor.center().x() - size.width() / 2, farthest);
   const int top = _below ? anchor.bottom() + 1 - kShadow : anchor.top() + kShadow - size.height();
-  constexpr int kOuter = kShadow + kRadius + kArrowHalf;
+  constexpr int kOuter = kShadow + kBubbleRadius + kArrowHalf;
   _tip = qBound(kOuter, anchor.center().x() - left, qMax(kOuter, size.width() - kOuter));
   move(left, top);
 }
@@ -74,7 +74,7 @@ QPainterPath PopoverFrame::outline() const {
   // The arrow stands a little within the body, so that no seam is left between the two.
   const double inside = _below ? foot + 1 : foot - 1;
   QPainterPath bubble;
-  bubble.addRoundedRect(body, kRadius, kRadius);
+  bubble.addRoundedRect(body, kBubbleRadius, kBubbleRadius);
   QPainterPath arrow;
   arrow.moveTo(_tip - kArrowHalf, inside);
   arrow.lineTo(_tip - kArrowHalf, foot);
@@ -94,7 +94,7 @@ void PopoverFrame::paintEvent(QPaintEvent* /*event*/) {
   for (int reach = 1; reach < kShadow; ++reach) painter.strokePath(shape, QPen(shadow, 2 * reach));
   painter.fillPath(shape, palette().color(QPalette::Window));
   QColor edge = palette().color(QPalette::WindowText);
-  edge.setAlphaF(kEdgeStrength);
+  edge.setAlphaF(kBubbleEdgeStrength);
   painter.strokePath(shape, QPen(edge, 1));
 }
 

@@ -13,8 +13,6 @@
 namespace zpk::ctl {
 namespace {
 
-// For a helper that is reading its disks, or looks at what another caller wants from it.
-constexpr Seconds kLongestBusy{30.0};
 // It ends a running operation within a second, but for a folder on a dead network share.
 constexpr Seconds kLongestStop{30.0};
 
@@ -131,7 +129,7 @@ int runStop(HelperSession& session, Console& console) {
         state = statuskey::state.read(status);
         return state == HelperState::idle || state == HelperState::inProgress;
       },
-      kLongestBusy);
+      HelperSession::kLongestBusy);
   if (settled != HelperSession::Wait::over) {
     console.complain(whyUnknown(settled));
     return kNotDone;

@@ -11,9 +11,6 @@
 namespace zpk::ctl {
 namespace {
 
-// For a helper that has just been started to have read its disks and its archive.
-constexpr Seconds kLongestBusy{30.0};
-
 bool isReadable(const Dictionary& status) {
   return statuskey::state.read(status) != HelperState::busy;
 }
@@ -46,7 +43,7 @@ int runList(HelperSession& session, Console& console, Form form) {
         seen = status;
         return isReadable(status);
       },
-      kLongestBusy);
+      HelperSession::kLongestBusy);
   if (wait != HelperSession::Wait::over) {
     // There is nothing that would go on.
     const bool interrupted = wait == HelperSession::Wait::interrupted;

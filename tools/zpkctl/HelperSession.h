@@ -14,6 +14,10 @@ namespace zpk::ctl {
 // does interrupt(). Main thread.
 class HelperSession final : public ZPKDaemonController {
  public:
+  // A helper may be busy for this long with its start, with reading its disks and its archive, or with what another
+  // caller wants from it.
+  static constexpr Seconds kLongestBusy{30.0};
+
   explicit HelperSession(ZPKDaemonControllerEnvironment environment);
 
   // Subscribes, and waits for a helper that is not there yet (the system may be starting it) for `patience` at the

@@ -9,7 +9,7 @@
 namespace zpk {
 namespace {
 
-constexpr qint64 kLongestFile = qint64{4} << 20;
+constexpr qint64 kLongestTranslation = qint64{4} << 20;
 
 bool isEnglish(const QString& language) {
   return language == QStringLiteral("C") || language == QStringLiteral("en") ||
@@ -42,7 +42,7 @@ QtLocalization::QtLocalization(const QString& folder, const QStringList& languag
     if (!file.open(QIODevice::ReadOnly)) continue;
     QString error;
     Texts texts;
-    if (file.size() > kLongestFile) {
+    if (file.size() > kLongestTranslation) {
       error = QStringLiteral("too long");
     } else {
       texts = read(file, error);
