@@ -58,6 +58,37 @@ TEST_F(BackupCommand, SaysWhyTheBackupFailed) {
   EXPECT_THAT(console.said, IsEmpty());
 }
 
+TEST_F(BackupCommand, APointThatLacksSomethingIsNoFailure) {
+  backupBegins();
+  Dictionary done = failedStatus("It was completed with 2 unreadable sectors.");
+  statuskey::archiveDescription.set(
+      done, archiveOf({backupPoint(0, "full", 700'000'000.0), backupPoint(1, "of now", 800'000'000.0)}));
+  soonIs(Seconds(5), done);
+  EXPECT_EQ(run(), kIncomplete);
+  EXPECT_THAT(console.complained,
+              ElementsAre("The backup point was made. It was completed with 2 unreadable sectors."));
+}
+
+TEST_F(BackupCommand, SaysThatTheUserMayNotBackUp) {
+  Dictionary refused = readyStatus();
+  statuskey::opError.set(refused, "You are not allowed to back up.");
+  helper().whenCalled("backup", [this, refused] {
+    transport.pushAfter(Seconds(0.1), refused);
+    throw LinkException("access denied");
+  });
+  EXPECT_EQ(run(), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("You are not allowed to back up."));
+}
+
+TEST_F(BackupCommand, AnEarlierErrorIsNotTakenForARefusal) {
+  Dictionary earlier = readyStatus();
+  statuskey::opError.set(earlier, "The disk was full.");
+  transport.push(earlier);
+  helper().whenCalled("backup", [] { throw LinkException("no answer"); });
+  EXPECT_EQ(run(), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("The backup helper does not answer. No backup was begun."));
+}
+
 TEST_F(BackupCommand, SaysWhyItWasRefused) {
   helper().answer("backup", static_cast<std::uint32_t>(ResultCode::sourceDiskNotSet));
   EXPECT_EQ(run(), kNotDone);

@@ -63,6 +63,18 @@ TEST_F(StopCommand, CanBeInterruptedWhileItWaitsForABusyHelper) {
   EXPECT_LT(loop.now(), Seconds(5));
 }
 
+TEST_F(StopCommand, SaysThatTheUserMayNotStopIt) {
+  nowIs(runningBackup(10, 5));
+  Dictionary refused = runningBackup(10, 5);
+  statuskey::opError.set(refused, "You are not allowed to stop what the helper does.");
+  helper().whenCalled("breakProgress", [this, refused] {
+    transport.pushAfter(Seconds(0.1), refused);
+    throw LinkException("access denied");
+  });
+  EXPECT_EQ(runStop(session, console), kNotDone);
+  EXPECT_THAT(console.complained, ElementsAre("You are not allowed to stop what the helper does."));
+}
+
 TEST_F(StopCommand, InterruptedWhileItIsSentItDoesNotKnowTheOutcome) {
   nowIs(runningBackup(20, 9));
   helper().whenCalled("breakProgress", [this] {

@@ -100,7 +100,8 @@ std::string helpText() {
          "Commands:\n" +
          tableOf(kVerbs) + "\nOptions:\n" + tableOf(kOptions) +
          "\nExit status: 0 done, 1 not done (standard error says why), 2 a mistake on the command line,\n"
-         "128 and the signal's number when it was interrupted. An interrupted backup goes on without zpkctl.\n";
+         "3 backed up but for what cannot be read, 128 and the signal's number when it was interrupted.\n"
+         "An interrupted backup goes on without zpkctl.\n";
 }
 
 }  // namespace zpk::ctl

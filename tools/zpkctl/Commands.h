@@ -7,10 +7,12 @@
 namespace zpk::ctl {
 
 // Each does one command with a session that is connected, says what came of it, and returns the exit status: 0 when
-// it is done, 1 when it is not. After an interruption the status is the caller's to choose.
+// it is done, 1 when it is not, 3 when it is done and something is amiss with it. After an interruption the status
+// is the caller's to choose.
 
 inline constexpr int kDone = 0;
 inline constexpr int kNotDone = 1;
+inline constexpr int kIncomplete = 3;
 
 // Starts a backup and waits for its end. Waits half a minute for a helper that is busy with something else.
 int runBackup(HelperSession& session, Console& console);

@@ -7,6 +7,8 @@
 #include "base/Localization.h"
 #include "helperlink/ResultCode.h"
 #include "helperlink/StatusRecord.h"
+#include "records/RLDArchive.h"
+#include "records/RLDArchiveItem.h"
 #include "tools/zpkctl/Commands.h"
 #include "tools/zpkctl/Words.h"
 
@@ -16,23 +18,31 @@ namespace {
 // It ends a running operation within a second, but for a folder on a dead network share.
 constexpr Seconds kLongestStop{30.0};
 
+std::optional<Date> newestPointIn(const Dictionary& status) {
+  const auto archive = statuskey::archiveDescription.read(status);
+  return archive && !archive->items().empty() ? archive->items().back()->creationDate() : std::nullopt;
+}
+
 // Follows the backup that was just begun, from status to status, to its end.
 class BackupCourse {
  public:
-  explicit BackupCourse(Console& console) : _console(console) {}
+  BackupCourse(Console& console, std::optional<Date> newestPoint) : _console(console), _newestPoint(newestPoint) {}
 
   bool isOver(const Dictionary& status) {
     const bool over = isAfterIt(status);
     if (over) {
       _error = statuskey::lastBackupError.read(status);
+      _madeAPoint = newestPointIn(status) != _newestPoint;
     } else if (statuskey::state.read(status) == HelperState::inProgress) {
       _elapsed = statuskey::elapsedTime.read(status);
       _console.showProgress("Backing up: " + progressWords(status));
     }
     return over;
   }
-  // Why it failed, once it is over; nothing when it did not.
+  // Once it is over: why it failed, or what is wrong with the point that it made all the same; nothing when all is
+  // well.
   const std::optional<std::string>& error() const { return _error; }
+  bool hasMadeAPoint() const { return _madeAPoint; }
 
  private:
   // Busy is not the end: the helper may still put away what was stopped.
@@ -52,13 +62,16 @@ class BackupCourse {
   }
 
   Console& _console;
+  std::optional<Date> _newestPoint;  // before it
   std::uint64_t _elapsed = 0;
   std::optional<std::string> _error;
+  bool _madeAPoint = false;
 };
 
 // Why the backup was not begun, or nothing when it was.
 std::optional<std::string> beginBackup(HelperSession& session) {
   bool isAnswered = true;
+  session.beginListening();
   const Value result = session.helper().doAsyncAction([&](ZPKDaemon& daemon) {
     if (session.isInterrupted()) return Value();
     const Value answer = daemon.backup();
@@ -68,7 +81,7 @@ std::optional<std::string> beginBackup(HelperSession& session) {
   if (result.isNull()) {
     if (session.isInterrupted() && isAnswered) return "Interrupted before a backup was begun.";
     if (session.isInterrupted()) return "Interrupted. Whether a backup was begun, 'zpkctl status' tells.";
-    return "The backup helper does not answer. No backup was begun.";
+    return session.refusal().value_or("The backup helper does not answer. No backup was begun.");
   }
   const std::uint32_t code = resultCodeOf(result);
   if (code == static_cast<std::uint32_t>(ResultCode::success)) return std::nullopt;
@@ -99,11 +112,12 @@ std::string whyUnknown(HelperSession::Wait wait) {
 }  // namespace
 
 int runBackup(HelperSession& session, Console& console) {
+  const auto before = session.newestStatus();
   if (const auto obstacle = beginBackup(session)) {
     console.complain(*obstacle);
     return kNotDone;
   }
-  BackupCourse course(console);
+  BackupCourse course(console, before ? newestPointIn(*before) : std::nullopt);
   const auto wait = session.waitUntil([&](const Dictionary& status) { return course.isOver(status); });
   if (wait == HelperSession::Wait::interrupted) {
     console.complain("Interrupted. The backup goes on; 'zpkctl stop' stops it.");
@@ -112,6 +126,10 @@ int runBackup(HelperSession& session, Console& console) {
   if (wait != HelperSession::Wait::over) {
     console.complain(waitFailure(wait, "the backup"));
     return kNotDone;
+  }
+  if (course.error() && course.hasMadeAPoint()) {
+    console.complain("The backup point was made. " + *course.error());
+    return kIncomplete;
   }
   if (course.error()) {
     console.complain("The backup failed. " + *course.error());
@@ -138,9 +156,10 @@ int runStop(HelperSession& session, Console& console) {
     console.say("Nothing is running.");
     return kDone;
   }
+  session.beginListening();
   if (session.helper().breakProgress().isNull()) {
     console.complain(session.isInterrupted() ? "Interrupted. Whether it stops, 'zpkctl status' tells."
-                                             : "The backup helper does not answer.");
+                                             : session.refusal().value_or("The backup helper does not answer."));
     return kNotDone;
   }
   const auto wait = session.waitUntil(

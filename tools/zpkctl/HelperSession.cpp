@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "helperlink/StatusRecord.h"
+
 namespace zpk::ctl {
 namespace {
 
 // While an operation runs the helper tells something every second; while it is busy with a slow disk it may not.
 constexpr Seconds kSilence{10.0};
-// A command fails a moment before the bus tells that its helper is gone.
-constexpr Seconds kNewsOfDeath{1.0};
+// A command fails a moment before the bus tells that its helper is gone, or the helper why it refused it.
+constexpr Seconds kNewsOfFailure{1.0};
 
 }  // namespace
 
@@ -87,11 +89,20 @@ std::optional<HelperSession::Wait> HelperSession::endOf(const Waiting& waiting) 
   return std::nullopt;
 }
 
-HelperSession::Wait HelperSession::notAnswered() {
-  const Seconds end = runLoop().now() + kNewsOfDeath;
-  while (!_helperLeft && !_interrupted && runLoop().now() < end) {
+void HelperSession::awaitNews(const std::function<bool()>& isThere) {
+  const Seconds end = runLoop().now() + kNewsOfFailure;
+  while (!isThere() && !_interrupted && runLoop().now() < end) {
     runLoop().runInMode(kDefaultRunLoopMode, end - runLoop().now());
   }
+}
+
+std::optional<std::string> HelperSession::refusal() {
+  awaitNews([this] { return _toldError || _helperLeft; });
+  return _toldError;
+}
+
+HelperSession::Wait HelperSession::notAnswered() {
+  awaitNews([this] { return _helperLeft; });
   if (_helperLeft) return Wait::helperGone;
   return _interrupted ? Wait::interrupted : Wait::helperSilent;
 }
@@ -103,6 +114,7 @@ void HelperSession::interrupt() {
 
 void HelperSession::stateChangedWithStatus(const Dictionary& status) {
   _lastHeard = runLoop().now();
+  if (auto error = statuskey::opError.read(status)) _toldError = std::move(error);
   ZPKDaemonController::stateChangedWithStatus(status);
   if (_waiting) _waiting->look(status);
 }

@@ -30,6 +30,12 @@ class HelperSession final : public ZPKDaemonController {
   // The helper's state as it is now, asked for; null when it does not answer.
   std::shared_ptr<const Dictionary> newestStatus();
 
+  // Why the helper did not even answer a command that was sent after beginListening(): what it told this session
+  // alone, which it does of one that this user may not give. Nothing when it told nothing of the kind within a
+  // second.
+  void beginListening() { _toldError.reset(); }
+  std::optional<std::string> refusal();
+
   enum class Wait {
     over,          // the condition holds
     timedOut,      // `atMost` is over
@@ -53,9 +59,11 @@ class HelperSession final : public ZPKDaemonController {
 
   std::optional<Wait> endOf(const Waiting& waiting);
   Wait notAnswered();
+  void awaitNews(const std::function<bool()>& isThere);
 
   Token _presence;
   Waiting* _waiting = nullptr;
+  std::optional<std::string> _toldError;
   bool _helperLeft = false;
   bool _interrupted = false;
   Seconds _lastHeard{0};
