@@ -52,11 +52,16 @@ def expect(condition, what):
         problems.append(what)
 
 
-def ini(file):
-    parser = configparser.ConfigParser(interpolation=None, strict=True, delimiters=("=",))
+def ini(file, **more):
+    parser = configparser.ConfigParser(interpolation=None, delimiters=("=",), **{"strict": True, **more})
     parser.optionxform = str
     parser.read_string(file.read_text())
     return parser
+
+
+def unit_file(file):
+    """In a unit a name may come several times: each adds to the list."""
+    return ini(file, strict=False)
 
 
 def check_list(root):
@@ -92,7 +97,7 @@ def check_named_paths(root, source):
 
 
 def check_helper_start(root):
-    unit = ini(root / "usr/lib/systemd/system/zpkhelper.service")
+    unit = unit_file(root / "usr/lib/systemd/system/zpkhelper.service")
     service = ini(root / "usr/share/dbus-1/system-services/com.tarnwick.zpkhelper.service")
     expect(unit["Service"]["ExecStart"] == service["D-BUS Service"]["Exec"],
            "the bus and the service manager start the helper in different ways")
