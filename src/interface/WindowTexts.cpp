@@ -109,7 +109,7 @@ QString pointText(const RLDArchiveItem& point, const DateFormatter& dates) {
 
 QString pointTextOfImage(const std::string& imagePath, const ZPKUIDaemonController& controller,
                          const DateFormatter& dates) {
-  const auto items = controller.arcItems();
+  const auto& items = controller.arcItems();
   if (!items) return {};
   for (const auto& item : *items) {
     if (item->indexFilePath() && folderOf(*item->indexFilePath()) == folderOf(imagePath))
