@@ -17,7 +17,7 @@ constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
 // What the handler writes to; -1 when nobody listens.
 volatile sig_atomic_t pipeOfTheHandler = -1;
 
-extern "C" void noteSignal(int number) {
+extern "C" void noteInterrupt(int number) {
   const int saved = errno;
   const auto byte = static_cast<unsigned char>(number);
   [[maybe_unused]] const ssize_t written = ::write(pipeOfTheHandler, &byte, 1);
@@ -43,7 +43,7 @@ InterruptSignals::InterruptSignals(FileDescriptorWatcher& watcher, std::function
     // One that is ignored, as by nohup, stays so.
     if (::sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
     action = {};
-    action.sa_handler = noteSignal;
+    action.sa_handler = noteInterrupt;
     action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
     ::sigaction(number, &action, nullptr);
   }
@@ -52,7 +52,7 @@ InterruptSignals::InterruptSignals(FileDescriptorWatcher& watcher, std::function
 InterruptSignals::~InterruptSignals() {
   for (const int number : kSignals) {
     struct sigaction action {};
-    if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == noteSignal) ::signal(number, SIG_DFL);
+    if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == noteInterrupt) ::signal(number, SIG_DFL);
   }
   pipeOfTheHandler = -1;
 }
