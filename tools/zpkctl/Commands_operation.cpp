@@ -4,12 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "base/Localization.h"
 #include "helperlink/ResultCode.h"
 #include "helperlink/StatusRecord.h"
-#include "records/RLDArchive.h"
-#include "records/RLDArchiveItem.h"
 #include "tools/zpkctl/Commands.h"
+#include "tools/zpkctl/StatusReport.h"
 #include "tools/zpkctl/Words.h"
 
 namespace zpk::ctl {
@@ -18,21 +16,21 @@ namespace {
 // It ends a running operation within a second, but for a folder on a dead network share.
 constexpr Seconds kLongestStop{30.0};
 
-std::optional<Date> newestPointIn(const Dictionary& status) {
-  const auto archive = statuskey::archiveDescription.read(status);
-  return archive && !archive->items().empty() ? archive->items().back()->creationDate() : std::nullopt;
+std::optional<Date> newestDate(const Dictionary& status) {
+  const auto point = newestPoint(status);
+  return point ? point->creationDate() : std::nullopt;
 }
 
 // Follows the backup that was just begun, from status to status, to its end.
 class BackupCourse {
  public:
-  BackupCourse(Console& console, std::optional<Date> newestPoint) : _console(console), _newestPoint(newestPoint) {}
+  BackupCourse(Console& console, std::optional<Date> newestDate) : _console(console), _newestDate(newestDate) {}
 
   bool isOver(const Dictionary& status) {
     const bool over = isAfterIt(status);
     if (over) {
       _error = statuskey::lastBackupError.read(status);
-      _madeAPoint = newestPointIn(status) != _newestPoint;
+      _madeAPoint = newestDate(status) != _newestDate;
     } else if (statuskey::state.read(status) == HelperState::inProgress) {
       _elapsed = statuskey::elapsedTime.read(status);
       _console.showProgress("Backing up: " + progressWords(status));
@@ -62,7 +60,7 @@ class BackupCourse {
   }
 
   Console& _console;
-  std::optional<Date> _newestPoint;  // before it
+  std::optional<Date> _newestDate;  // of the points before it
   std::uint64_t _elapsed = 0;
   std::optional<std::string> _error;
   bool _madeAPoint = false;
@@ -85,12 +83,8 @@ std::optional<std::string> beginBackup(HelperSession& session) {
   }
   const std::uint32_t code = resultCodeOf(result);
   if (code == static_cast<std::uint32_t>(ResultCode::success)) return std::nullopt;
-  if (code == static_cast<std::uint32_t>(ResultCode::serviceIsBusy)) {
-    const auto status = session.newestStatus();
-    return busyWords(status ? *status : Dictionary());
-  }
-  const EnglishLocalization english;
-  return resultCodeMessage(code, english) + ". " + resultCodeAdvice(code, english);
+  const auto status = session.newestStatus();
+  return codeWords(code, status ? *status : Dictionary());
 }
 
 // Why it cannot be told whether anything is to be stopped.
@@ -117,7 +111,7 @@ int runBackup(HelperSession& session, Console& console) {
     console.complain(*obstacle);
     return kNotDone;
   }
-  BackupCourse course(console, before ? newestPointIn(*before) : std::nullopt);
+  BackupCourse course(console, before ? newestDate(*before) : std::nullopt);
   const auto wait = session.waitUntil([&](const Dictionary& status) { return course.isOver(status); });
   if (wait == HelperSession::Wait::interrupted) {
     console.complain("Interrupted. The backup goes on; 'zpkctl stop' stops it.");

@@ -1,6 +1,5 @@
 // The check of all backup points.
 
-#include "base/Localization.h"
 #include "helperlink/ResultCode.h"
 #include "helperlink/StatusRecord.h"
 #include "tools/zpkctl/Commands.h"
@@ -15,12 +14,8 @@ std::optional<std::string> beginCheck(HelperSession& session, Maintenance& maint
   const auto code = maintenance.verify();
   if (!code) return code.error();
   if (*code == static_cast<std::uint32_t>(ResultCode::success)) return std::nullopt;
-  if (*code == static_cast<std::uint32_t>(ResultCode::serviceIsBusy)) {
-    const auto status = session.newestStatus();
-    return busyWords(status ? *status : Dictionary());
-  }
-  const EnglishLocalization english;
-  return resultCodeMessage(*code, english) + ". " + resultCodeAdvice(*code, english);
+  const auto status = session.newestStatus();
+  return codeWords(*code, status ? *status : Dictionary());
 }
 
 }  // namespace

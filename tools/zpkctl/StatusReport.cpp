@@ -49,11 +49,6 @@ std::shared_ptr<const ZPKDisk> sourceDisk(const Dictionary& status) {
   return nullptr;
 }
 
-std::shared_ptr<const RLDArchiveItem> newestPoint(const Dictionary& status) {
-  const auto archive = statuskey::archiveDescription.read(status);
-  return archive && !archive->items().empty() ? archive->items().back() : nullptr;
-}
-
 const char* stateName(HelperState state) {
   switch (state) {
     case HelperState::idle:
@@ -160,6 +155,11 @@ const char* kindOfPoint(std::size_t place) {
 }
 
 }  // namespace
+
+std::shared_ptr<const RLDArchiveItem> newestPoint(const Dictionary& status) {
+  const auto archive = statuskey::archiveDescription.read(status);
+  return archive && !archive->items().empty() ? archive->items().back() : nullptr;
+}
 
 std::string dateInWords(const std::optional<Date>& date) {
   const auto seconds = writableSeconds(date);

@@ -1,14 +1,19 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "base/Value.h"
+#include "records/RLDArchiveItem.h"
 
 namespace zpk::ctl {
 
 // A status in words, for a person, and as JSON, for programs. Pure functions; the keys are told in README.md and
 // stay.
+
+// The newest backup point of the status's archive; null when there is none.
+std::shared_ptr<const RLDArchiveItem> newestPoint(const Dictionary& status);
 
 std::string statusInWords(const Dictionary& status);
 std::string statusAsJson(const Dictionary& status);

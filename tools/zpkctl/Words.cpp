@@ -4,6 +4,9 @@
 #include <cmath>
 #include <cstdint>
 
+#include "base/Localization.h"
+#include "helperlink/ResultCode.h"
+
 namespace zpk::ctl {
 namespace {
 
@@ -61,6 +64,12 @@ std::string busyWords(const Dictionary& status) {
       break;
   }
   return "Something else is being done. Try again when it is over.";
+}
+
+std::string codeWords(std::uint32_t code, const Dictionary& status) {
+  if (code == static_cast<std::uint32_t>(ResultCode::serviceIsBusy)) return busyWords(status);
+  const EnglishLocalization english;
+  return resultCodeMessage(code, english) + ". " + resultCodeAdvice(code, english);
 }
 
 std::string waitFailure(HelperSession::Wait wait, const std::string& what) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "base/Value.h"
@@ -18,6 +19,9 @@ std::string progressWords(const Dictionary& status);
 
 // Why a command is refused while the helper is in this state.
 std::string busyWords(const Dictionary& status);
+
+// Why a command was answered with this code, which is not success, by a helper in this state.
+std::string codeWords(std::uint32_t code, const Dictionary& status);
 
 // A wait that ended otherwise than hoped for, as a sentence. `what` is what was waited for: "the backup".
 std::string waitFailure(HelperSession::Wait wait, const std::string& what);
