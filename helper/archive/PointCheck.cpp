@@ -142,17 +142,22 @@ ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t poi
   return check;
 }
 
-ArchiveResult<PointCheck> checkAndNote(Archive& archive, std::size_t point, std::int64_t time,
-                                       const CheckProgress& progress, const CancelFlag& cancel) {
-  ArchiveResult<PointCheck> check = checkOwnImages(archive, point, progress, cancel);
+NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, const CheckProgress& progress,
+                        const CancelFlag& cancel) {
+  NotedCheck result{checkOwnImages(archive, point, progress, cancel), std::nullopt};
+  const ArchiveResult<PointCheck>& check = result.check;
   // An image or a map that is no such thing is damage as well; it has no range.
-  if (!check && check.error().fault != ArchiveFault::Damaged) return check;
+  if (!check && check.error().fault != ArchiveFault::Damaged) return result;
   ArchiveResult<PointIndex> index = archive.readPoint(point);
-  if (!index) return index.error();
+  if (!index) {
+    // Where the index is what is damaged, that says enough.
+    if (check) result.whyNotNoted = index.error();
+    return result;
+  }
   index->check = LastCheck{time, !check || !check->damaged.empty()};
   const ArchiveResult<Done> saved = archive.savePoint(point, *index);
-  if (check && !saved) return saved.error();
-  return check;
+  if (!saved) result.whyNotNoted = saved.error();
+  return result;
 }
 
 }  // namespace zpk

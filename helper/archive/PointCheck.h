@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,9 +32,16 @@ using CheckProgress = std::function<void(std::uint64_t doneBytes)>;
 ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t point, const CheckProgress& progress,
                                          const CancelFlag& cancel);
 
+// What a check found, and whether the point's index says so. The two have nothing to do with each other: a full
+// destination keeps nothing noted, and its points are as sound as before.
+struct NotedCheck {
+  ArchiveResult<PointCheck> check;
+  std::optional<ArchiveError> whyNotNoted;  // The result is in no index, although it should be.
+};
+
 // The same, with the result noted in the point's index: when it was, and whether it found damage, so that nothing
 // is built on a damaged point. The archive is open for writing.
-ArchiveResult<PointCheck> checkAndNote(Archive& archive, std::size_t point, std::int64_t time,
-                                       const CheckProgress& progress, const CancelFlag& cancel);
+NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, const CheckProgress& progress,
+                        const CancelFlag& cancel);
 
 }  // namespace zpk

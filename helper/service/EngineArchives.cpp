@@ -132,8 +132,10 @@ class Run {
   std::optional<OperationFailed> readBack(Archive& archive) {
     _board.line("Reading back what was written");
     const std::size_t newest = archive.index().points.size() - 1;
-    const ArchiveResult<PointCheck> check = checkAndNote(
+    const NotedCheck noted = checkAndNote(
         archive, newest, _time, [](std::uint64_t) {}, _cancel);
+    const ArchiveResult<PointCheck>& check = noted.check;
+    if (noted.whyNotNoted) _board.line("What the check found could not be noted: " + noted.whyNotNoted->text());
     if (!check && isFault(check.error(), ArchiveFault::Cancelled)) {
       _board.line("Stopped; the backup point is complete, but was not read back");
       return std::nullopt;

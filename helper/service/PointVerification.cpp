@@ -64,7 +64,8 @@ class Verification {
     const ArchiveResult<PointIndex> index = _archive.readPoint(place);
     if (index) verdict.pointTime = index->creationTime;
     const auto progress = [&](std::uint64_t done) { _board.setProgress(_done + done, _total); };
-    const ArchiveResult<PointCheck> check = checkAndNote(_archive, place, verdict.time, progress, _cancel);
+    const NotedCheck noted = checkAndNote(_archive, place, verdict.time, progress, _cancel);
+    const ArchiveResult<PointCheck>& check = noted.check;
     if (!check && check.error().fault == ArchiveFault::Cancelled) return false;
     if (check) {
       verdict.bytes = check->bytes;
@@ -73,6 +74,7 @@ class Verification {
     } else {
       verdict.error = check.error().text();
     }
+    if (noted.whyNotNoted) verdict.unnoted = noted.whyNotNoted->text();
     tell(verdict);
     _report.points.push_back(std::move(verdict));
     return true;
@@ -88,11 +90,15 @@ class Verification {
 
   void tell(const PointVerdict& verdict) {
     const std::string name = "The backup point of " + momentText(verdict.pointTime);
-    if (verdict.isSound()) return _board.line(name + " is sound: " + byteSizeString(verdict.bytes) + " were read");
-    ++_damaged;
-    _board.line(name + " is damaged" + (verdict.error.empty() ? "" : ": " + verdict.error));
+    if (verdict.isSound()) {
+      _board.line(name + " is sound: " + byteSizeString(verdict.bytes) + " were read");
+    } else {
+      ++_damaged;
+      _board.line(name + " is damaged" + (verdict.error.empty() ? "" : ": " + verdict.error));
+    }
     for (const PointDamage& damage : verdict.damage) _board.line(rangeText(damage));
     if (verdict.moreDamage > 0) _board.line("and " + std::to_string(verdict.moreDamage) + " more ranges");
+    if (!verdict.unnoted.empty()) _board.line("This could not be noted: " + verdict.unnoted);
   }
 
   VerificationReport stopped() {

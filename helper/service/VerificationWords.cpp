@@ -22,6 +22,7 @@ Value wordsOf(const PointVerdict& verdict) {
   for (const PointDamage& range : verdict.damage) damage.push_back(wordsOf(range));
   words.set("damage", Value(std::move(damage)));
   words.set("moreDamage", Value(verdict.moreDamage));
+  if (!verdict.unnoted.empty()) words.set("unnoted", Value(verdict.unnoted));
   return Value(std::move(words));
 }
 

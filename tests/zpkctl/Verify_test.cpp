@@ -67,6 +67,17 @@ TEST(VerificationReport, DamageIsToldByPointFileAndRange) {
   EXPECT_TRUE(json["points"][0]["sound"]);
 }
 
+TEST(VerificationReport, WhatCouldNotBeNotedIsSoundAllTheSame) {
+  Dictionary point = *pointWith({}).dictionary();
+  point.set("unnoted", Value(std::string("The archive could not be locked")));
+  const Dictionary report = reportOf({Value(std::move(point))});
+  EXPECT_TRUE(isSound(report));
+  EXPECT_THAT(verificationInWords(report),
+              HasSubstr("read\n   not noted in the archive: The archive could not be locked\nEvery"));
+  EXPECT_EQ(nlohmann::json::parse(verificationAsJson(report))["points"][0]["unnoted"],
+            "The archive could not be locked");
+}
+
 TEST(VerificationReport, WhatWasNotCheckedToTheEndIsNotSound) {
   EXPECT_FALSE(isSound(reportOf({pointWith({})}, false)));
   EXPECT_FALSE(isSound(Dictionary()));

@@ -34,9 +34,9 @@ bool isPointSound(const Dictionary& point) {
 std::string pointInWords(const Dictionary& point) {
   const std::string name =
       std::to_string(point["index"].unsignedIntegerValue() + 1) + "  " + dateInWords(dateAt(point, "date"));
-  if (isPointSound(point))
-    return name + "  sound, " + byteSizeString(point["bytes"].unsignedIntegerValue()) + " read";
-  std::string text = name + "  damaged";
+  std::string text = isPointSound(point)
+                         ? name + "  sound, " + byteSizeString(point["bytes"].unsignedIntegerValue()) + " read"
+                         : name + "  damaged";
   if (point["error"].text()) text += "\n   " + *point["error"].text();
   for (const Value& value : listAt(point, "damage")) {
     const Dictionary& range = entry(value);
@@ -46,6 +46,7 @@ std::string pointInWords(const Dictionary& point) {
   }
   const std::uint64_t more = point["moreDamage"].unsignedIntegerValue();
   if (more > 0) text += "\n   and " + std::to_string(more) + " more ranges";
+  if (point["unnoted"].text()) text += "\n   not noted in the archive: " + *point["unnoted"].text();
   return text;
 }
 
@@ -67,6 +68,7 @@ ordered_json pointAsJson(const Dictionary& point) {
                              {"end", range["end"].unsignedIntegerValue()}});
   }
   row["moreDamage"] = point["moreDamage"].unsignedIntegerValue();
+  row["unnoted"] = point["unnoted"].text() ? ordered_json(*point["unnoted"].text()) : ordered_json();
   return row;
 }
 

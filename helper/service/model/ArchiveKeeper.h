@@ -84,6 +84,7 @@ struct PointVerdict {
   std::string error;        // What kept it from being read; empty when nothing did.
   std::vector<PointDamage> damage;
   std::uint64_t moreDamage = 0;  // Ranges that are not in the list.
+  std::string unnoted;           // Why the archive does not say so; empty when it does.
 
   bool isSound() const { return error.empty() && damage.empty(); }
 };

@@ -47,6 +47,12 @@ class Destination : public test::MergeWorld {
   }
   ArchiveResult<Archive> openDrive() const { return Archive::openForWriting(onDrive()); }
 
+  // Until nothing more can be written.
+  void fillDrive() const {
+    test::mustRun("/bin/sh", {"-c", "dd if=/dev/zero of=" + mountPoint() + "/fill bs=4k 2>&1; true"});
+    ASSERT_EQ(fs::space(mountPoint()).available, 0U);
+  }
+
   // Every point is what it was, or the newest one is what the disk is now; the count of them.
   std::size_t soundPoints() const {
     const ArchiveResult<Archive> archive = openDrive();
@@ -128,6 +134,31 @@ TEST_F(Destination, ThatIsFullAtAnySizeLeavesBothPointsOfAMerge) {
   }
   EXPECT_GT(full, 0U) << "the destination was never full";
   EXPECT_GT(merged, 0U) << "the destination was always full";
+}
+
+TEST_F(Destination, ThatIsFullMakesNoPointDamaged) {
+  mountDrive(2, 10'000'000);
+  ArchiveResult<Archive> archive = openDrive();
+  fillDrive();
+  const NotedCheck noted = checkAndNote(*archive, 0, 77, [](std::uint64_t) {}, {});
+  ASSERT_TRUE(noted.check.hasValue()) << noted.check.error().text();
+  EXPECT_TRUE(noted.check->damaged.empty());
+  EXPECT_GT(noted.check->bytes, 0U);
+  ASSERT_TRUE(noted.whyNotNoted.has_value()) << "the destination was not full";
+  EXPECT_THAT(noted.whyNotNoted->text(), HasSubstr("could not be saved"));
+  EXPECT_EQ(archive->readPoint(0)->check, std::nullopt);
+}
+
+TEST_F(Destination, ThatIsFullHidesNoDamage) {
+  mountDrive(2, 10'000'000);
+  ArchiveResult<Archive> archive = openDrive();
+  damage(*archive, 1);
+  fillDrive();
+  const NotedCheck noted = checkAndNote(*archive, 1, 77, [](std::uint64_t) {}, {});
+  ASSERT_TRUE(noted.check.hasValue()) << noted.check.error().text();
+  ASSERT_FALSE(noted.check->damaged.empty());
+  EXPECT_EQ(noted.check->damaged[0].image, imagePath(*archive, 1));
+  EXPECT_TRUE(noted.whyNotNoted.has_value()) << "the destination was not full";
 }
 
 // What is open stays writable then, so that only its place tells that nothing of it is kept.

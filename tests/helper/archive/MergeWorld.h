@@ -36,6 +36,18 @@ class MergeWorld : public testing::Test {
   }
   static void ignoreProgress(std::uint64_t, std::uint64_t) {}
 
+  // A cluster that did not shrink lies in the file as it is: only the hashes know its content.
+  static void damage(const Archive& archive, std::size_t point) {
+    const std::string image = imagePath(archive, point);
+    const std::string place = mustRun("/bin/sh", {"-c", "/usr/bin/qemu-img map --output=json '" + image +
+                                                            "' | /bin/grep -m1 '\"depth\": 0.*\"offset\"' | "
+                                                            "/bin/sed 's/.*\"offset\": \\([0-9]*\\).*/\\1/'"});
+    ASSERT_FALSE(place.empty());
+    std::fstream file(image, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(std::stol(place));
+    file << std::string(2000, 'x');
+  }
+
   // Every image is sound, and every point reads as the disk was at its moment.
   void expectMoments(const Archive& archive) const {
     ASSERT_EQ(archive.index().points.size(), moments.size());

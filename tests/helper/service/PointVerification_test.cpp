@@ -1,0 +1,90 @@
+// The check of a whole archive, and what is said about it.
+
+#include "helper/service/PointVerification.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <filesystem>
+
+#include "helper/archive/SmallArchive.h"
+#include "helper/service/VerificationWords.h"
+
+namespace zpk {
+namespace {
+
+namespace fs = std::filesystem;
+using test::SmallArchive;
+using testing::Contains;
+using testing::Each;
+using testing::Field;
+using testing::HasSubstr;
+using testing::Not;
+
+// An archive of a full point and three increments on a drive of its own.
+class Verifications : public testing::Test {
+ protected:
+  Verifications() {
+    fs::create_directories(drive());
+    EXPECT_EQ(::mount("tmpfs", drive().c_str(), "tmpfs", 0, "size=16m"), 0) << "it takes root";
+    small.emplace(path(), 4, 1, 11);
+  }
+  ~Verifications() override { ::umount2(drive().c_str(), MNT_DETACH); }
+
+  std::string drive() const { return folder / "drive"; }
+  std::string path() const { return drive() + "/a.rldbackup"; }
+  std::string imagePath(std::size_t point) const {
+    return path() + "/" + small->points().at(point) + "/disk0.pvhd";
+  }
+  Archive open() const { return std::move(*Archive::openForWriting(path())); }
+  void fillDrive() const {
+    test::mustRun("/bin/sh", {"-c", "dd if=/dev/zero of=" + drive() + "/fill bs=4k 2>&1; true"});
+  }
+  // Where the image's first content lies, behind its header.
+  void damage(std::size_t point) const {
+    std::fstream image(imagePath(point), std::ios::in | std::ios::out | std::ios::binary);
+    image.seekp(SmallArchive::clusterSize + 100);
+    image << std::string(40'000, 'x');
+  }
+  VerificationReport verify(Archive& archive) {
+    VerificationReport report = verifyPoints(archive, board, cancel);
+    lines = board.take().lines;
+    return report;
+  }
+
+  test::ScratchFolder folder;
+  std::optional<SmallArchive> small;
+  OperationBoard board;
+  CancelFlag cancel;
+  std::vector<std::string> lines;
+};
+
+TEST_F(Verifications, OfAFullDriveFindWhatTheyFindOnAnyOther) {
+  Archive archive = open();
+  damage(1);
+  fillDrive();
+  const VerificationReport report = verify(archive);
+  EXPECT_TRUE(report.isComplete);
+  ASSERT_EQ(report.points.size(), 4U);
+  EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, HasSubstr("could not be saved"))))
+      << "the drive was not full";
+  for (const std::size_t sound : {0U, 2U, 3U}) EXPECT_TRUE(report.points[sound].isSound()) << sound;
+  EXPECT_FALSE(report.points[1].damage.empty()) << "what was found is lost";
+  EXPECT_THAT(lines, Contains(HasSubstr("is sound")).Times(3));
+  EXPECT_THAT(lines, Contains(HasSubstr("This could not be noted")).Times(4));
+  const Dictionary words = wordsOf(report);
+  EXPECT_THAT((*(*words["points"].array())[0].dictionary())["unnoted"].textOr(""), HasSubstr("could not be saved"));
+}
+
+TEST_F(Verifications, AreNotedInEveryPoint) {
+  Archive archive = open();
+  damage(2);
+  const VerificationReport report = verify(archive);
+  EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, "")));
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(archive.readPoint(i)->check->isDamaged, i == 2) << i;
+  EXPECT_THAT(lines, Not(Contains(HasSubstr("not be noted"))));
+}
+
+}  // namespace
+}  // namespace zpk
