@@ -4,13 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 
 #include "helper/archive/PointCheck.h"
 #include "helper/archive/PointDisk.h"
 #include "helper/archive/SmallArchive.h"
+#include "support/Rounds.h"
 
 namespace zpk {
 namespace {
@@ -18,10 +18,8 @@ namespace {
 namespace fs = std::filesystem;
 using test::SmallArchive;
 
-// ZPK_FLIPS asks for more of them, where there is time.
 std::size_t flips() {
-  const char* wanted = std::getenv("ZPK_FLIPS");
-  return wanted == nullptr ? 120 : static_cast<std::size_t>(std::strtoul(wanted, nullptr, 10));
+  return test::rounds("ZPK_FLIPS", 120);
 }
 
 enum class Finding { Damage, Nothing, WrongContent };

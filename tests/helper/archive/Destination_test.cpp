@@ -13,18 +13,13 @@
 
 #include "helper/archive/MergeWorld.h"
 #include "helper/archive/PointCheck.h"
+#include "support/Rounds.h"
 
 namespace zpk {
 namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-
-// ZPK_FULL and ZPK_KILLS ask for more of them, where there is time.
-std::size_t rounds(const char* variable, std::size_t usual) {
-  const char* wanted = std::getenv(variable);
-  return wanted == nullptr ? usual : static_cast<std::size_t>(std::strtoul(wanted, nullptr, 10));
-}
 
 // A file system of its own, of which the archive is the only content.
 class Destination : public test::MergeWorld {
@@ -81,7 +76,7 @@ class Destination : public test::MergeWorld {
 TEST_F(Destination, ThatIsFullAtAnySizeVoidsThePointAndNoOther) {
   // What the increment takes is about 1.5 MB; beyond it there is room.
   constexpr std::uint64_t most = 3'000'000;
-  const std::size_t sizes = rounds("ZPK_FULL", 8);
+  const std::size_t sizes = test::rounds("ZPK_FULL", 8);
   std::size_t full = 0;
   std::size_t made = 0;
   for (std::size_t i = 0; i < sizes && !HasFailure(); ++i) {
@@ -110,7 +105,7 @@ TEST_F(Destination, ThatIsFullAtAnySizeVoidsThePointAndNoOther) {
 
 TEST_F(Destination, ThatIsFullAtAnySizeLeavesBothPointsOfAMerge) {
   constexpr std::uint64_t most = 16'000'000;
-  const std::size_t sizes = rounds("ZPK_FULL", 8);
+  const std::size_t sizes = test::rounds("ZPK_FULL", 8);
   std::size_t full = 0;
   std::size_t merged = 0;
   for (std::size_t i = 0; i < sizes && !HasFailure(); ++i) {
@@ -230,7 +225,7 @@ TEST_F(KilledBackups, AtAnyMomentLoseNoPointAndLeaveNoHalfOne) {
   }
   const auto whole =
       std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
-  const std::size_t wanted = rounds("ZPK_KILLS", 8);
+  const std::size_t wanted = test::rounds("ZPK_KILLS", 8);
   std::mt19937_64 random(3);
   std::size_t kills = 0;
   for (std::size_t i = 0; i < wanted && !HasFailure(); ++i) {

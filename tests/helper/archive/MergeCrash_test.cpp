@@ -6,12 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 
 #include "helper/archive/MergeOperation.h"
 #include "helper/archive/PowerCutDisk.h"
 #include "helper/archive/SmallArchive.h"
+#include "support/Rounds.h"
 
 namespace zpk {
 namespace {
@@ -23,10 +23,8 @@ using testing::AnyOf;
 
 void ignoreProgress(std::uint64_t, std::uint64_t) {}
 
-// ZPK_KILLS asks for more of them, where there is time.
-std::size_t rounds(std::size_t usual) {
-  const char* wanted = std::getenv("ZPK_KILLS");
-  return wanted == nullptr ? usual : static_cast<std::size_t>(std::strtoul(wanted, nullptr, 10));
+std::size_t killsWanted() {
+  return test::rounds("ZPK_KILLS", 36);
 }
 
 // Where a sync costs nothing and a hole is made at once; there are many of both.
@@ -114,9 +112,10 @@ class MergeCrash : public testing::Test {
 
 // A merge that is killed now and then, and taken up again, until the power fails.
 TEST_F(MergeCrash, APowerCutAtAnyMomentOfAMergeLeavesEveryListedPointExact) {
+  const std::size_t cuts = test::rounds("ZPK_CUTS", 200);
   std::size_t cutAfterKill = 0;
   std::size_t holes = 0;
-  for (unsigned seed = 0; seed < 200 && !HasFailure(); ++seed) {
+  for (unsigned seed = 0; seed < cuts && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     begin(seed);
     const test::PowerCutDisk disk(path());
@@ -145,13 +144,13 @@ TEST_F(MergeCrash, APowerCutAtAnyMomentOfAMergeLeavesEveryListedPointExact) {
     expectWhole(left);
     if (seed % 20 == 0) expectSoundImages(left);
   }
-  EXPECT_GT(cutAfterKill, 50U) << "the merges were not killed";
-  EXPECT_GT(holes, 50U) << "no room was given back";
+  EXPECT_GT(cutAfterKill, cuts / 4) << "the merges were not killed";
+  EXPECT_GT(holes, cuts / 4) << "no room was given back";
 }
 
 TEST_F(MergeCrash, AKillAtAnyMomentOfAMergeOrItsRecoveryLosesNothing) {
   std::size_t kills = 0;
-  for (unsigned seed = 0; seed < rounds(36) && !HasFailure(); ++seed) {
+  for (unsigned seed = 0; seed < killsWanted() && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     begin(seed);
     for (int runs = 0; runs < 3; ++runs) {
@@ -170,7 +169,7 @@ TEST_F(MergeCrash, AKillAtAnyMomentOfAMergeOrItsRecoveryLosesNothing) {
     expectWhole(path());
     if (seed % 12 == 0) expectSoundImages(path());
   }
-  EXPECT_GT(kills, rounds(36) / 2) << "the merges were not killed";
+  EXPECT_GT(kills, killsWanted() / 2) << "the merges were not killed";
 }
 
 TEST_F(MergeCrash, AKillAtAnyMomentOfAPinLeavesTheOldLabelOrTheNewOne) {
@@ -185,7 +184,7 @@ TEST_F(MergeCrash, AKillAtAnyMomentOfAPinLeavesTheOldLabelOrTheNewOne) {
   std::size_t kills = 0;
   const std::size_t calls = callsOf([&] { pin("before"); });
   PointIndex before = *Archive::openForReading(path())->readPoint(1);
-  for (unsigned seed = 0; seed < rounds(36) && !HasFailure(); ++seed) {
+  for (unsigned seed = 0; seed < killsWanted() && !HasFailure(); ++seed) {
     const std::string label = "label " + std::to_string(seed);
     const pid_t process = ::fork();
     if (process == 0) {
@@ -206,7 +205,7 @@ TEST_F(MergeCrash, AKillAtAnyMomentOfAPinLeavesTheOldLabelOrTheNewOne) {
     }
     before = found;
   }
-  EXPECT_GT(kills, rounds(36) / 2) << "the pins were not killed";
+  EXPECT_GT(kills, killsWanted() / 2) << "the pins were not killed";
 }
 
 }  // namespace
