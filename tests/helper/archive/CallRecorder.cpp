@@ -193,6 +193,16 @@ extern "C" int renameat(int fromFolder, const char* from, int toFolder, const ch
   return static_cast<int>(passOn(call, [&] { return ::syscall(SYS_renameat, fromFolder, from, toFolder, to); }));
 }
 
+extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
+  Call call{Call::Kind::MakeFolder, 0, 0, 0, {}, inodeOf(folder), name};
+  return static_cast<int>(passOn(call, [&] {
+    const long made = ::syscall(SYS_mkdirat, folder, name, mode);
+    struct stat status {};
+    if (made == 0 && ::fstatat(folder, name, &status, 0) == 0) call.file = status.st_ino;
+    return made;
+  }));
+}
+
 extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
   return static_cast<int>(passOn({Call::Kind::Unlink, 0, 0, 0, {}, inodeOf(folder), name},
                                  [&] { return ::syscall(SYS_unlinkat, folder, name, flags); }));

@@ -13,14 +13,14 @@ namespace zpk::test {
 
 // One call that had an effect. Files and folders are told by their inode.
 struct Call {
-  enum class Kind { Write, Resize, Punch, Sync, Create, Rename, Unlink };
+  enum class Kind { Write, Resize, Punch, Sync, Create, MakeFolder, Rename, Unlink };
 
   Kind kind;
-  std::uint64_t file = 0;    // Of Write, Resize, Punch, Sync and Create.
+  std::uint64_t file = 0;    // Of all but Rename and Unlink.
   std::uint64_t offset = 0;  // The new size of Resize.
   std::uint64_t size = 0;    // Of Punch.
   ByteBuffer bytes{};
-  std::uint64_t folder = 0;  // Of Create, Rename and Unlink.
+  std::uint64_t folder = 0;  // Of Create, MakeFolder, Rename and Unlink.
   std::string name{};
   std::uint64_t newFolder = 0;  // Of Rename.
   std::string newName{};

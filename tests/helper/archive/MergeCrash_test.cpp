@@ -172,6 +172,38 @@ TEST_F(MergeCrash, AKillAtAnyMomentOfAMergeOrItsRecoveryLosesNothing) {
   EXPECT_GT(kills, killsWanted() / 2) << "the merges were not killed";
 }
 
+TEST_F(MergeCrash, APowerCutAtAnyMomentOfAPinLeavesTheOldLabelOrTheNewOne) {
+  begin(1);
+  const test::PowerCutDisk disk(path());
+  const auto pointAt = [](const std::string& place) { return *Archive::openForReading(place)->readPoint(1); };
+  const PointIndex before = pointAt(path());
+  PointIndex after = before;
+  after.isPinned = !before.isPinned;
+  after.label = "after";
+  {
+    ArchiveResult<Archive> archive = Archive::openForWriting(path());
+    CallRecorder::begin();
+    ASSERT_TRUE(archive->savePoint(1, after).hasValue());
+  }
+  const std::vector<Call> calls = CallRecorder::end();
+  ASSERT_GT(calls.size(), 3U);
+  std::size_t old = 0;
+  for (const double share : {0.0, 0.3, 0.7, 1.0}) {
+    for (std::size_t cut = 0; cut <= calls.size(); ++cut) {
+      const std::string left = folder / "left";
+      fs::remove_all(left);
+      disk.leave(calls, cut, share, random, left);
+      const PointIndex found = pointAt(left);
+      EXPECT_THAT(found, AnyOf(before, after)) << "call " << cut << " of " << calls.size();
+      if (cut == calls.size()) {
+        EXPECT_EQ(found, after) << "lost what was told to be saved";
+      }
+      old += found == before;
+    }
+  }
+  EXPECT_GT(old, 3U) << "the pins were not cut short";
+}
+
 TEST_F(MergeCrash, AKillAtAnyMomentOfAPinLeavesTheOldLabelOrTheNewOne) {
   begin(1);
   const auto pin = [&](const std::string& label) {

@@ -17,8 +17,12 @@ using Kind = Call::Kind;
 constexpr std::size_t sector = 512;
 constexpr std::size_t page = 4096;
 
+bool makesSomething(const Call& call) {
+  return call.kind == Kind::Create || call.kind == Kind::MakeFolder;
+}
+
 bool namesSomething(const Call& call) {
-  return call.kind == Kind::Create || call.kind == Kind::Rename || call.kind == Kind::Unlink;
+  return makesSomething(call) || call.kind == Kind::Rename || call.kind == Kind::Unlink;
 }
 
 bool happens(double share, std::mt19937& random) {
@@ -80,7 +84,7 @@ std::vector<PowerCutDisk::Step> PowerCutDisk::stepsOf(const std::vector<Call>& c
   std::map<Id, std::size_t> lastSync;
   for (std::size_t i = 0; i < count; ++i) {
     const Call& call = calls[i];
-    if (call.kind == Kind::Create) ids[call.file] = next++;
+    if (makesSomething(call)) ids[call.file] = next++;
     const auto idOf = [&](std::uint64_t inode) { return inode == 0 ? 0 : ids[inode]; };
     steps.push_back({&call, idOf(call.file), idOf(call.folder), idOf(call.newFolder)});
     if (call.kind == Kind::Sync) lastSync[steps.back().file] = i;
@@ -97,6 +101,7 @@ std::vector<PowerCutDisk::Step> PowerCutDisk::stepsOf(const std::vector<Call>& c
 void PowerCutDisk::applyNames(State& state, const std::vector<Step>& steps, double share, std::mt19937& random) {
   std::set<Id> isBehind;  // Folders of which a change is lost, and so all later ones.
   for (const Step& step : steps) {
+    if (step.call->kind == Kind::MakeFolder) state.folders[step.file];
     if (!namesSomething(*step.call)) continue;
     const bool isPossible = !isBehind.contains(step.folder) && !isBehind.contains(step.newFolder);
     if (!step.isDurable && (!isPossible || !happens(share, random))) {
@@ -105,7 +110,7 @@ void PowerCutDisk::applyNames(State& state, const std::vector<Step>& steps, doub
       continue;
     }
     Names& names = state.folders[step.folder];
-    if (step.call->kind == Kind::Create) names[step.call->name] = step.file;
+    if (makesSomething(*step.call)) names[step.call->name] = step.file;
     if (step.call->kind == Kind::Unlink) names.erase(step.call->name);
     if (step.call->kind == Kind::Rename) {
       const auto found = names.find(step.call->name);
