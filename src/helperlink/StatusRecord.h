@@ -39,6 +39,10 @@ enum class ProgressType : std::int32_t {
 template <>
 inline constexpr ProgressType kLastNamed<ProgressType> = ProgressType::merge;
 
+// The number under "progresstype" of a check of the backup points. It has no name among the kinds: no operation
+// that a window starts, and a window shows of it what it shows of any number that it does not know, its figures.
+inline constexpr std::int32_t kVerificationProgress = 3;
+
 // The archive at "targetArchive" as the source disk sees it.
 enum class ArcState : std::int32_t {
   ready = 0,        // belongs to the source disk and has backup points

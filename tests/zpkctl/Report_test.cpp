@@ -47,6 +47,24 @@ TEST_F(ReportCommand, StatusTellsWhatIsBackedUpWhere) {
   EXPECT_THAT(console.said[0], testing::Not(HasSubstr("Last error")));
 }
 
+TEST_F(ReportCommand, StatusKnowsACheckOfTheBackupPoints) {
+  nowIs(runningVerification(42));
+  EXPECT_EQ(runStatus(session, console, Form::words), kDone);
+  EXPECT_THAT(console.said.at(0), HasSubstr("State:        checking backup points, 42 %"));
+  EXPECT_EQ(runStatus(session, console, Form::json), kDone);
+  EXPECT_EQ(json::parse(console.said.at(1))["operation"]["kind"], "verify");
+  EXPECT_THAT(busyWords(runningVerification(42)), HasSubstr("being checked"));
+}
+
+TEST(StatusAsJson, AnOperationThatNobodyNamedIsUnknown) {
+  for (const std::int32_t type : {4, -1}) {
+    Dictionary status = runningVerification(1);
+    status.set(statuskey::progressType.key, Value(type));
+    EXPECT_EQ(json::parse(statusAsJson(status))["operation"]["kind"], "unknown") << type;
+    EXPECT_THAT(statusInWords(status), HasSubstr("working, 1 %"));
+  }
+}
+
 TEST_F(ReportCommand, StatusSaysThatAHelperDoesNotAnswer) {
   transport.helperDies();
   EXPECT_EQ(runStatus(session, console, Form::words), kNotDone);

@@ -53,6 +53,12 @@ inline Dictionary runningBackup(double percent, std::uint64_t elapsed) {
   return status;
 }
 
+inline Dictionary runningVerification(double percent) {
+  Dictionary status = runningBackup(percent, 5);
+  status.set(statuskey::progressType.key, Value(std::int32_t{3}));
+  return status;
+}
+
 inline Dictionary busyStatus() {
   Dictionary status = readyStatus();
   statuskey::state.set(status, HelperState::busy);

@@ -63,15 +63,17 @@ const char* stateName(HelperState state) {
   return "unknown";
 }
 
-const char* operationKind(ProgressType type) {
-  switch (type) {
-    case ProgressType::backup:
+const char* operationKind(Operation operation) {
+  switch (operation) {
+    case Operation::backup:
       return "backup";
-    case ProgressType::restore:
+    case Operation::restore:
       return "restore";
-    case ProgressType::merge:
+    case Operation::merge:
       return "merge";
-    case ProgressType::unknown:
+    case Operation::verification:
+      return "verify";
+    case Operation::unknown:
       break;
   }
   return "unknown";
@@ -104,7 +106,7 @@ std::string stateInWords(const Dictionary& status) {
     case HelperState::busy:
       return "busy";
     case HelperState::inProgress:
-      return operationName(statuskey::progressType.read(status)) + ", " + progressWords(status);
+      return operationName(operationOf(status)) + ", " + progressWords(status);
     case HelperState::unknown:
       break;
   }
@@ -127,7 +129,7 @@ std::string destinationInWords(const Dictionary& status) {
 ordered_json operationAsJson(const Dictionary& status) {
   if (statuskey::state.read(status) != HelperState::inProgress) return {};
   ordered_json operation;
-  operation["kind"] = operationKind(statuskey::progressType.read(status));
+  operation["kind"] = operationKind(operationOf(status));
   operation["percent"] = statuskey::progressPercents.read(status).doubleValue();
   operation["elapsedSeconds"] = statuskey::elapsedTime.read(status);
   const bool estimated = statuskey::remainingTime.isPresentIn(status);

@@ -24,15 +24,32 @@ std::string timeLeft(std::uint64_t seconds) {
 
 }  // namespace
 
-std::string operationName(ProgressType type) {
-  switch (type) {
+Operation operationOf(const Dictionary& status) {
+  if (statuskey::progressType.valueIn(status) == Value(kVerificationProgress)) return Operation::verification;
+  switch (statuskey::progressType.read(status)) {
     case ProgressType::backup:
-      return "backing up";
+      return Operation::backup;
     case ProgressType::restore:
-      return "restoring";
+      return Operation::restore;
     case ProgressType::merge:
-      return "merging backup points";
+      return Operation::merge;
     case ProgressType::unknown:
+      break;
+  }
+  return Operation::unknown;
+}
+
+std::string operationName(Operation operation) {
+  switch (operation) {
+    case Operation::backup:
+      return "backing up";
+    case Operation::restore:
+      return "restoring";
+    case Operation::merge:
+      return "merging backup points";
+    case Operation::verification:
+      return "checking backup points";
+    case Operation::unknown:
       break;
   }
   return "working";
@@ -53,14 +70,16 @@ std::string busyWords(const Dictionary& status) {
   if (statuskey::state.read(status) != HelperState::inProgress) {
     return "The backup helper is busy with something else. Try again in a while.";
   }
-  switch (statuskey::progressType.read(status)) {
-    case ProgressType::backup:
+  switch (operationOf(status)) {
+    case Operation::backup:
       return "A backup is already running.";
-    case ProgressType::restore:
+    case Operation::restore:
       return "A restore is running. Try again when it is over.";
-    case ProgressType::merge:
+    case Operation::merge:
       return "Backup points are being merged. Try again when that is over.";
-    case ProgressType::unknown:
+    case Operation::verification:
+      return "The backup points are being checked. Try again when that is over.";
+    case Operation::unknown:
       break;
   }
   return "Something else is being done. Try again when it is over.";

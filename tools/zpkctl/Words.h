@@ -11,8 +11,12 @@ namespace zpk::ctl {
 
 // What the helper tells, in plain words. Pure functions of a status.
 
-// "backing up", "restoring", "merging backup points".
-std::string operationName(ProgressType type);
+// What the running operation is. Meaningful while the state is inProgress.
+enum class Operation { backup, restore, merge, verification, unknown };
+Operation operationOf(const Dictionary& status);
+
+// "backing up", "restoring", "merging backup points", "checking backup points".
+std::string operationName(Operation operation);
 
 // "42 %, about 3 minutes left"; the time only when the helper has an estimate.
 std::string progressWords(const Dictionary& status);

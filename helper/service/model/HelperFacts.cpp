@@ -9,9 +9,6 @@
 namespace zpk {
 namespace {
 
-// What the link has no name for: front ends show such an operation's figures and nothing beside them.
-constexpr std::int32_t kVerifyProgress = 3;
-
 // A share that shows 100 only when all is done, however the division is rounded.
 double percent(std::uint64_t done, std::uint64_t total) {
   if (total == 0) return 0;
@@ -25,7 +22,8 @@ std::uint64_t wholeSeconds(Seconds time) {
 
 void describeKind(Dictionary& status, const OperationKind& kind) {
   if (std::holds_alternative<BackupKind>(kind)) statuskey::progressType.set(status, ProgressType::backup);
-  if (std::holds_alternative<VerifyKind>(kind)) status.set(statuskey::progressType.key, Value(kVerifyProgress));
+  if (std::holds_alternative<VerifyKind>(kind))
+    status.set(statuskey::progressType.key, Value(kVerificationProgress));
   if (const auto* restore = std::get_if<RestoreKind>(&kind)) {
     statuskey::progressType.set(status, ProgressType::restore);
     statuskey::restoreTarget.set(status, restore->target);
