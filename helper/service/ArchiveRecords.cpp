@@ -125,21 +125,33 @@ std::shared_ptr<const RLDArchiveItem> damagedItemRecord(std::size_t index, const
   return std::make_shared<const RLDArchiveItem>(std::move(fields));
 }
 
+PointHealth healthOf(const PointIndex& point, const std::string& indexPath) {
+  PointHealth health{indexPath, std::nullopt, unreadableSectors(point)};
+  if (point.check) health.lastCheck = {point.check->time, point.check->isDamaged};
+  return health;
+}
+
 }  // namespace
 
-std::shared_ptr<const RLDArchive> archiveRecord(const Archive& archive) {
+PresentArchive presentArchive(const Archive& archive) {
   RecordList<RLDArchiveItem> items;
+  std::vector<PointHealth> health;
   for (std::size_t i = 0; i < archive.index().points.size(); ++i) {
     const ArchiveResult<PointIndex> point = archive.readPoint(i);
-    // One that is damaged hides no other.
-    if (!point) items.push_back(damagedItemRecord(i, archive.pointIndexPath(i)));
-    if (point) items.push_back(itemRecord(*point, i, archive.pointIndexPath(i)));
+    const std::string indexPath = archive.pointIndexPath(i);
+    if (point) {
+      items.push_back(itemRecord(*point, i, indexPath));
+      health.push_back(healthOf(*point, indexPath));
+    } else {
+      // One that is damaged hides no other.
+      items.push_back(damagedItemRecord(i, indexPath));
+    }
   }
   RLDArchive::Fields fields;
   fields.items = std::move(items);
   fields.indexFilePath = archive.path() + "/" + Archive::indexName;
   fields.isLegacy = archive.index().isLegacy;
-  return std::make_shared<const RLDArchive>(std::move(fields));
+  return {std::make_shared<const RLDArchive>(std::move(fields)), archive.index().sourceDisk, std::move(health)};
 }
 
 StoredDisk storedDisk(const ZPKDisk& disk) {

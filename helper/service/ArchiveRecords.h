@@ -4,6 +4,7 @@
 
 #include "helper/archive/Archive.h"
 #include "helper/archive/RestorePlan.h"
+#include "helper/service/model/ArchiveKeeper.h"
 #include "records/RLDArchive.h"
 #include "records/ZPKDisk.h"
 
@@ -13,8 +14,8 @@ namespace zpk {
 
 // The archive with all its points, oldest first. Of a stored disk the record has the partitions that the point
 // holds, which is what a restore brings back. A point whose index cannot be read has no date and no disks, and is
-// called "Damaged".
-std::shared_ptr<const RLDArchive> archiveRecord(const Archive& archive);
+// called "Damaged"; of its health nothing is known.
+PresentArchive presentArchive(const Archive& archive);
 
 // A disk as a backup point describes it. Its Windows side is to be stored: the partitions of Microsoft's types.
 StoredDisk storedDisk(const ZPKDisk& disk);

@@ -236,6 +236,8 @@ int BusService::dispatch(MaintenanceMember member, const Command& command, sd_bu
       return reply(message, _model.verify());
     case MaintenanceMember::lastVerification:
       return replyDictionary(message, wordsOf(_model.lastVerification()), error);
+    case MaintenanceMember::pointHealth:
+      return replyDictionary(message, healthWords(_model.facts().archive), error);
   }
   return 0;
 }

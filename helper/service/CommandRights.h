@@ -60,6 +60,7 @@ inline constexpr std::array kCommandRights{
     CommandRight{kDaemonInterface, "pin_arcItem_withLabel", Right::changeSettings},
     CommandRight{kMaintenanceInterface, "verify", Right::verify},
     CommandRight{kMaintenanceInterface, "lastVerification", Right::everybody},
+    CommandRight{kMaintenanceInterface, "pointHealth", Right::everybody},
 };
 
 // Nothing for a command that is not known: it is to be refused.

@@ -186,7 +186,7 @@ ArchiveView EngineArchives::look(const std::string& archivePath, ArchiveUser use
     if (isFault(archive.error(), ArchiveFault::NotAnArchive) && isFreeFolder(archivePath)) return NoArchiveYet{};
     return UnreadableArchive{sentenceOf(archive.error())};
   }
-  return PresentArchive{archiveRecord(*archive), archive->index().sourceDisk};
+  return presentArchive(*archive);
 }
 
 OperationOutcome EngineArchives::backup(const BackupOrder& order, OperationBoard& board, const CancelFlag& cancel) {

@@ -62,7 +62,7 @@ class Verification {
     verdict.index = place;
     verdict.time = static_cast<std::int64_t>(std::time(nullptr));
     const ArchiveResult<PointIndex> index = _archive.readPoint(place);
-    if (index) verdict.pointTime = index->creationTime;
+    if (index) describe(verdict, *index);
     const auto progress = [&](std::uint64_t done) { _board.setProgress(_done + done, _total); };
     const NotedCheck noted = checkAndNote(_archive, place, verdict.time, progress, _cancel);
     const ArchiveResult<PointCheck>& check = noted.check;
@@ -76,8 +76,23 @@ class Verification {
     }
     if (noted.whyNotNoted) verdict.unnoted = noted.whyNotNoted->text();
     tell(verdict);
+    if (index) tellLack(*index);
     _report.points.push_back(std::move(verdict));
     return true;
+  }
+
+  void describe(PointVerdict& verdict, const PointIndex& index) {
+    verdict.pointTime = index.creationTime;
+    verdict.unreadableSectors = unreadableSectors(index);
+    for (const StoredDisk& disk : index.disks) {
+      for (const ByteRange& range : disk.unreadable) {
+        if (_stretches++ < kMostRanges) {
+          verdict.unreadable.push_back({disk.name, range.start, range.end});
+        } else {
+          ++verdict.moreUnreadable;
+        }
+      }
+    }
   }
 
   void add(PointVerdict& verdict, const DamagedRange& range) {
@@ -93,12 +108,22 @@ class Verification {
     if (verdict.isSound()) {
       _board.line(name + " is sound: " + byteSizeString(verdict.bytes) + " were read");
     } else {
-      ++_damaged;
-      _board.line(name + " is damaged" + (verdict.error.empty() ? "" : ": " + verdict.error));
+      tellDamage(name, verdict);
     }
+    if (!verdict.unnoted.empty()) _board.line("This could not be noted: " + verdict.unnoted);
+  }
+
+  void tellLack(const PointIndex& index) {
+    if (const std::uint64_t sectors = unreadableSectors(index))
+      _board.line("It was made with " + sectorsText(sectors));
+    for (const std::string& line : unreadableLines(index)) _board.line(line);
+  }
+
+  void tellDamage(const std::string& name, const PointVerdict& verdict) {
+    ++_damaged;
+    _board.line(name + " is damaged" + (verdict.error.empty() ? "" : ": " + verdict.error));
     for (const PointDamage& damage : verdict.damage) _board.line(rangeText(damage));
     if (verdict.moreDamage > 0) _board.line("and " + std::to_string(verdict.moreDamage) + " more ranges");
-    if (!verdict.unnoted.empty()) _board.line("This could not be noted: " + verdict.unnoted);
   }
 
   VerificationReport stopped() {
@@ -125,6 +150,7 @@ class Verification {
   std::uint64_t _total = 0;
   std::uint64_t _done = 0;
   std::size_t _ranges = 0;
+  std::size_t _stretches = 0;
   std::size_t _damaged = 0;
 };
 

@@ -11,18 +11,52 @@ Value wordsOf(const PointDamage& damage) {
   return Value(std::move(words));
 }
 
+Value wordsOf(const UnreadableStretch& stretch) {
+  Dictionary words;
+  words.set("disk", Value(stretch.disk));
+  words.set("start", Value(stretch.start));
+  words.set("end", Value(stretch.end));
+  return Value(std::move(words));
+}
+
+Date dateOf(std::int64_t secondsSince1970) {
+  return {static_cast<double>(secondsSince1970)};
+}
+
+Value wordsOf(const PointVerdict& verdict);
+Value wordsOf(const PointHealth& health);
+
+template <class T>
+Value listOf(const std::vector<T>& things) {
+  Array list;
+  for (const T& thing : things) list.push_back(wordsOf(thing));
+  return Value(std::move(list));
+}
+
 Value wordsOf(const PointVerdict& verdict) {
   Dictionary words;
   words.set("index", Value(verdict.index));
-  words.set("date", Value(Date{static_cast<double>(verdict.pointTime)}));
-  words.set("checked", Value(Date{static_cast<double>(verdict.time)}));
+  words.set("date", Value(dateOf(verdict.pointTime)));
+  words.set("checked", Value(dateOf(verdict.time)));
   words.set("bytes", Value(verdict.bytes));
   if (!verdict.error.empty()) words.set("error", Value(verdict.error));
-  Array damage;
-  for (const PointDamage& range : verdict.damage) damage.push_back(wordsOf(range));
-  words.set("damage", Value(std::move(damage)));
+  words.set("damage", listOf(verdict.damage));
   words.set("moreDamage", Value(verdict.moreDamage));
   if (!verdict.unnoted.empty()) words.set("unnoted", Value(verdict.unnoted));
+  words.set("unreadableSectors", Value(verdict.unreadableSectors));
+  words.set("unreadable", listOf(verdict.unreadable));
+  words.set("moreUnreadable", Value(verdict.moreUnreadable));
+  return Value(std::move(words));
+}
+
+Value wordsOf(const PointHealth& health) {
+  Dictionary words;
+  words.set("indexFile", Value(health.indexPath));
+  if (health.lastCheck) {
+    words.set("checked", Value(dateOf(health.lastCheck->time)));
+    words.set("damaged", Value(health.lastCheck->foundDamage));
+  }
+  words.set("unreadableSectors", Value(health.unreadableSectors));
   return Value(std::move(words));
 }
 
@@ -31,9 +65,14 @@ Value wordsOf(const PointVerdict& verdict) {
 Dictionary wordsOf(const VerificationReport& report) {
   Dictionary words;
   words.set("complete", Value(report.isComplete));
-  Array points;
-  for (const PointVerdict& verdict : report.points) points.push_back(wordsOf(verdict));
-  words.set("points", Value(std::move(points)));
+  words.set("points", listOf(report.points));
+  return words;
+}
+
+Dictionary healthWords(const ArchiveView& view) {
+  const auto* present = std::get_if<PresentArchive>(&view);
+  Dictionary words;
+  words.set("points", present ? listOf(present->health) : Value(Array()));
   return words;
 }
 

@@ -21,15 +21,47 @@ using testing::HasSubstr;
 // 2023-11-14 22:13:20 UTC.
 constexpr double kDate = 1'700'000'000;
 
+std::string indexFile(std::uint32_t index) {
+  return "/backups/Office PC.rldbackup/p" + std::to_string(index) + "/index.json";
+}
+
+std::shared_ptr<const RLDArchiveItem> point(std::uint32_t index, const std::string& label, bool isPinned = false) {
+  return std::make_shared<const RLDArchiveItem>(RLDArchiveItem::Fields{.isPinned = isPinned,
+                                                                       .arcIndex = index,
+                                                                       .creationDate = Date{kDate + 60 * index},
+                                                                       .disks = RecordList<RLDArcDisk>{},
+                                                                       .indexFilePath = indexFile(index),
+                                                                       .name = label});
+}
+
 Dictionary threePoints() {
   Dictionary status = readyStatus();
   statuskey::archiveDescription.set(
-      status, archiveOf({backupPoint(0, "before the update", kDate, true), backupPoint(1, "", kDate + 60),
-                         backupPoint(2, "last", kDate + 120)}));
+      status, archiveOf({point(0, "before the update", true), point(1, ""), point(2, "last")}));
   return status;
 }
 
+Value health(std::uint32_t index, std::optional<bool> damaged, std::uint64_t unreadableSectors = 0) {
+  Dictionary told;
+  told.set("indexFile", Value(indexFile(index)));
+  if (damaged) {
+    told.set("checked", Value(Date{kDate + 86400}));
+    told.set("damaged", Value(*damaged));
+  }
+  told.set("unreadableSectors", Value(unreadableSectors));
+  return Value(std::move(told));
+}
+
+// Not in the order of the points.
+Dictionary threeFates() {
+  Dictionary fates;
+  fates.set("points", Value(Array{health(2, true), health(0, false, 12), health(1, std::nullopt)}));
+  return fates;
+}
+
 struct ReportCommand : SessionWorld, testing::Test {
+  FakeMaintenance maintenance;
+
   ReportCommand() {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
@@ -74,17 +106,32 @@ TEST_F(ReportCommand, StatusSaysThatAHelperDoesNotAnswer) {
 TEST_F(ReportCommand, ListWaitsForAHelperThatReadsItsDisks) {
   nowIs(busyStatus());
   soonIs(Seconds(2), threePoints());
-  EXPECT_EQ(runList(session, console, Form::words), kDone);
-  EXPECT_THAT(console.said, ElementsAre("Date              Kind       Pinned  Label\n"
-                                        "2023-11-14 22:13  full       yes     before the update\n"
-                                        "2023-11-14 22:14  increment  no\n"
-                                        "2023-11-14 22:15  increment  no      last"));
+  maintenance.health = threeFates();
+  EXPECT_EQ(runList(session, maintenance, console, Form::words), kDone);
+  EXPECT_THAT(console.said,
+              ElementsAre("Date              Kind       Pinned  Last check                 Label\n"
+                          "2023-11-14 22:13  full       yes     2023-11-15 22:13, sound    before the update\n"
+                          "2023-11-14 22:14  increment  no      never\n"
+                          "2023-11-14 22:15  increment  no      2023-11-15 22:13, damaged  last"));
+  EXPECT_THAT(console.complained, testing::IsEmpty());
+}
+
+TEST_F(ReportCommand, AListWithoutNewsOfChecksIsAListAndSaysSo) {
+  nowIs(threePoints());
+  maintenance.health = std::string("Unknown method.");
+  EXPECT_EQ(runList(session, maintenance, console, Form::words), kDone);
+  EXPECT_THAT(console.said.at(0), HasSubstr("2023-11-14 22:14  increment  no      unknown\n"));
+  EXPECT_EQ(runList(session, maintenance, console, Form::json), kDone);
+  const json told = json::parse(console.said.at(1));
+  EXPECT_EQ(told.size(), 3U);
+  EXPECT_FALSE(told[0].contains("lastCheck")) << "no claim that it was never checked";
+  EXPECT_THAT(console.complained.at(0), HasSubstr("is not known. Unknown method."));
 }
 
 TEST_F(ReportCommand, AnInterruptedListSaysSoAndShowsNothing) {
   nowIs(busyStatus());
   loop.performAfterDelay(Seconds(3), [this] { session.interrupt(); });
-  EXPECT_EQ(runList(session, console, Form::json), kNotDone);
+  EXPECT_EQ(runList(session, maintenance, console, Form::json), kNotDone);
   EXPECT_THAT(console.complained, ElementsAre("Interrupted."));
   EXPECT_TRUE(console.said.empty());
   EXPECT_LT(loop.now(), Seconds(5));
@@ -93,7 +140,7 @@ TEST_F(ReportCommand, AnInterruptedListSaysSoAndShowsNothing) {
 TEST_F(ReportCommand, AListWhoseHelperEndsMeanwhileIsNoEmptyOne) {
   nowIs(busyStatus());
   loop.performAfterDelay(Seconds(3), [this] { transport.helperDies(); });
-  EXPECT_EQ(runList(session, console, Form::words), kNotDone);
+  EXPECT_EQ(runList(session, maintenance, console, Form::words), kNotDone);
   EXPECT_THAT(console.complained, ElementsAre("The backup helper ended before the list was over."));
   EXPECT_TRUE(console.said.empty());
 }
@@ -111,11 +158,11 @@ TEST_F(ReportCommand, AListThatCannotBeReadIsNotAnEmptyOne) {
   Dictionary away = readyStatus();
   statuskey::arcState.set(away, ArcState::unavailable);
   nowIs(away);
-  EXPECT_EQ(runList(session, console, Form::json), kNotDone);
+  EXPECT_EQ(runList(session, maintenance, console, Form::json), kNotDone);
   EXPECT_THAT(console.complained, ElementsAre(HasSubstr("cannot be reached")));
   Dictionary notChosen = idleStatus({});
   nowIs(notChosen);
-  EXPECT_EQ(runList(session, console, Form::json), kNotDone);
+  EXPECT_EQ(runList(session, maintenance, console, Form::json), kNotDone);
   EXPECT_THAT(console.complained.back(), HasSubstr("No location"));
 }
 
@@ -124,8 +171,8 @@ TEST_F(ReportCommand, AnArchiveWithoutPointsIsAnEmptyList) {
   statuskey::arcState.set(empty, ArcState::empty);
   statuskey::archiveDescription.set(empty, nullptr);
   nowIs(empty);
-  EXPECT_EQ(runList(session, console, Form::words), kDone);
-  EXPECT_EQ(runList(session, console, Form::json), kDone);
+  EXPECT_EQ(runList(session, maintenance, console, Form::words), kDone);
+  EXPECT_EQ(runList(session, maintenance, console, Form::json), kDone);
   EXPECT_THAT(console.said, ElementsAre("There is no backup point yet.", "[]"));
 }
 
@@ -170,11 +217,27 @@ TEST(StatusAsJson, TextThatIsNoTextAndDatesThatAreNoneDoNoHarm) {
 }
 
 TEST(PointsAsJson, HasARowForEachPoint) {
-  EXPECT_EQ(json::parse(pointsAsJson(threePoints()))[1],
-            json::parse(R"({"index": 1, "date": "2023-11-14T22:14:20Z", "kind": "increment", "pinned": false,
-    "label": ""})"));
-  EXPECT_EQ(json::parse(pointsAsJson(threePoints()))[0]["kind"], "full");
-  EXPECT_EQ(json::parse(pointsAsJson(threePoints())).size(), 3U);
+  const json points = json::parse(pointsAsJson(threePoints(), threeFates()));
+  EXPECT_EQ(points[1], json::parse(R"({"index": 1, "date": "2023-11-14T22:14:20Z", "kind": "increment",
+    "pinned": false, "label": "", "lastCheck": null, "unreadableSectors": 0})"));
+  EXPECT_EQ(points[0]["kind"], "full");
+  EXPECT_EQ(points.size(), 3U);
+}
+
+TEST(PointsAsJson, TellsTheLastCheckAndWhatIsLacking) {
+  const json points = json::parse(pointsAsJson(threePoints(), threeFates()));
+  EXPECT_EQ(points[0]["lastCheck"], json::parse(R"({"date": "2023-11-15T22:13:20Z", "sound": true})"));
+  EXPECT_EQ(points[0]["unreadableSectors"], 12);
+  EXPECT_EQ(points[2]["lastCheck"]["sound"], false);
+}
+
+TEST(PointsAsJson, HealthThatIsNoneDoesNoHarm) {
+  Dictionary nonsense;
+  nonsense.set("points", Value(Array{Value(std::string("x")), Value(Dictionary())}));
+  for (const Dictionary& told : {Dictionary(), nonsense}) {
+    EXPECT_FALSE(json::parse(pointsAsJson(threePoints(), told))[0].contains("lastCheck"));
+    EXPECT_THAT(pointsInWords(threePoints(), told), HasSubstr("yes     unknown "));
+  }
 }
 
 TEST(ProgressWords, RoundDownAndTellTheTimeAsAPersonWould) {

@@ -8,6 +8,7 @@
 #include "support/StatusBuilder.h"
 #include "tools/zpkctl/Console.h"
 #include "tools/zpkctl/HelperSession.h"
+#include "tools/zpkctl/Maintenance.h"
 
 namespace zpk::ctl {
 
@@ -21,6 +22,18 @@ class RecordingConsole final : public Console {
   std::vector<std::string> said;
   std::vector<std::string> complained;
   std::vector<std::string> progress;
+};
+
+// A helper whose maintenance answers what the test says.
+class FakeMaintenance final : public Maintenance {
+ public:
+  Expected<std::uint32_t, std::string> verify() override { return answer; }
+  Expected<Dictionary, std::string> lastVerification() override { return report; }
+  Expected<Dictionary, std::string> pointHealth() override { return health; }
+
+  Expected<std::uint32_t, std::string> answer{std::uint32_t{0}};
+  Expected<Dictionary, std::string> report{Dictionary()};
+  Expected<Dictionary, std::string> health{Dictionary()};
 };
 
 // A session in virtual time with a helper that is there, idle, and does what the test says.

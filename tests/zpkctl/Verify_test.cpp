@@ -14,15 +14,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class FakeMaintenance final : public Maintenance {
- public:
-  Expected<std::uint32_t, std::string> verify() override { return answer; }
-  Expected<Dictionary, std::string> lastVerification() override { return report; }
-
-  Expected<std::uint32_t, std::string> answer{std::uint32_t{0}};
-  Expected<Dictionary, std::string> report{Dictionary()};
-};
-
 Value pointWith(Array damage, std::uint64_t index = 0) {
   Dictionary point;
   point.set("index", Value(index));
@@ -76,6 +67,45 @@ TEST(VerificationReport, WhatCouldNotBeNotedIsSoundAllTheSame) {
               HasSubstr("read\n   not noted in the archive: The archive could not be locked\nEvery"));
   EXPECT_EQ(nlohmann::json::parse(verificationAsJson(report))["points"][0]["unnoted"],
             "The archive could not be locked");
+}
+
+Value unreadable(std::uint64_t start, std::uint64_t end) {
+  Dictionary stretch;
+  stretch.set("disk", Value(std::string("Disk 1")));
+  stretch.set("start", Value(start));
+  stretch.set("end", Value(end));
+  return Value(std::move(stretch));
+}
+
+TEST(VerificationReport, WhatWasUnreadableWhenAPointWasMadeIsListedAndNoDamage) {
+  Dictionary lacking = *pointWith({}).dictionary();
+  lacking.set("unreadableSectors", Value(std::uint64_t{12}));
+  lacking.set("unreadable", Value(Array{unreadable(512, 1536), unreadable(4096, 4608)}));
+  lacking.set("moreUnreadable", Value(std::uint64_t{1}));
+  const Dictionary report = reportOf({pointWith({}), Value(lacking)});
+  EXPECT_TRUE(isSound(report));
+  EXPECT_THAT(verificationInWords(report), HasSubstr("sound, 2 GB read\n"
+                                                     "   made with 12 unreadable sectors, which are zeros in it:\n"
+                                                     "   bytes 512 to 1535 of \"Disk 1\"\n"
+                                                     "   bytes 4096 to 4607 of \"Disk 1\"\n"
+                                                     "   and 1 more range\n"
+                                                     "Every backup point is sound."));
+  const auto points = nlohmann::json::parse(verificationAsJson(report))["points"];
+  EXPECT_EQ(points[0]["unreadableSectors"], 0);
+  EXPECT_EQ(points[0]["unreadable"], nlohmann::json::array());
+  EXPECT_EQ(points[1]["unreadableSectors"], 12);
+  EXPECT_EQ(points[1]["unreadable"][1], nlohmann::json::parse(R"({"disk": "Disk 1", "start": 4096, "end": 4608})"));
+  EXPECT_EQ(points[1]["moreUnreadable"], 1);
+}
+
+TEST(VerificationReport, ADamagedPointLacksWhatItLacks) {
+  Dictionary lacking = *pointWith({damage()}).dictionary();
+  lacking.set("unreadableSectors", Value(std::uint64_t{1}));
+  lacking.set("unreadable", Value(Array{unreadable(512, 1024), Value(std::string("no stretch"))}));
+  const std::string said = verificationInWords(reportOf({Value(lacking)}));
+  EXPECT_THAT(said, HasSubstr("damaged\n   /a/p/disk0.pvhd"));
+  EXPECT_THAT(said, HasSubstr("of the disk\n   made with 1 unreadable sector, which is zeros in it:\n"
+                              "   bytes 512 to 1023 of \"Disk 1\""));
 }
 
 TEST(VerificationReport, WhatWasNotCheckedToTheEndIsNotSound) {

@@ -156,11 +156,30 @@ def made(world):
     expect("full" in world.run("list").stdout, "the list in words")
 
 
+def make_lacking(package):
+    """As if sectors had been unreadable when the first point was made; how a check is to tell them."""
+    index = next(file for file in package.glob("*/index.json") if not json.loads(file.read_text()).get("parent"))
+    content = json.loads(index.read_text())
+    del content["digest"]  # One without it is taken as it is.
+    content["disks"][0]["unreadable"] = [[1 << 20, (1 << 20) + 512], [2 << 20, (2 << 20) + 1024]]
+    index.write_text(json.dumps(content))
+    return [{"disk": content["disks"][0]["name"], "start": start, "end": end}
+            for start, end in content["disks"][0]["unreadable"]]
+
+
 def checked(world):
     """What is whole is found whole; of what is not, every point, file and range is told, and noted in the archive."""
     package = world.work / "archives/Windows.rldbackup"
     world.expect_end(world.start("verify"), 0, "Every backup point is sound.", "")
+    lacking = make_lacking(package)
     report = json.loads(world.run("verify", "--json").stdout)
+    expect(report["points"][0]["unreadable"] == lacking and report["points"][0]["unreadableSectors"] == 3,
+           f"what the point was made without: {report['points'][0]}")
+    expect("made with 3 unreadable sectors" in world.run("verify").stdout, "the same in words")
+    listed = world.points()
+    expect(all(point["lastCheck"]["sound"] for point in listed), f"the list tells of the check: {listed}")
+    expect(listed[0]["lastCheck"]["date"] >= report["points"][0]["checked"], f"when it was: {listed[0]}")
+    expect(listed[0]["unreadableSectors"] == 3, f"and what is lacking: {listed[0]}")
     expect(report["sound"] and report["complete"], f"a sound archive: {report}")
     expect(len(report["points"]) == len(world.points()), "every point was checked")
     expect(report["points"][0]["bytes"] > 400 << 20, "it was read")
@@ -176,11 +195,15 @@ def checked(world):
     points = json.loads(world.run("verify", "--json").stdout)["points"]
     damaged = [point for point in points if not point["sound"]]
     expect(len(damaged) == 1 and damaged[0]["damage"][0]["file"] == str(image), f"one point: {damaged}")
+    places = [place for place, point in enumerate(world.points()) if not point["lastCheck"]["sound"]]
+    expect(places == [damaged[0]["index"]], f"the list tells which is damaged: {places}")
+    expect(", damaged" in world.run("list").stdout, "the same in words")
     note = json.loads((image.parent / "index.json").read_text())["lastCheck"]
     expect(note["damaged"] is True, f"noted: {note}")
     expect("is damaged" in (world.work / "state/zpkhelper.log").read_text(), "the log tells")
     running = world.start("verify")
     eventually("the check to run", lambda: world.status()["operation"])
+    expect(world.status()["operation"]["kind"] == "verify", "the status knows what runs")
     world.expect_end(world.start("stop"), 0, "It has stopped.", "")
     world.expect_end(running, 1, "The check did not go to its end.", "")
 

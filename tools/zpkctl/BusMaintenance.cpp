@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "platform/linux/wire/BusHandles.h"
-#include "platform/linux/wire/MaintenanceNames.h"
 #include "platform/linux/wire/WireForm.h"
 #include "records/RecordClasses.h"
 
@@ -56,7 +55,15 @@ Expected<std::uint32_t, std::string> BusMaintenance::verify() {
 }
 
 Expected<Dictionary, std::string> BusMaintenance::lastVerification() {
-  const auto answer = call(_sessionBus, member(MaintenanceMember::lastVerification).name);
+  return dictionaryFrom(MaintenanceMember::lastVerification);
+}
+
+Expected<Dictionary, std::string> BusMaintenance::pointHealth() {
+  return dictionaryFrom(MaintenanceMember::pointHealth);
+}
+
+Expected<Dictionary, std::string> BusMaintenance::dictionaryFrom(MaintenanceMember which) {
+  const auto answer = call(_sessionBus, member(which).name);
   if (!answer) return answer.error();
   auto found = readDictionary(answer->get(), recordClasses());
   if (!found) return "What the backup helper tells cannot be read: " + found.error().reason;

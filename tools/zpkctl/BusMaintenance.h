@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/wire/MaintenanceNames.h"
 #include "tools/zpkctl/Maintenance.h"
 
 namespace zpk::ctl {
@@ -11,8 +12,11 @@ class BusMaintenance final : public Maintenance {
 
   Expected<std::uint32_t, std::string> verify() override;
   Expected<Dictionary, std::string> lastVerification() override;
+  Expected<Dictionary, std::string> pointHealth() override;
 
  private:
+  Expected<Dictionary, std::string> dictionaryFrom(MaintenanceMember which);
+
   const bool _sessionBus;
 };
 

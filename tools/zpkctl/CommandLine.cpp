@@ -17,8 +17,8 @@ struct VerbRow {
 constexpr std::array kVerbs{
     VerbRow{"backup", "back up now, and wait until that is done", Verb::backup, false},
     VerbRow{"status", "what is backed up where, and what is being done", Verb::status, true},
-    VerbRow{"list", "the backup points, oldest first", Verb::list, true},
-    VerbRow{"verify", "read all backup points back and tell what is damaged", Verb::verify, true},
+    VerbRow{"list", "the backup points, oldest first, and when each was last checked", Verb::list, true},
+    VerbRow{"verify", "read all backup points back; tell what is damaged and what they lack", Verb::verify, true},
     VerbRow{"stop", "stop what is being done, and wait until it has stopped", Verb::stop, false},
 };
 

@@ -23,8 +23,9 @@ int runStop(HelperSession& session, Console& console);
 enum class Form { words, json };
 // What is backed up where, and what is being done.
 int runStatus(HelperSession& session, Console& console, Form form);
-// The backup points, oldest first.
-int runList(HelperSession& session, Console& console, Form form);
+// The backup points, oldest first, and when each was last checked. A helper that does not tell of checks is no
+// reason to show no points.
+int runList(HelperSession& session, Maintenance& maintenance, Console& console, Form form);
 
 // Has all backup points read back, waits for the end and tells what is damaged: done only when nothing is.
 int runVerify(HelperSession& session, Maintenance& maintenance, Console& console, Form form);

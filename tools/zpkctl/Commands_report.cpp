@@ -36,7 +36,7 @@ int runStatus(HelperSession& session, Console& console, Form form) {
   return kDone;
 }
 
-int runList(HelperSession& session, Console& console, Form form) {
+int runList(HelperSession& session, Maintenance& maintenance, Console& console, Form form) {
   Dictionary seen;
   const auto wait = session.waitUntil(
       [&](const Dictionary& status) {
@@ -54,7 +54,10 @@ int runList(HelperSession& session, Console& console, Form form) {
     console.complain(*obstacle);
     return kNotDone;
   }
-  console.say(form == Form::json ? pointsAsJson(seen) : pointsInWords(seen));
+  auto told = maintenance.pointHealth();
+  if (!told) console.complain("When the points were checked is not known. " + told.error());
+  const Dictionary health = told ? std::move(*told) : Dictionary();
+  console.say(form == Form::json ? pointsAsJson(seen, health) : pointsInWords(seen, health));
   return kDone;
 }
 

@@ -17,6 +17,8 @@ class Maintenance {
   virtual Expected<std::uint32_t, std::string> verify() = 0;
   // What the last check found. Its keys are told in the description of the interface.
   virtual Expected<Dictionary, std::string> lastVerification() = 0;
+  // How each backup point fared: its last check, and what it lacks. Keys as above.
+  virtual Expected<Dictionary, std::string> pointHealth() = 0;
 };
 
 }  // namespace zpk::ctl

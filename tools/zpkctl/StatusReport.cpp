@@ -151,6 +151,35 @@ ordered_json destinationAsJson(const Dictionary& status) {
   return path ? ordered_json{{"path", *path}, {"state", arcStateRow(status).name}} : ordered_json();
 }
 
+// What the helper tells of that point; null when it tells nothing.
+const Dictionary* healthOf(const RLDArchiveItem& point, const Dictionary& health) {
+  const Array* told = health["points"].array();
+  if (!told || !point.indexFilePath()) return nullptr;
+  for (const Value& entry : *told) {
+    const Dictionary* found = entry.dictionary();
+    if (found && (*found)["indexFile"].textOr("") == *point.indexFilePath()) return found;
+  }
+  return nullptr;
+}
+
+std::string lastCheckInWords(const Dictionary* health) {
+  if (!health) return "unknown";
+  const Date* date = (*health)["checked"].date();
+  if (!date) return "never";
+  return dateInWords(*date) + ((*health)["damaged"].boolValue() ? ", damaged" : ", sound");
+}
+
+ordered_json lastCheckAsJson(const Dictionary& health) {
+  const Date* date = health["checked"].date();
+  if (!date) return {};
+  return {{"date", dateAsJson(*date)}, {"sound", !health["damaged"].boolValue()}};
+}
+
+std::string padded(std::string text, std::size_t width) {
+  text.resize(std::max(text.size(), width), ' ');
+  return text;
+}
+
 // Only the first point of an archive stands for itself; each of the others is what changed since the one before.
 const char* kindOfPoint(std::size_t place) {
   return place == 0 ? "full" : "increment";
@@ -200,24 +229,21 @@ std::string statusAsJson(const Dictionary& status) {
   return written(json);
 }
 
-std::string pointsInWords(const Dictionary& status) {
+std::string pointsInWords(const Dictionary& status, const Dictionary& health) {
   const auto archive = statuskey::archiveDescription.read(status);
   if (!archive || archive->items().empty()) return "There is no backup point yet.";
-  std::string text = "Date              Kind       Pinned  Label";
+  std::string text = "Date              Kind       Pinned  Last check                 Label";
   std::size_t place = 0;
   for (const auto& point : archive->items()) {
-    std::string date = dateInWords(point->creationDate());
-    date.resize(std::max(date.size(), std::size_t{16}), ' ');
-    std::string kind = kindOfPoint(place++);
-    kind.resize(9, ' ');
-    text += "\n" + date + "  " + kind + "  " + (point->isPinned() ? "yes   " : "no    ") + "  " +
+    text += "\n" + padded(dateInWords(point->creationDate()), 18) + padded(kindOfPoint(place++), 11) +
+            padded(point->isPinned() ? "yes" : "no", 8) + padded(lastCheckInWords(healthOf(*point, health)), 27) +
             point->name().value_or("");
     text.erase(text.find_last_not_of(' ') + 1);
   }
   return text;
 }
 
-std::string pointsAsJson(const Dictionary& status) {
+std::string pointsAsJson(const Dictionary& status, const Dictionary& health) {
   ordered_json points = ordered_json::array();
   if (const auto archive = statuskey::archiveDescription.read(status)) {
     for (const auto& point : archive->items()) {
@@ -227,6 +253,10 @@ std::string pointsAsJson(const Dictionary& status) {
       row["kind"] = kindOfPoint(points.size());
       row["pinned"] = point->isPinned();
       row["label"] = textOrNull(point->name());
+      if (const Dictionary* known = healthOf(*point, health)) {
+        row["lastCheck"] = lastCheckAsJson(*known);
+        row["unreadableSectors"] = (*known)["unreadableSectors"].unsignedIntegerValue();
+      }
       points.push_back(std::move(row));
     }
   }

@@ -18,9 +18,10 @@ std::shared_ptr<const RLDArchiveItem> newestPoint(const Dictionary& status);
 std::string statusInWords(const Dictionary& status);
 std::string statusAsJson(const Dictionary& status);
 
-// The backup points of the status's archive, oldest first.
-std::string pointsInWords(const Dictionary& status);
-std::string pointsAsJson(const Dictionary& status);
+// The backup points of the status's archive, oldest first. `health` is what the helper tells of how they fared; of
+// a point that is not in it nothing is said.
+std::string pointsInWords(const Dictionary& status, const Dictionary& health);
+std::string pointsAsJson(const Dictionary& status, const Dictionary& health);
 
 // "2026-11-20 13:45", where people here are; "unknown" when there is none that can be written.
 std::string dateInWords(const std::optional<Date>& date);

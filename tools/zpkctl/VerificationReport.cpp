@@ -31,23 +31,63 @@ bool isPointSound(const Dictionary& point) {
   return listAt(point, "damage").empty() && point["error"].isNull();
 }
 
-std::string pointInWords(const Dictionary& point) {
-  const std::string name =
-      std::to_string(point["index"].unsignedIntegerValue() + 1) + "  " + dateInWords(dateAt(point, "date"));
-  std::string text = isPointSound(point)
-                         ? name + "  sound, " + byteSizeString(point["bytes"].unsignedIntegerValue()) + " read"
-                         : name + "  damaged";
+// "bytes 65536 to 131071"
+std::string bytesInWords(const Dictionary& range) {
+  return "bytes " + std::to_string(range["start"].unsignedIntegerValue()) + " to " +
+         std::to_string(range["end"].unsignedIntegerValue() - 1);
+}
+
+std::string moreInWords(const Value& ranges) {
+  const std::uint64_t more = ranges.unsignedIntegerValue();
+  if (more == 0) return {};
+  return "\n   and " + std::to_string(more) + (more == 1 ? " more range" : " more ranges");
+}
+
+std::string damageInWords(const Dictionary& point) {
+  std::string text = "damaged";
   if (point["error"].text()) text += "\n   " + *point["error"].text();
   for (const Value& value : listAt(point, "damage")) {
     const Dictionary& range = entry(value);
-    text += "\n   " + range["file"].textOr("") + ": bytes " +
-            std::to_string(range["start"].unsignedIntegerValue()) + " to " +
-            std::to_string(range["end"].unsignedIntegerValue() - 1) + " of the disk";
+    text += "\n   " + range["file"].textOr("") + ": " + bytesInWords(range) + " of the disk";
   }
-  const std::uint64_t more = point["moreDamage"].unsignedIntegerValue();
-  if (more > 0) text += "\n   and " + std::to_string(more) + " more ranges";
-  if (point["unnoted"].text()) text += "\n   not noted in the archive: " + *point["unnoted"].text();
-  return text;
+  return text + moreInWords(point["moreDamage"]);
+}
+
+// What the point never held; nothing when it holds all.
+std::string lackInWords(const Dictionary& point) {
+  const std::uint64_t sectors = point["unreadableSectors"].unsignedIntegerValue();
+  if (sectors == 0) return {};
+  std::string text =
+      "\n   made with " + std::to_string(sectors) +
+      (sectors == 1 ? " unreadable sector, which is zeros in it:" : " unreadable sectors, which are zeros in it:");
+  for (const Value& value : listAt(point, "unreadable")) {
+    const Dictionary& range = entry(value);
+    text += "\n   " + bytesInWords(range) + " of \"" + range["disk"].textOr("") + "\"";
+  }
+  return text + moreInWords(point["moreUnreadable"]);
+}
+
+std::string noteInWords(const Dictionary& point) {
+  return point["unnoted"].text() ? "\n   not noted in the archive: " + *point["unnoted"].text() : std::string();
+}
+
+std::string pointInWords(const Dictionary& point) {
+  const std::string read = byteSizeString(point["bytes"].unsignedIntegerValue());
+  return std::to_string(point["index"].unsignedIntegerValue() + 1) + "  " + dateInWords(dateAt(point, "date")) +
+         "  " + (isPointSound(point) ? "sound, " + read + " read" : damageInWords(point)) + noteInWords(point) +
+         lackInWords(point);
+}
+
+// `where` is the key of what the ranges are in.
+ordered_json rangesAsJson(const Array& ranges, const char* where) {
+  ordered_json rows = ordered_json::array();
+  for (const Value& value : ranges) {
+    const Dictionary& range = entry(value);
+    rows.push_back({{where, range[where].textOr("")},
+                    {"start", range["start"].unsignedIntegerValue()},
+                    {"end", range["end"].unsignedIntegerValue()}});
+  }
+  return rows;
 }
 
 ordered_json pointAsJson(const Dictionary& point) {
@@ -60,15 +100,12 @@ ordered_json pointAsJson(const Dictionary& point) {
   row["bytes"] = point["bytes"].unsignedIntegerValue();
   row["sound"] = isPointSound(point);
   row["error"] = point["error"].text() ? ordered_json(*point["error"].text()) : ordered_json();
-  row["damage"] = ordered_json::array();
-  for (const Value& value : listAt(point, "damage")) {
-    const Dictionary& range = entry(value);
-    row["damage"].push_back({{"file", range["file"].textOr("")},
-                             {"start", range["start"].unsignedIntegerValue()},
-                             {"end", range["end"].unsignedIntegerValue()}});
-  }
+  row["damage"] = rangesAsJson(listAt(point, "damage"), "file");
   row["moreDamage"] = point["moreDamage"].unsignedIntegerValue();
   row["unnoted"] = point["unnoted"].text() ? ordered_json(*point["unnoted"].text()) : ordered_json();
+  row["unreadableSectors"] = point["unreadableSectors"].unsignedIntegerValue();
+  row["unreadable"] = rangesAsJson(listAt(point, "unreadable"), "disk");
+  row["moreUnreadable"] = point["moreUnreadable"].unsignedIntegerValue();
   return row;
 }
 

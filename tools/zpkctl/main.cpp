@@ -52,17 +52,16 @@ class LinkLog final : public Log {
 
 int run(const RunCommand& command, HelperSession& session, Console& console) {
   const Form form = command.json ? Form::json : Form::words;
+  BusMaintenance maintenance(command.sessionBus);
   switch (command.verb) {
     case Verb::backup:
       return runBackup(session, console);
     case Verb::status:
       return runStatus(session, console, form);
     case Verb::list:
-      return runList(session, console, form);
-    case Verb::verify: {
-      BusMaintenance maintenance(command.sessionBus);
+      return runList(session, maintenance, console, form);
+    case Verb::verify:
       return runVerify(session, maintenance, console, form);
-    }
     case Verb::stop:
       return runStop(session, console);
   }

@@ -27,9 +27,25 @@ struct UnreadableArchive {
   std::string reason;  // A sentence for a person.
   friend bool operator==(const UnreadableArchive&, const UnreadableArchive&) = default;
 };
+
+// How a backup point fared: what its index notes and no record of the link tells.
+struct PointHealth {
+  struct Check {
+    std::int64_t time = 0;  // Seconds since 1970.
+    bool foundDamage = false;
+    friend bool operator==(const Check&, const Check&) = default;
+  };
+
+  std::string indexPath;                // The point's, as its record has it.
+  std::optional<Check> lastCheck{};     // Nothing when it was never checked.
+  std::uint64_t unreadableSectors = 0;  // Of the disk, when it was made.
+  friend bool operator==(const PointHealth&, const PointHealth&) = default;
+};
+
 struct PresentArchive {
   std::shared_ptr<const RLDArchive> archive;  // Never null.
   std::string sourceDisk;                     // Text form of the GPT identifier of the disk that it was made from.
+  std::vector<PointHealth> health{};          // Of the points whose index can be read.
 };
 using ArchiveView = std::variant<NoArchiveFolder, NoArchiveYet, UnreadableArchive, PresentArchive>;
 
@@ -75,6 +91,13 @@ struct PointDamage {
   std::uint64_t end = 0;
 };
 
+// A stretch of a disk that could not be read when the point was made, and is zeros in it.
+struct UnreadableStretch {
+  std::string disk;         // Its name.
+  std::uint64_t start = 0;  // Bytes on the disk.
+  std::uint64_t end = 0;
+};
+
 // What a check of one point found.
 struct PointVerdict {
   std::uint64_t index = 0;
@@ -85,6 +108,10 @@ struct PointVerdict {
   std::vector<PointDamage> damage;
   std::uint64_t moreDamage = 0;  // Ranges that are not in the list.
   std::string unnoted;           // Why the archive does not say so; empty when it does.
+  // No damage: it is the point as it was made.
+  std::uint64_t unreadableSectors = 0;
+  std::vector<UnreadableStretch> unreadable;
+  std::uint64_t moreUnreadable = 0;
 
   bool isSound() const { return error.empty() && damage.empty(); }
 };

@@ -61,6 +61,26 @@ TEST_F(EnginePoints, ADamagedOneHidesNoOther) {
   EXPECT_FALSE(archives.pin({reference(0), true, "lost"}).hasValue());
 }
 
+TEST_F(EnginePoints, TellHowTheyFared) {
+  {
+    ArchiveResult<Archive> archive = Archive::openForWriting(path());
+    PointIndex point = *archive->readPoint(1);
+    point.check = {1'700'000'000, true};
+    StoredDisk& disk = point.disks.emplace_back();
+    disk.size = 8192;
+    disk.image = "disk0.pvhd";
+    disk.map = "disk0.map";
+    disk.unreadable = {{512, 1536}, {4096, 4608}};
+    ASSERT_TRUE(archive->savePoint(1, point).hasValue());
+  }
+  const auto look = [&] { return std::get<PresentArchive>(archives.look(path(), std::nullopt)); };
+  const std::vector<PointHealth> expected{{*item(0)->indexFilePath(), std::nullopt, 0},
+                                          {*item(1)->indexFilePath(), PointHealth::Check{1'700'000'000, true}, 3}};
+  EXPECT_EQ(look().health, expected);
+  std::filesystem::resize_file(*item(0)->indexFilePath(), 10);
+  EXPECT_EQ(look().health, std::vector{expected[1]}) << "of what cannot be read nothing is known";
+}
+
 TEST_F(EnginePoints, OfAnArchiveOfTheOlderKindAreShownAsSuchAndLeftAsTheyAre) {
   ArchiveIndex index = Archive::openForReading(path())->index();
   index.isLegacy = true;

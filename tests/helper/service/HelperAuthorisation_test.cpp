@@ -467,6 +467,7 @@ TEST_F(LeaveForCommands, ACheckOfTheBackupsTakesLeaveAndItsFindingsDoNot) {
   }
   EXPECT_EQ(maintain(*user, MaintenanceMember::verify), kDenied) << "without polkit";
   EXPECT_EQ(maintain(*user, MaintenanceMember::lastVerification), "answered");
+  EXPECT_EQ(maintain(*user, MaintenanceMember::pointHealth), "answered");
   EXPECT_THAT(log(), testing::Not(HasSubstr("Check begins")));
   EXPECT_EQ(maintain(root, MaintenanceMember::verify), "answered");
   ASSERT_TRUE(waitUntilIdle());

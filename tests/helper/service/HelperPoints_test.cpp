@@ -194,6 +194,17 @@ TEST_F(HelperPoints, ACheckIsAnOperationWhoseFindingsAreKept) {
   EXPECT_FALSE(statuskey::lastBackupError.isPresentIn(world.status())) << "no backup failed";
 }
 
+TEST_F(HelperPoints, WhatACheckNotedIsKnownAfterTheNextLook) {
+  PresentArchive checked = test::archiveWith(3);
+  checked.health = {{test::pointIndexPath(1), PointHealth::Check{1'700'000'000, true}, 2}};
+  world.archives[HelperWorld::kArchive] = checked;
+  world.model->lookAgain();
+  world.clock.advance(Seconds(1));
+  world.settle();
+  EXPECT_EQ(std::get<PresentArchive>(world.model->facts().archive).health, checked.health)
+      << "also where the records are what they were";
+}
+
 TEST_F(HelperPoints, ACheckCanBeStopped) {
   bool wasTold = false;
   world.verifyBody = [&](OperationBoard&, const CancelFlag& cancel) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "helper/archive/SmallArchive.h"
@@ -84,6 +85,46 @@ TEST_F(Verifications, AreNotedInEveryPoint) {
   EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, "")));
   for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(archive.readPoint(i)->check->isDamaged, i == 2) << i;
   EXPECT_THAT(lines, Not(Contains(HasSubstr("not be noted"))));
+}
+
+TEST_F(Verifications, TellWhatAPointWasMadeWithout) {
+  Archive archive = open();
+  PointIndex made = *archive.readPoint(1);
+  made.disks[0].name = "Disk 1";
+  made.disks[0].sectorSize = 512;
+  made.disks[0].unreadable = {{512, 1536}, {4096, 4608}};
+  ASSERT_TRUE(archive.savePoint(1, made).hasValue());
+  fs::resize_file(archive.pointIndexPath(2), 10);
+  const VerificationReport report = verify(archive);
+  ASSERT_EQ(report.points.size(), 4U);
+  EXPECT_TRUE(report.points[1].isSound()) << "it is as it was made";
+  EXPECT_EQ(report.points[1].unreadableSectors, 3U);
+  ASSERT_EQ(report.points[1].unreadable.size(), 2U);
+  EXPECT_EQ(report.points[1].unreadable[1].disk, "Disk 1");
+  EXPECT_EQ(report.points[1].unreadable[1].start, 4096U);
+  EXPECT_EQ(report.points[1].unreadable[1].end, 4608U);
+  EXPECT_EQ(report.points[2].unreadableSectors, 0U) << "of what cannot be read nothing is known";
+  EXPECT_THAT(lines, Contains(HasSubstr("made with 3 unreadable sectors")).Times(1));
+  EXPECT_THAT(lines, Contains(HasSubstr("Could not be read and is zeros")).Times(2));
+}
+
+TEST_F(Verifications, OfAFailedDiskNameItsFirstThousandRanges) {
+  Archive archive = open();
+  PointIndex made = *archive.readPoint(1);
+  made.disks[0].sectorSize = 512;
+  made.disks[0].unreadable.clear();
+  for (std::uint64_t sector = 0; sector < 1001; ++sector)
+    made.disks[0].unreadable.push_back({sector * 1024, sector * 1024 + 512});
+  made.disks[0].size = std::max<std::uint64_t>(made.disks[0].size, 1001 * 1024);
+  ASSERT_TRUE(archive.savePoint(1, made).hasValue());
+  const VerificationReport report = verify(archive);
+  EXPECT_EQ(report.points.at(1).unreadable.size(), 1000U);
+  EXPECT_EQ(report.points.at(1).moreUnreadable, 1U);
+  EXPECT_EQ(report.points.at(1).unreadableSectors, 1001U);
+  const Dictionary words = wordsOf(report);
+  const Dictionary* point = (*words["points"].array())[1].dictionary();
+  EXPECT_EQ((*point)["unreadable"].array()->size(), 1000U);
+  EXPECT_EQ((*point)["moreUnreadable"].unsignedIntegerValue(), 1U);
 }
 
 }  // namespace

@@ -11,11 +11,12 @@ namespace zpk {
 inline constexpr const char* kMaintenanceInterface = "com.tarnwick.ZPKMaintenance";
 
 // Rows of kMaintenanceMembers, in its order.
-enum class MaintenanceMember : std::size_t { verify, lastVerification };
+enum class MaintenanceMember : std::size_t { verify, lastVerification, pointHealth };
 
-inline constexpr std::array<DBusMember, 2> kMaintenanceMembers = {{
+inline constexpr std::array<DBusMember, 3> kMaintenanceMembers = {{
     {"verify", "", "u"},
     {"lastVerification", "", "a{sv}"},
+    {"pointHealth", "", "a{sv}"},
 }};
 
 constexpr const DBusMember& member(MaintenanceMember row) {
