@@ -103,7 +103,7 @@ FoundDisks DiskScanner::find() {
 
 std::shared_ptr<const ZPKDisk> DiskScanner::examine(const FoundDisk& disk, const CancelFlag& cancel) {
   const DiskContent* content = contentOf(disk, cancel);
-  if (!content) return nullptr;
+  if (!content || cancel.isRequested()) return nullptr;
   for (const std::string& warning : content->table.warnings) say(disk.path + ": " + warning);
   for (const std::string& remark : content->remarks) say(disk.path + ": " + remark);
   if (!content->table.problem.empty()) {
@@ -121,7 +121,7 @@ const DiskContent* DiskScanner::contentOf(const FoundDisk& disk, const CancelFla
   Expected<DiskContent, std::string> content = _prober.read(disk, cancel);
   if (!content) {
     _known.erase(disk.path);
-    say(disk.path + ": passed over, " + content.error());
+    if (!cancel.isRequested()) say(disk.path + ": passed over, " + content.error());
     return nullptr;
   }
   Known& entry = _known[disk.path];

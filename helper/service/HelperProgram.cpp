@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
+#include "helper/disks/DeviceWatcher.h"
 #include "helper/disks/FolderWatcher.h"
 #include "helper/service/BusService.h"
 #include "helper/service/EngineArchives.h"
@@ -70,6 +72,7 @@ class Helper {
         _disks(scannerOptions(options), _log),
         _archives(state.fileAt("partitions"), siblingProgram("zpktable")),
         _folders(options.disks),
+        _devices(options.devices ? std::make_optional<DeviceWatcher>() : std::nullopt),
         _mounts(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
         _bus(std::move(bus)),
         _kind(options.session ? BusService::Kind::session : BusService::Kind::system) {}
@@ -101,11 +104,16 @@ class Helper {
               " bus");
   }
 
-  // Images come and go in their folders, and drives with their mounts.
+  // Images come and go in their folders, disks by being plugged in, and places of archives with their mounts.
   void watchTheWorld() {
     if (_folders.fd() >= 0) {
       _folderWatch = _loop.watch(_folders.fd(), EPOLLIN, [this] {
         if (_folders.drain()) _model->lookAgain();
+      });
+    }
+    if (_devices && _devices->fd() >= 0) {
+      _deviceWatch = _loop.watch(_devices->fd(), EPOLLIN, [this] {
+        if (_devices->drain()) _model->lookAgain();
       });
     }
     if (_mounts) _mountWatch = _loop.watch(_mounts.get(), EPOLLPRI, [this] { _model->lookAgain(); });
@@ -118,6 +126,7 @@ class Helper {
   ScannedDisks _disks;
   EngineArchives _archives;
   FolderWatcher _folders;
+  std::optional<DeviceWatcher> _devices;
   FileDescriptor _mounts;
   BusHandle _bus;
   BusService::Kind _kind;
@@ -125,6 +134,7 @@ class Helper {
   std::unique_ptr<HelperModel> _model;
   std::unique_ptr<BusService> _service;
   Token _folderWatch;
+  Token _deviceWatch;
   Token _mountWatch;
 };
 
