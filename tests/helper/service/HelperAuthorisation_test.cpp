@@ -13,8 +13,7 @@
 #include <optional>
 #include <set>
 
-#include "helper/archive/SampleDisk.h"
-#include "helper/service/CommandRights.h"
+#include "helper/service/AuthorisationWorld.h"
 #include "helper/service/ScriptedPolkit.h"
 #include "helper/service/TestBus.h"
 #include "helperlink/ResultCode.h"
@@ -31,158 +30,6 @@ using testing::IsEmpty;
 using tests::Described;
 using Way = ScriptedPolkit::Way;
 namespace fs = std::filesystem;
-
-constexpr uid_t kUser = 65534;  // Whom every system knows: a bus refuses users that have no name.
-const std::string kDenied = SD_BUS_ERROR_ACCESS_DENIED;
-const std::string kNeedsPerson = SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED;
-
-// Every file below `folder` with its content, but for the helper's log; of the large ones when they were changed.
-std::map<std::string, std::string> contentOf(const TemporaryFolder& folder) {
-  std::map<std::string, std::string> files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
-    const std::string path = entry.path().string();
-    if (!entry.is_regular_file() || path.find("zpkhelper.log") != std::string::npos) continue;
-    struct stat status = {};
-    EXPECT_EQ(::stat(path.c_str(), &status), 0);
-    const std::string times = std::to_string(status.st_ctim.tv_sec) + "." + std::to_string(status.st_ctim.tv_nsec);
-    files[path] = status.st_size > 1 << 16 ? times : folder.get(fs::relative(path, folder.path()).string());
-  }
-  return files;
-}
-
-// The helper as the system bus has it, and root as its caller.
-struct World {
-  void begin() {
-    for (const char* name : {"disks", "state", "archives"}) fs::create_directory(folder.path(name));
-    fs::copy_file(sample(), folder.path("disks/sample.img"));
-    std::ofstream(folder.path("disks/blank.img"));
-    fs::resize_file(folder.path("disks/blank.img"), std::uint64_t{80} << 20U);
-    helper = tests::ChildProcess({ZPKHELPER, "--disks", folder.path("disks"), "--state", folder.path("state")},
-                                 tests::ChildProcess::Output::dropped);
-    ASSERT_TRUE(root.waitFor([&] { return root.helperIsThere(); })) << log();
-    ASSERT_TRUE(waitUntilIdle());
-  }
-
-  // Made once: the helper does not change it.
-  static const std::string& sample() {
-    static const ScratchFolder scratch;
-    static const SampleDisk disk(scratch, SampleDisk::Bare{});
-    static const std::string path = disk.path();
-    return path;
-  }
-
-  bool waitUntilIdle() {
-    return root.waitFor([&] {
-      return statuskey::state.read(root.status()) == HelperState::idle &&
-             statuskey::disks.read(root.status()).size() == 2;
-    });
-  }
-  // With a backup point, so that everything there is could be done.
-  void makePoint() {
-    const auto disks = statuskey::disks.read(root.status());
-    const auto windows =
-        std::find_if(disks.begin(), disks.end(), [](const auto& disk) { return disk->isBootCamp(); });
-    ASSERT_NE(windows, disks.end());
-    ASSERT_EQ(root.call(DaemonMember::setBackupSource, (*windows)->gptID()->stringValue().c_str()), "0");
-    ASSERT_EQ(root.call(DaemonMember::setTargetPath, folder.path("archives/W.rldbackup").c_str()), "0");
-    ASSERT_EQ(root.call(DaemonMember::backup), "0");
-    ASSERT_TRUE(waitUntilIdle());
-    ASSERT_EQ(statuskey::arcState.read(root.status()), ArcState::ready) << log();
-  }
-  std::string log() const { return folder.get("state/zpkhelper.log"); }
-
-  TemporaryFolder folder;
-  TestBus bus;
-  TestFrontEnd root{bus};
-  tests::ChildProcess helper;
-};
-
-// Calls of a user's in a world.
-class Authorisation : public testing::Test {
- protected:
-  explicit Authorisation(std::shared_ptr<World> in)
-      : world(std::move(in)), folder(world->folder), bus(world->bus), root(world->root) {}
-
-  void openUser() {
-    user.emplace(bus.openAs(kUser));
-    ASSERT_NE(user->bus(), nullptr);
-  }
-  std::shared_ptr<const ZPKDisk> blank() {
-    for (const auto& disk : statuskey::disks.read(root.status())) {
-      if (disk->isEmpty()) return disk;
-    }
-    return nullptr;
-  }
-
-  // The call of a member with arguments that the helper would do something for.
-  BusMessageHandle callOf(TestFrontEnd& caller, const DBusMember& member) {
-    const std::string name = member.name;
-    if (name == "restore_toDisk_withNumber_withTargetSize") {
-      const auto disk = blank();
-      return caller.newCall(member, std::uint64_t{0}, disk->gptID()->stringValue().c_str(),
-                            std::uint64_t{disk->diskNumber()}, std::uint64_t{0});
-    }
-    if (name == "pin_arcItem_withLabel") return caller.newCall(member, 1, std::uint64_t{0}, "a label");
-    if (name == "setBackupSource") return caller.newCall(member, blank()->gptID()->stringValue().c_str());
-    if (name == "setTargetPath") return caller.newCall(member, folder.path("archives/Other.rldbackup").c_str());
-    if (name == "collectLogsToPath") return caller.newCall(member, folder.path("none").c_str());
-    if (name == "checkInWithPort_lastStateTime") {
-      return caller.newCall(member, "/com/tarnwick/zpk/port/1", std::int64_t{0});
-    }
-    if (name == "setCheckFS") return caller.newCall(member, 0);
-    if (std::string(member.in) == "t") return caller.newCall(member, std::uint64_t{1});
-    EXPECT_STREQ(member.in, "") << name << " needs arguments here";
-    return caller.newCall(member);
-  }
-  // The error's name, or "answered".
-  std::string ask(TestFrontEnd& caller, const DBusMember& member) {
-    const BusMessageHandle call = callOf(caller, member);
-    sd_bus_error error{};
-    sd_bus_message* made = nullptr;
-    sd_bus_call(caller.bus(), call.get(), 0, &error, &made);
-    const BusMessageHandle reply(made);
-    std::string outcome = error.name ? error.name : "answered";
-    text = error.message ? error.message : "";
-    sd_bus_error_free(&error);
-    return outcome;
-  }
-  // The members of the protocol that take leave, as its description lists them.
-  static std::vector<DBusMember> guarded() {
-    static const std::vector<Described> all = tests::describedMembers(DBUS_DESCRIPTION);
-    std::vector<DBusMember> members;
-    for (const Described& row : all) {
-      if (row.interface != kDaemonInterface || rightFor(row.interface, row.member) == Right::everybody) continue;
-      members.push_back({row.member.c_str(), row.in.c_str(), row.out.c_str()});
-    }
-    return members;
-  }
-  // Has the user call everything that takes leave, and nothing may come of it.
-  void expectAllRefused(const std::string& error) {
-    const auto before = contentOf(folder);
-    const auto time = statuskey::stateTime.read(root.status());
-    for (const DBusMember& member : guarded()) EXPECT_EQ(ask(*user, member), error) << member.name << ": " << text;
-    EXPECT_EQ(statuskey::stateTime.read(root.status()), time) << "nothing happened";
-    EXPECT_TRUE(contentOf(folder) == before) << "no byte of settings, archive and disks has changed";
-  }
-  // The error of a call beside the protocol; "answered" without one.
-  std::string maintain(TestFrontEnd& caller, MaintenanceMember which) {
-    sd_bus_error error{};
-    sd_bus_call_method(caller.bus(), kHelperBusName, kHelperObjectPath, kMaintenanceInterface, member(which).name,
-                       &error, nullptr, "");
-    const std::string outcome = error.name ? error.name : "answered";
-    sd_bus_error_free(&error);
-    return outcome;
-  }
-  std::string log() const { return world->log(); }
-  bool waitUntilIdle() { return world->waitUntilIdle(); }
-
-  const std::shared_ptr<World> world;
-  TemporaryFolder& folder;
-  TestBus& bus;
-  TestFrontEnd& root;
-  std::optional<TestFrontEnd> user;
-  std::string text;
-};
 
 // With a helper of the case's own.
 class HelperAuthorisation : public Authorisation {
@@ -247,19 +94,14 @@ TEST(CommandRights, NameTheActionsOfThePolicyAndNoOthers) {
 
 TEST_F(HelperAuthorisation, RootMayDoEverythingWithoutPolkit) {
   makePoint();
-  for (const DBusMember& member : guarded()) {
-    EXPECT_EQ(ask(root, member), "answered") << member.name << ": " << text;
-    ASSERT_TRUE(root.waitFor([&] { return statuskey::state.read(root.status()) == HelperState::idle; }));
-  }
+  expectAllAnswered(root);
 }
 
 TEST_F(LeaveForCommands, WithoutPolkitAUserMayOnlyLook) {
   expectAllRefused(kDenied);
   EXPECT_THAT(text, HasSubstr("polkit"));
-  for (const char* name : {"status", "checkInWithPort_lastStateTime", "collectLogsToPath", "reload"}) {
-    const auto row = std::find_if(kDaemonMembers.begin(), kDaemonMembers.end(),
-                                  [&](const DBusMember& known) { return std::string(known.name) == name; });
-    EXPECT_EQ(ask(*user, *row), "answered") << name;
+  for (const Method& method : described(false)) {
+    EXPECT_EQ(ask(*user, method), "answered") << method.member.name << ": " << text;
   }
 }
 
@@ -275,7 +117,9 @@ TEST_F(LeaveForCommands, WhomPolkitRefusesDoesNothing) {
     EXPECT_EQ(question.flags, 1U);
   }
   std::set<std::string> wanted;
-  for (const DBusMember& member : guarded()) wanted.insert(rowOf(*rightFor(kDaemonInterface, member.name)).action);
+  for (const Method& method : guarded()) {
+    wanted.insert(rowOf(*rightFor(method.interface, method.member.name)).action);
+  }
   EXPECT_EQ(asked, wanted);
 }
 
@@ -294,18 +138,23 @@ TEST_F(LeaveForCommands, AnAnswerThatIsNoneIsNoLeave) {
 }
 
 TEST_F(LeaveForCommands, APolkitThatDiesOverTheQuestionGivesNoLeave) {
-  for (const DBusMember& member : guarded()) {
+  for (const Method& method : guarded()) {
     ScriptedPolkit polkit(bus, Way::dies);
-    EXPECT_EQ(ask(*user, member), kDenied) << member.name;
-    EXPECT_EQ(polkit.questions().size(), 1U) << member.name;
+    EXPECT_EQ(ask(*user, method), kDenied) << method.member.name;
+    EXPECT_EQ(polkit.questions().size(), 1U) << method.member.name;
   }
 }
 
-TEST_F(HelperAuthorisation, WhomPolkitLetsMay) {
+TEST_F(HelperAuthorisation, WhomPolkitLetsMayDoEverything) {
   ScriptedPolkit polkit(bus, Way::grants);
+  EXPECT_EQ(user->call(DaemonMember::backup), "3") << "what is wrong with a command is told as to anybody";
+  makePoint();
+  expectAllAnswered(*user);
+  std::set<std::string> asked;
+  for (const auto& question : polkit.questions()) asked.insert(question.action);
+  EXPECT_EQ(asked.size(), kRights.size() - 1) << "each was asked for";
   EXPECT_EQ(user->call(DaemonMember::setMaxIncrementsCount, std::uint64_t{3}), "0");
   EXPECT_EQ(statuskey::maxIncCount.read(root.status()), 3U);
-  EXPECT_EQ(user->call(DaemonMember::backup), "3") << "what is wrong with a command is told as to anybody";
 }
 
 TEST_F(LeaveForCommands, TheHelperServesOthersWhileSomebodyTypesAPassword) {
@@ -369,7 +218,7 @@ TEST_F(LeaveForCommands, TheOneWhoIsRefusedHearsWhyAndNobodyElseDoes) {
 
 TEST_F(LeaveForCommands, OfARestoreTheDiskIsNamed) {
   ScriptedPolkit polkit(bus, Way::refuses);
-  EXPECT_EQ(ask(*user, member(DaemonMember::restore)), kDenied);
+  EXPECT_EQ(ask(*user, DaemonMember::restore), kDenied);
   ASSERT_EQ(polkit.questions().size(), 1U);
   auto details = polkit.questions()[0].details;
   EXPECT_EQ(details["disk"], "blank (84 MB, " + folder.path("disks/blank.img") + ")");
@@ -384,7 +233,7 @@ TEST_F(HelperAuthorisation, LeaveToOverwriteADiskIsNoLeaveToOverwriteAnother) {
   makePoint();
   ScriptedPolkit polkit(bus, Way::hangs);
   const std::uint64_t other = std::uint64_t{96} << 20U;
-  const BusMessageHandle call = callOf(*user, member(DaemonMember::restore));
+  const BusMessageHandle call = callOf(*user, DaemonMember::restore);
   std::optional<std::uint32_t> code;
   sd_bus_call_async(
       user->bus(), nullptr, call.get(),
@@ -409,7 +258,7 @@ TEST_F(HelperAuthorisation, LeaveToOverwriteADiskIsNoLeaveToOverwriteAnother) {
 
 TEST_F(HelperAuthorisation, NobodyIsAskedForAPasswordForWhatCannotBeDone) {
   ScriptedPolkit polkit(bus, Way::grants);
-  EXPECT_EQ(ask(*user, member(DaemonMember::restore)), "answered");
+  EXPECT_EQ(ask(*user, DaemonMember::restore), "answered");
   EXPECT_THAT(polkit.questions(), IsEmpty()) << "there is no archive to restore from";
 }
 
@@ -462,14 +311,13 @@ TEST_F(HelperAuthorisation, APathTakesTheHelperNoFurtherThanItsUser) {
 TEST_F(LeaveForCommands, ACheckOfTheBackupsTakesLeaveAndItsFindingsDoNot) {
   {
     const ScriptedPolkit polkit(bus, Way::refuses);
-    EXPECT_EQ(maintain(*user, MaintenanceMember::verify), kDenied);
+    EXPECT_EQ(ask(*user, MaintenanceMember::verify), kDenied);
     EXPECT_EQ(polkit.questions().at(0).action, rowOf(Right::verify).action);
   }
-  EXPECT_EQ(maintain(*user, MaintenanceMember::verify), kDenied) << "without polkit";
-  EXPECT_EQ(maintain(*user, MaintenanceMember::lastVerification), "answered");
-  EXPECT_EQ(maintain(*user, MaintenanceMember::pointHealth), "answered");
+  EXPECT_EQ(ask(*user, MaintenanceMember::verify), kDenied) << "without polkit";
+  EXPECT_EQ(ask(*user, MaintenanceMember::lastVerification), "answered");
   EXPECT_THAT(log(), testing::Not(HasSubstr("Check begins")));
-  EXPECT_EQ(maintain(root, MaintenanceMember::verify), "answered");
+  EXPECT_EQ(ask(root, MaintenanceMember::verify), "answered");
   ASSERT_TRUE(waitUntilIdle());
   EXPECT_THAT(log(), HasSubstr("is sound"));
 }

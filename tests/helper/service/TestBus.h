@@ -124,9 +124,12 @@ class TestFrontEnd {
   }
   template <class... Arguments>
   BusMessageHandle newCall(const DBusMember& called, Arguments... arguments) {
+    return newCallOf(kDaemonInterface, called, arguments...);
+  }
+  template <class... Arguments>
+  BusMessageHandle newCallOf(const char* interface, const DBusMember& called, Arguments... arguments) {
     sd_bus_message* made = nullptr;
-    sd_bus_message_new_method_call(_bus.get(), &made, kHelperBusName, kHelperObjectPath, kDaemonInterface,
-                                   called.name);
+    sd_bus_message_new_method_call(_bus.get(), &made, kHelperBusName, kHelperObjectPath, interface, called.name);
     sd_bus_message_append(made, called.in, arguments...);
     sd_bus_message_set_allow_interactive_authorization(made, mayAsk ? 1 : 0);
     return BusMessageHandle(made);
