@@ -11,6 +11,8 @@ constexpr Seconds kFirstWord{1.0};
 }  // namespace
 
 void RemainingTime::update(Seconds now, std::uint64_t done, std::uint64_t total) {
+  // Another stage of the operation, with a measure of its own: how fast the one before was says nothing of it.
+  if (_first && (total != _total || done < _last.done)) *this = {};
   _total = total;
   if (!_first) {
     if (total == 0) return;  // It has not begun to move.

@@ -13,7 +13,8 @@ namespace zpk {
 // was long ago; while nothing moves it grows. Nothing is said before the operation has moved for a second.
 class RemainingTime {
  public:
-  // `done` of `total` bytes at the time `now`; calls come in the order of time.
+  // `done` of `total` bytes at the time `now`; calls come in the order of time. Another total, or figures that go
+  // back, begin anew.
   void update(Seconds now, std::uint64_t done, std::uint64_t total);
 
   std::optional<Seconds> estimate() const;

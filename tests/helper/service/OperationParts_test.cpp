@@ -70,6 +70,17 @@ TEST(RemainingTime, FollowsAChangeOfRateWithinSomeSeconds) {
   EXPECT_NEAR(remaining.estimate()->count() / actual, 1, 0.25);
 }
 
+TEST(RemainingTime, BeginsAnewWithAnotherStage) {
+  RemainingTime remaining;
+  for (int i = 0; i <= 20; ++i) remaining.update(Seconds(i * 0.25), static_cast<std::uint64_t>(i) * 500, 10'000);
+  remaining.update(Seconds(5.25), 0, 10'000);
+  EXPECT_EQ(remaining.estimate(), std::nullopt);
+  for (int i = 1; i <= 8; ++i) {
+    remaining.update(Seconds(5.25 + i * 0.25), static_cast<std::uint64_t>(i) * 25, 10'000);
+  }
+  EXPECT_NEAR(remaining.estimate()->count(), 98, 0.5);
+}
+
 TEST(RemainingTime, GrowsWhileNothingMovesAndThenIsSilent) {
   RemainingTime remaining;
   for (int i = 0; i <= 20; ++i) remaining.update(Seconds(i * 0.25), static_cast<std::uint64_t>(i) * 250, 100'000);
