@@ -1,5 +1,7 @@
 #include "helper/archive/ArchiveError.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -18,6 +20,13 @@ std::string ArchiveError::text() const {
 
 ArchiveError cancelledError() {
   return {ArchiveFault::Cancelled, "The operation was stopped", {}, 0, 0};
+}
+
+bool isLasting(const ArchiveError& error) {
+  if (error.fault == ArchiveFault::Damaged || error.fault == ArchiveFault::NewerFormat) return true;
+  if (error.fault != ArchiveFault::ReadFailed) return false;
+  constexpr std::array missingOrBad = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, EIO, ENODATA, EREMOTEIO, EILSEQ, EBADMSG};
+  return std::ranges::find(missingOrBad, error.errorNumber) != missingOrBad.end();
 }
 
 ArchiveError writeError(std::string message, std::string path, std::uint64_t offset, int errorNumber) {

@@ -40,6 +40,10 @@ using ArchiveResult = Expected<T, ArchiveError>;
 
 ArchiveError cancelledError();
 
+// Whether the next attempt would meet the error again: what is read is damaged, is not there, or lies where the
+// medium gives nothing.
+bool isLasting(const ArchiveError& error);
+
 // A failed write to the destination; a full one gets a fault of its own.
 ArchiveError writeError(std::string message, std::string path, std::uint64_t offset, int errorNumber);
 ArchiveError readError(std::string message, std::string path, std::uint64_t offset, int errorNumber);

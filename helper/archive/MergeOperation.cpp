@@ -1,7 +1,6 @@
 #include "helper/archive/MergeOperation.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <ctime>
 #include <optional>
@@ -21,6 +20,15 @@ bool isSameDisk(const StoredDisk& a, const StoredDisk& b) {
   return a.gptId == b.gptId;
 }
 
+// What is known of content that is one point's in part and another's for the rest: damage of either, and otherwise
+// no more than of both.
+std::optional<LastCheck> checkOfBoth(const std::optional<LastCheck>& a, const std::optional<LastCheck>& b) {
+  if (a && a->isDamaged) return a;
+  if (b && b->isDamaged) return b;
+  if (!a || !b) return std::nullopt;
+  return LastCheck{std::min(a->time, b->time), false};
+}
+
 // One merge, from its beginning or from where it was interrupted.
 class Merge {
  public:
@@ -31,6 +39,7 @@ class Merge {
     ArchiveResult<Done> step = readPoints();
     if (step) step = checkAllowed();
     PendingMerge merge{folderOf(_childPlace - 1), folderOf(_childPlace), {}};
+    if (step) step = checkNotInUse();
     if (step && movesImages()) {
       step = checkRoom();
       for (std::size_t disk = 0; step && disk < _child.disks.size(); ++disk) step = openImages(disk);
@@ -43,7 +52,9 @@ class Merge {
   ArchiveResult<Done> goOn() {
     const PendingMerge merge = *_archive.index().merging;
     ArchiveResult<Done> step = readPoints();
-    if (step && merge.tables.size() > _child.disks.size()) step = contradiction();
+    // A child that was settled already is of the parent's kind; one without tables was full from the beginning.
+    const bool isFull = merge.tables.empty() && !movesImages();
+    if (step && !isFull && merge.tables.size() != _child.disks.size()) step = contradiction();
     for (std::size_t disk = 0; step && disk < merge.tables.size(); ++disk) {
       step = wasMoved(disk);
       if (step && _moved) continue;
@@ -109,6 +120,20 @@ class Merge {
     return Done{};
   }
 
+  // The parent's images are rewritten, or go with their folder, and the child's go.
+  ArchiveResult<Done> checkNotInUse() const {
+    if (!isInUse(_childPlace - 1, _parent) && !(movesImages() && isInUse(_childPlace, _child))) return Done{};
+    return refused("One of the two backup points is in use. Detach it first");
+  }
+
+  bool isInUse(std::size_t place, const PointIndex& point) const {
+    return std::ranges::any_of(point.disks, [&](const StoredDisk& disk) {
+      const ArchiveResult<OpenFile> image = _archive.openPointFile(place, disk.image);
+      // What is not there is used by nobody; whether it is needed is found out where it is.
+      return image && isOpenElsewhere(image->fd);
+    });
+  }
+
   ArchiveResult<Done> checkRoom() const {
     std::uint64_t needed = 0;
     for (std::size_t disk = 0; disk < _child.disks.size(); ++disk) {
@@ -116,9 +141,6 @@ class Merge {
       if (!child) return child.error();
       const ArchiveResult<OpenFile> parent = _archive.openPointFile(_childPlace - 1, _parent.disks[disk].image);
       if (!parent) return parent.error();
-      if (isOpenElsewhere(child->fd) || isOpenElsewhere(parent->fd)) {
-        return refused("One of the two backup points is in use. Detach it first");
-      }
       // A copy made of hard links is the same file.
       if (hasOtherNames(*parent)) {
         return refused(
@@ -239,12 +261,18 @@ class Merge {
     return step;
   }
 
-  // The child builds on what the parent built on.
+  // The child builds on what the parent built on, and holds what of the parent's it did not have itself. Done again
+  // where it was done already, it changes nothing.
   ArchiveResult<Done> settleChild() {
-    if (!movesImages()) return Done{};
-    _child.kind = _parent.kind;
-    _child.parent = _parent.parent;
-    return _archive.savePoint(_childPlace, _child);
+    const PointIndex before = _child;
+    if (movesImages()) {
+      _child.kind = _parent.kind;
+      _child.parent = _parent.parent;
+      _child.check = checkOfBoth(_parent.check, _child.check);
+    }
+    // Somebody wrote it about what the child is now the only one to hold.
+    if (_child.label.empty()) _child.label = _parent.label;
+    return _child == before ? Done{} : _archive.savePoint(_childPlace, _child);
   }
 
   Archive& _archive;
@@ -259,20 +287,14 @@ class Merge {
   bool _moved = false;
 };
 
-// An error that the next attempt would meet again.
-bool isLasting(const ArchiveError& error) {
-  if (error.fault == ArchiveFault::Damaged || error.fault == ArchiveFault::NewerFormat) return true;
-  if (error.fault != ArchiveFault::ReadFailed) return false;
-  constexpr std::array missingOrBad = {0, ENOENT, ENOTDIR, EISDIR, ELOOP, EIO, ENODATA, EREMOTEIO, EILSEQ, EBADMSG};
-  return std::ranges::find(missingOrBad, error.errorNumber) != missingOrBad.end();
-}
-
-// Nothing is to be built on it any more. Where its index is what is damaged, that says enough.
-void noteDamage(Archive& archive, std::size_t point) {
-  ArchiveResult<PointIndex> index = archive.readPoint(point);
-  if (!index) return;
+// The child is all that is left of the two that anybody sees.
+void settleGivenUp(Archive& archive, std::size_t child) {
+  ArchiveResult<PointIndex> index = archive.readPoint(child);
+  if (!index) return;  // That its index is damaged says enough.
+  const ArchiveResult<PointIndex> parent = archive.readPoint(child - 1);
   index->check = LastCheck{static_cast<std::int64_t>(std::time(nullptr)), true};
-  (void)archive.savePoint(point, *index);
+  if (index->label.empty() && parent) index->label = parent->label;
+  (void)archive.savePoint(child, *index);
 }
 
 }  // namespace
@@ -296,7 +318,7 @@ ArchiveResult<Done> finishMerge(Archive& archive, const CancelFlag& cancel) {
   if (!isLasting(done.error())) return done;
   // Both images read as the child where they are whole, the one that was switched over and the other: so they can
   // stay where they are.
-  noteDamage(archive, child);
+  settleGivenUp(archive, child);
   return archive.giveUpMerge(done.error());
 }
 

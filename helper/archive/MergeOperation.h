@@ -26,6 +26,9 @@ using MergeProgress = std::function<void(std::uint64_t done, std::uint64_t total
 // archive "merging": every point that it still lists reads as it should, and the next opening for writing finishes
 // it.
 //
+// A child without a label takes over the parent's. Damage that the parent is noted to have is the child's from then
+// on, unless it is a full point.
+//
 // Refused when the parent is pinned, when the two hold different disks, when something has one of the images open,
 // and when there is not enough free space.
 ArchiveResult<Done> mergeIntoParent(Archive& archive, std::size_t child, const MergeProgress& progress,

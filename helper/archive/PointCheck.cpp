@@ -160,4 +160,11 @@ NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, 
   return result;
 }
 
+ArchiveResult<Done> noteDamage(Archive& archive, std::size_t point, std::int64_t time) {
+  ArchiveResult<PointIndex> index = archive.readPoint(point);
+  if (!index) return index.error();
+  index->check = LastCheck{time, true};
+  return archive.savePoint(point, *index);
+}
+
 }  // namespace zpk

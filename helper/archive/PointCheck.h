@@ -44,4 +44,7 @@ struct NotedCheck {
 NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, const CheckProgress& progress,
                         const CancelFlag& cancel);
 
+// Notes damage that something else than a check came upon.
+ArchiveResult<Done> noteDamage(Archive& archive, std::size_t point, std::int64_t time);
+
 }  // namespace zpk

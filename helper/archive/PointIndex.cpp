@@ -186,6 +186,20 @@ std::uint64_t unreadableSectors(const PointIndex& index) {
   return sectors;
 }
 
+std::uint64_t unreadableSectorsSince(const PointIndex& before, const PointIndex& index) {
+  std::uint64_t sectors = unreadableSectors(index);
+  for (std::size_t i = 0; i < std::min(index.disks.size(), before.disks.size()); ++i) {
+    for (const ByteRange& range : index.disks[i].unreadable) {
+      for (const ByteRange& old : before.disks[i].unreadable) {
+        const std::uint64_t start = std::max(range.start, old.start);
+        const std::uint64_t end = std::min(range.end, old.end);
+        if (start < end) sectors -= (end - start) / std::max(index.disks[i].sectorSize, 1U);
+      }
+    }
+  }
+  return sectors;
+}
+
 std::string textOf(const PointIndex& index) {
   json disks = json::array();
   for (const StoredDisk& disk : index.disks) disks.push_back(jsonOf(disk));

@@ -91,6 +91,9 @@ struct PointIndex {
 // How many sectors of its disks the point does not hold because they could not be read.
 std::uint64_t unreadableSectors(const PointIndex& index);
 
+// The same for what `before`, an earlier point of the same disks, does hold: there it may be the last good copy.
+std::uint64_t unreadableSectorsSince(const PointIndex& before, const PointIndex& index);
+
 std::string textOf(const PointIndex& index);
 
 // `path` is for the error, which names the first field that is wrong.

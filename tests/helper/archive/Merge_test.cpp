@@ -162,6 +162,52 @@ TEST_F(MergePoints, AnImageThatSomebodyReadsIsNotRewritten) {
   }
 }
 
+TEST_F(MergePoints, NorIsOneTakenAwayForAFullPoint) {
+  ASSERT_TRUE(makeFullBackup(archive, request(), ignoreProgress, cancel).hasValue());
+  moments.push_back(newestMoment());
+  const auto open = archive.openPointFile(3, "disk0.pvhd");
+  expectUntouched(merge(4), ArchiveFault::Refused, "in use");
+}
+
+// The images that such an index leaves out would go with the parent's folder.
+TEST_F(MergePoints, AnInterruptedOneThatNamesNotEveryImageIsTakenBack) {
+  ASSERT_TRUE(archive.beginMerge({archive.index().points[0], archive.index().points[1], {}}).hasValue());
+  { const Archive closed = std::move(archive); }
+  const Archive again = open();
+  EXPECT_EQ(again.index().merging, std::nullopt);
+  MergeWorld::expectMoments(again);
+}
+
+TEST_F(MergePoints, ALabelPassesToAPointThatHasNone) {
+  PointIndex parent = *archive.readPoint(1);
+  parent.label = "before the update";
+  ASSERT_TRUE(archive.savePoint(1, parent).hasValue());
+  PointIndex child = *archive.readPoint(2);
+  child.label.clear();
+  ASSERT_TRUE(archive.savePoint(2, child).hasValue());
+  mustMerge(2);
+  EXPECT_EQ(archive.readPoint(1)->label, "before the update");
+}
+
+TEST_F(MergePoints, WhatIsKnownOfBothIsKnownOfTheMergedOne) {
+  const auto note = [&](std::size_t place, std::optional<LastCheck> check) {
+    PointIndex point = *archive.readPoint(place);
+    point.check = check;
+    ASSERT_TRUE(archive.savePoint(place, point).hasValue());
+  };
+  note(1, LastCheck{70, false});
+  note(2, LastCheck{60, false});
+  note(3, LastCheck{90, false});
+  mustMerge(2);
+  EXPECT_EQ(archive.readPoint(1)->check, (LastCheck{60, false}));
+  note(0, std::nullopt);
+  mustMerge(1);
+  EXPECT_EQ(archive.readPoint(0)->check, std::nullopt) << "what it took over was never read back";
+  note(0, LastCheck{80, true});
+  mustMerge(1);
+  EXPECT_EQ(archive.readPoint(0)->check, (LastCheck{80, true}));
+}
+
 TEST_F(MergePoints, ADamagedClusterIsNotMovedAndSaysWhere) {
   std::string image = test::readAll(imagePath(1));
   // Behind the header, where the first data lies.

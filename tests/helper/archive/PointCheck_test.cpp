@@ -80,6 +80,18 @@ TEST_F(PointChecks, NorOnOneThatTakesContentFromADamagedPoint) {
   EXPECT_EQ(further->index.kind, PointKind::Increment) << "the new one is whole";
 }
 
+TEST_F(PointChecks, NorOnOneThatADamagedPointWasMergedInto) {
+  Archive archive = open();
+  damage(archive, points - 2);
+  ASSERT_FALSE(check(archive, points - 2).damaged.empty());
+  ASSERT_TRUE(check(archive, points - 1).damaged.empty());
+  ASSERT_TRUE(mergeIntoParent(archive, points - 1, ignoreProgress, {}).hasValue());
+  EXPECT_TRUE(archive.readPoint(points - 2)->check->isDamaged) << "what it took over is damaged";
+  const auto made = makeBackup(archive, request(), ignoreProgress, {});
+  ASSERT_TRUE(made.hasValue()) << made.error().text();
+  EXPECT_EQ(made->index.kind, PointKind::Full);
+}
+
 TEST_F(PointChecks, AnImageThatLostItsEndIsDamaged) {
   Archive archive = open();
   const std::string image = imagePath(archive, 0);
