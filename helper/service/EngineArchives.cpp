@@ -86,14 +86,15 @@ class Run {
     }
     if (std::optional<OperationFailed> damage = readBack(*archive)) return *damage;
     _board.line("Backup point " + std::to_string(archive->index().points.size()) + " is complete: " + _account);
+    OperationDone outcome;
     if (const std::uint64_t missing = unreadableSectors(point->index)) {
       for (const std::string& line : unreadableLines(point->index)) _board.line(line);
-      _board.line("Nothing is merged: the older backup points may hold what could not be read");
-      return OperationDone{"It was completed with " + sectorsText(missing) +
-                           ". The disk may be failing: copy what you need from it and have it checked."};
+      outcome.remark = "It was completed with " + sectorsText(missing) +
+                       ". The disk may be failing: copy what you need from it and have it checked.";
+      _board.line(*outcome.remark);
     }
     keepToLimit(*archive, _order.maxIncrements, _board, _cancel);
-    return OperationDone{};
+    return outcome;
   }
 
  private:
