@@ -3,7 +3,8 @@
 #include <xxhash.h>
 
 #include <algorithm>
-#include <cassert>
+#include <memory>
+#include <new>
 
 namespace zpk {
 namespace {
@@ -11,6 +12,7 @@ namespace {
 constexpr std::array<std::byte, 8> mapMagic = {std::byte{'R'}, std::byte{'L'}, std::byte{'D'}, std::byte{'M'},
                                                std::byte{'A'}, std::byte{'P'}, std::byte{0},   std::byte{1}};
 constexpr std::size_t headerSize = 56;
+constexpr std::size_t hashPlace = 40;
 constexpr std::uint64_t hashesPlace = 4096;
 constexpr std::size_t hashSize = sizeof(ChunkHash);
 constexpr std::size_t runSize = 16;
@@ -18,28 +20,50 @@ constexpr std::size_t pendingLimit = std::size_t{1} << 20;
 constexpr std::size_t windowHashes = 4096;
 constexpr std::uint64_t runsAtOnce = 4096;
 
-ByteBuffer headerOf(std::uint64_t chunkSize, std::uint64_t seed, std::uint64_t count, ByteSpan runs) {
+// Of bytes that are never all in memory.
+class RunsHash {
+ public:
+  explicit RunsHash(std::uint64_t seed) : _state(XXH3_createState()) {
+    if (!_state) throw std::bad_alloc();
+    XXH3_128bits_reset_withSeed(_state.get(), seed);
+  }
+  void add(ByteSpan bytes) { XXH3_128bits_update(_state.get(), bytes.data(), bytes.size()); }
+  ChunkHash value() const { return canonical(XXH3_128bits_digest(_state.get())); }
+
+  static ChunkHash canonical(XXH128_hash_t value) {
+    XXH128_canonical_t canonical;
+    XXH128_canonicalFromHash(&canonical, value);
+    ChunkHash hash;
+    std::memcpy(hash.data(), canonical.digest, hash.size());
+    return hash;
+  }
+
+ private:
+  struct Free {
+    void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
+  };
+  std::unique_ptr<XXH3_state_t, Free> _state;
+};
+
+// Without its hash.
+ByteBuffer headerOf(std::uint64_t chunkSize, std::uint64_t seed, const ChunkSet& chunks) {
   ByteBuffer header(headerSize);
   std::copy(mapMagic.begin(), mapMagic.end(), header.begin());
   putLittleEndian(header, 8, static_cast<std::uint32_t>(chunkSize));
   putLittleEndian(header, 16, seed);
-  putLittleEndian(header, 24, count);
-  putLittleEndian(header, 32, static_cast<std::uint64_t>(runs.size() / runSize));
-  ByteBuffer hashed(header.begin() + 8, header.begin() + 40);
-  hashed.insert(hashed.end(), runs.begin(), runs.end());
-  const ChunkHash hash = hashOfChunk(hashed, seed);
-  std::copy(hash.begin(), hash.end(), header.begin() + 40);
+  putLittleEndian(header, 24, chunks.count());
+  putLittleEndian(header, 32, chunks.stretches());
   return header;
+}
+
+ByteSpan hashedPart(ByteSpan header) {
+  return header.subspan(8, 32);
 }
 
 }  // namespace
 
 ChunkHash hashOfChunk(ByteSpan chunk, std::uint64_t seed) {
-  XXH128_canonical_t canonical;
-  XXH128_canonicalFromHash(&canonical, XXH3_128bits_withSeed(chunk.data(), chunk.size(), seed));
-  ChunkHash hash;
-  std::memcpy(hash.data(), canonical.digest, hash.size());
-  return hash;
+  return RunsHash::canonical(XXH3_128bits_withSeed(chunk.data(), chunk.size(), seed));
 }
 
 ChunkMapWriter::ChunkMapWriter(OpenFile file, std::uint64_t chunkSize, std::uint64_t seed)
@@ -48,14 +72,8 @@ ChunkMapWriter::ChunkMapWriter(OpenFile file, std::uint64_t chunkSize, std::uint
 }
 
 ArchiveResult<Done> ChunkMapWriter::add(std::uint64_t chunk, const ChunkHash& hash) {
-  assert(_runs.empty() || chunk >= _runs.back().first + _runs.back().second);
-  if (!_runs.empty() && chunk == _runs.back().first + _runs.back().second) {
-    ++_runs.back().second;
-  } else {
-    _runs.emplace_back(chunk, 1);
-  }
+  _chunks.add(chunk);
   _pending.insert(_pending.end(), hash.begin(), hash.end());
-  ++_count;
   return _pending.size() >= pendingLimit ? flush() : Done{};
 }
 
@@ -66,16 +84,36 @@ ArchiveResult<Done> ChunkMapWriter::flush() {
   return written;
 }
 
-ArchiveResult<Done> ChunkMapWriter::finish(const CancelFlag& cancel) {
-  ByteBuffer runs(_runs.size() * runSize);
-  for (std::size_t i = 0; i < _runs.size(); ++i) {
-    putLittleEndian(runs, i * runSize, _runs[i].first);
-    putLittleEndian(runs, i * runSize + 8, _runs[i].second);
+ArchiveResult<ByteBuffer> ChunkMapWriter::writeRuns() const {
+  ByteBuffer header = headerOf(_chunkSize, _seed, _chunks);
+  RunsHash hash(_seed);
+  hash.add(hashedPart(header));
+  std::uint64_t place = hashesPlace + _flushed;
+  ByteBuffer runs;
+  for (auto run = _chunks.nextStretch(0); run; run = _chunks.nextStretch(run->first + run->count)) {
+    runs.resize(runs.size() + runSize);
+    putLittleEndian(runs, runs.size() - runSize, run->first);
+    putLittleEndian(runs, runs.size() - runSize + 8, run->count);
+    const bool isLast = run->first + run->count == _chunks.end();
+    if (runs.size() < runsAtOnce * runSize && !isLast) continue;
+    const ArchiveResult<Done> written = writeAt(_file, place, runs);
+    if (!written) return written.error();
+    hash.add(runs);
+    place += runs.size();
+    runs.clear();
   }
+  const ChunkHash value = hash.value();
+  std::copy(value.begin(), value.end(), header.begin() + hashPlace);
+  return header;
+}
+
+ArchiveResult<Done> ChunkMapWriter::finish(const CancelFlag& cancel) {
   ArchiveResult<Done> step = flush();
-  if (step) step = writeAt(_file, hashesPlace + _flushed, runs);
-  if (step) step = syncFile(_file, cancel);
-  if (step) step = writeAt(_file, 0, headerOf(_chunkSize, _seed, _count, runs));
+  if (!step) return step;
+  const ArchiveResult<ByteBuffer> header = writeRuns();
+  if (!header) return header.error();
+  step = syncFile(_file, cancel);
+  if (step) step = writeAt(_file, 0, *header);
   if (step) step = syncFile(_file, cancel);
   return step;
 }
@@ -94,67 +132,59 @@ ArchiveResult<ChunkMapReader> ChunkMapReader::open(OpenFile file) {
   }
   reader._chunkSize = littleEndianAt<std::uint32_t>(header, 8);
   reader._seed = littleEndianAt<std::uint64_t>(header, 16);
-  reader._count = littleEndianAt<std::uint64_t>(header, 24);
-  step = reader.readRuns(littleEndianAt<std::uint64_t>(header, 32), *fileSize, header);
+  step = reader.readRuns(*fileSize, header);
   if (!step) return step.error();
   return reader;
 }
 
-ArchiveResult<Done> ChunkMapReader::readRuns(std::uint64_t runCount, std::uint64_t fileSize, ByteSpan header) {
+ArchiveResult<Done> ChunkMapReader::readRuns(std::uint64_t fileSize, ByteSpan header) {
+  const auto count = littleEndianAt<std::uint64_t>(header, 24);
+  const auto runCount = littleEndianAt<std::uint64_t>(header, 32);
   const std::uint64_t room = fileSize > hashesPlace ? fileSize - hashesPlace : 0;
-  if (_count > room / hashSize || runCount > (room - _count * hashSize) / runSize) {
+  if (count > room / hashSize || runCount > (room - count * hashSize) / runSize) {
     return damagedError("The hash map is shorter than it says", _file.path, 24);
   }
   // Piece by piece, each run checked before the next piece is asked for: a file of a claimed size may be one hole.
-  ByteBuffer bytes;
-  while (bytes.size() < runCount * runSize) {
-    const std::size_t before = bytes.size();
-    bytes.resize(std::min<std::uint64_t>(runCount * runSize, before + runsAtOnce * runSize));
-    ArchiveResult<Done> step =
-        readAt(_file, hashesPlace + _count * hashSize + before, std::span(bytes).subspan(before));
-    if (step) step = takeRuns(ByteSpan(bytes).subspan(before));
+  RunsHash hash(_seed);
+  hash.add(hashedPart(header));
+  const std::uint64_t end = runCount * runSize;
+  for (std::uint64_t done = 0; done < end;) {
+    ByteBuffer bytes(std::min(end - done, runsAtOnce * runSize));
+    ArchiveResult<Done> step = readAt(_file, hashesPlace + count * hashSize + done, bytes);
+    if (step) step = takeRuns(bytes, count);
     if (!step) return step;
+    hash.add(bytes);
+    done += bytes.size();
   }
-  const ByteBuffer expected = headerOf(_chunkSize, _seed, _count, bytes);
-  if (!std::equal(expected.begin(), expected.end(), header.begin())) {
-    return damagedError("The hash map does not match its own hash", _file.path, 40);
+  const ChunkHash value = hash.value();
+  if (!std::equal(value.begin(), value.end(), header.begin() + hashPlace)) {
+    return damagedError("The hash map does not match its own hash", _file.path, hashPlace);
   }
-  const std::uint64_t named = _runs.empty() ? 0 : _runs.back().before + _runs.back().count;
-  if (named != _count) return damagedError("The runs of the hash map contradict each other", _file.path);
+  if (_chunks.count() != count) {
+    return damagedError("The runs of the hash map contradict each other", _file.path);
+  }
   return Done{};
 }
 
-ArchiveResult<Done> ChunkMapReader::takeRuns(ByteSpan bytes) {
+ArchiveResult<Done> ChunkMapReader::takeRuns(ByteSpan bytes, std::uint64_t count) {
   for (std::size_t i = 0; i < bytes.size(); i += runSize) {
-    const std::uint64_t end = _runs.empty() ? 0 : _runs.back().first + _runs.back().count;
-    const std::uint64_t before = _runs.empty() ? 0 : _runs.back().before + _runs.back().count;
-    const Run run{littleEndianAt<std::uint64_t>(bytes, i), littleEndianAt<std::uint64_t>(bytes, i + 8), before};
-    if (run.first < end || run.count == 0 || run.count > _count - before || run.first > UINT64_MAX - run.count) {
+    const auto first = littleEndianAt<std::uint64_t>(bytes, i);
+    const auto chunks = littleEndianAt<std::uint64_t>(bytes, i + 8);
+    if (first < _chunks.end() || chunks == 0 || chunks > count - _chunks.count() || chunks > ChunkSet::limit ||
+        first > ChunkSet::limit - chunks) {
       return damagedError("The runs of the hash map contradict each other", _file.path);
     }
-    _runs.push_back(run);
+    _chunks.add(first, chunks);
   }
   return Done{};
-}
-
-const ChunkMapReader::Run* ChunkMapReader::runAtOrAfter(std::uint64_t chunk) const {
-  const auto found = std::partition_point(_runs.begin(), _runs.end(),
-                                          [chunk](const Run& run) { return run.first + run.count <= chunk; });
-  return found == _runs.end() ? nullptr : &*found;
-}
-
-std::optional<std::uint64_t> ChunkMapReader::nextChunk(std::uint64_t chunk) const {
-  const Run* run = runAtOrAfter(chunk);
-  if (run == nullptr) return std::nullopt;
-  return std::max(run->first, chunk);
 }
 
 ArchiveResult<std::optional<ChunkHash>> ChunkMapReader::hashOf(std::uint64_t chunk) {
-  const Run* run = runAtOrAfter(chunk);
-  if (run == nullptr || run->first > chunk) return std::optional<ChunkHash>();
-  const std::uint64_t index = run->before + (chunk - run->first);
+  const std::optional<std::uint64_t> rank = _chunks.rankOf(chunk);
+  if (!rank) return std::optional<ChunkHash>();
+  const std::uint64_t index = *rank;
   if (index < _windowStart || index - _windowStart >= _window.size() / hashSize) {
-    _window.resize(std::min<std::uint64_t>(windowHashes, _count - index) * hashSize);
+    _window.resize(std::min<std::uint64_t>(windowHashes, _chunks.count() - index) * hashSize);
     const ArchiveResult<Done> step = readAt(_file, hashesPlace + index * hashSize, _window);
     if (!step) {
       _window.clear();

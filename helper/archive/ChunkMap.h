@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
+#include "helper/archive/ChunkSet.h"
 #include "helper/archive/FileAccess.h"
 
 namespace zpk {
@@ -34,56 +34,50 @@ class ChunkMapWriter {
  public:
   ChunkMapWriter(OpenFile file, std::uint64_t chunkSize, std::uint64_t seed);
 
-  // In ascending order of chunks.
+  // In ascending order of chunks, which are below ChunkSet::limit.
   ArchiveResult<Done> add(std::uint64_t chunk, const ChunkHash& hash);
   // Runs, sync, header, sync.
   ArchiveResult<Done> finish(const CancelFlag& cancel);
 
  private:
   ArchiveResult<Done> flush();
+  // Gives the header that they are to have.
+  ArchiveResult<ByteBuffer> writeRuns() const;
 
   OpenFile _file;
   std::uint64_t _chunkSize;
   std::uint64_t _seed;
-  std::uint64_t _count = 0;
   std::uint64_t _flushed = 0;
   ByteBuffer _pending;
-  std::vector<std::pair<std::uint64_t, std::uint64_t>> _runs;
+  ChunkSet _chunks;
 };
 
-// Reads a map back; a damaged one is refused on opening.
+// Reads a map back; a damaged one is refused on opening. Which chunks have a hash is held in memory, the hashes are
+// read when they are asked for.
 class ChunkMapReader {
  public:
   static ArchiveResult<ChunkMapReader> open(OpenFile file);
 
   std::uint64_t chunkSize() const { return _chunkSize; }
   std::uint64_t seed() const { return _seed; }
-  std::uint64_t count() const { return _count; }
+  std::uint64_t count() const { return _chunks.count(); }
 
   // Nothing for a chunk that reads as zeros. Neighbouring chunks asked for in order cost one read per 4,096 of
   // them.
   ArchiveResult<std::optional<ChunkHash>> hashOf(std::uint64_t chunk);
 
   // The first chunk from `chunk` on that has a hash.
-  std::optional<std::uint64_t> nextChunk(std::uint64_t chunk) const;
+  std::optional<std::uint64_t> nextChunk(std::uint64_t chunk) const { return _chunks.next(chunk); }
 
  private:
-  struct Run {
-    std::uint64_t first = 0;
-    std::uint64_t count = 0;
-    std::uint64_t before = 0;  // Hashes of the runs in front of it.
-  };
-
   ChunkMapReader() = default;
-  ArchiveResult<Done> readRuns(std::uint64_t runCount, std::uint64_t fileSize, ByteSpan header);
-  ArchiveResult<Done> takeRuns(ByteSpan bytes);
-  const Run* runAtOrAfter(std::uint64_t chunk) const;
+  ArchiveResult<Done> readRuns(std::uint64_t fileSize, ByteSpan header);
+  ArchiveResult<Done> takeRuns(ByteSpan bytes, std::uint64_t count);
 
   OpenFile _file;
   std::uint64_t _chunkSize = 0;
   std::uint64_t _seed = 0;
-  std::uint64_t _count = 0;
-  std::vector<Run> _runs;
+  ChunkSet _chunks;
   ByteBuffer _window;
   std::uint64_t _windowStart = 0;
 };
