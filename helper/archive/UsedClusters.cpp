@@ -11,7 +11,8 @@ ArchiveResult<ClusterBitmap> readUsedClusters(const std::string& device, const N
                                               const CancelFlag& cancel) {
   const std::uint64_t needed = divideUp(geometry.clusters(), 8);
   ByteBuffer bitmap;
-  bitmap.reserve(needed);
+  // Whole words, as the bitmap wants them: growing it once more would take as much again.
+  bitmap.reserve(roundUp(needed, 8));
   // By force: whether the volume's state is good enough was decided before.
   ToolCommand command{"/usr/bin/ntfscat", {"--force", "-i", "6", device}, {}, ToolAccess::ReadsOnly, {}};
   // The file is a little longer than the bits need; a crafted one may claim to be of any length.
