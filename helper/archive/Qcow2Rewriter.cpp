@@ -27,8 +27,15 @@ constexpr std::uint64_t largestOverhead = std::uint64_t{1} << 30U;
 constexpr std::uint64_t smallestHole = std::uint64_t{64} << 10U;
 constexpr std::uint64_t shareThatMayStay = 16;
 
+// How many references are counted in one go: 64 MiB of memory, and half a terabyte of a file of 16 KiB clusters.
+constexpr std::uint64_t countsAtOnce = std::uint64_t{32} << 20U;
+
 // Frames that lie one behind the other are written at once, up to this many bytes.
 constexpr std::size_t pendingLimit = std::size_t{1} << 20U;
+
+bool isShort(const Qcow2Space::Run& run, std::uint64_t clusterSize) {
+  return run.count * clusterSize < smallestHole;
+}
 
 }  // namespace
 
@@ -51,7 +58,7 @@ ArchiveResult<Qcow2Rewriter> Qcow2Rewriter::open(OpenFile file) {
   rewriter._virtualSize = checked->virtualSize();
   rewriter._hasParent = !checked->backingFile().empty();
   ArchiveResult<Done> step = rewriter.readHeader();
-  if (step) step = rewriter.readTables();
+  if (step) step = rewriter.findUsed();
   if (step) step = rewriter.readCountPlaces();
   if (!step) return step.error();
   return rewriter;
@@ -89,25 +96,35 @@ ArchiveResult<std::vector<std::uint64_t>> Qcow2Rewriter::readNumbers(std::uint64
   return numbers;
 }
 
-ArchiveResult<Done> Qcow2Rewriter::readTables() {
+ArchiveResult<Done> Qcow2Rewriter::findUsed() {
+  const CancelFlag never;
+  return visitContent(never, [this](const HostRange& hosts) { return _space.use(hosts.first, hosts.count); });
+}
+
+template <class Visit>
+ArchiveResult<Done> Qcow2Rewriter::visitContent(const CancelFlag& cancel, const Visit& visit) const {
+  ByteBuffer table(_clusterSize);
   for (const std::uint64_t entry : _l1) {
     const std::uint64_t place = entry & qcow2::offsetMask;
     if (place == 0) continue;
-    if (place % _clusterSize != 0 || !_space.use(place / _clusterSize)) {
+    if (cancel.isRequested()) return cancelledError();
+    if (place % _clusterSize != 0 || !visit(HostRange{place / _clusterSize, 1})) {
       return damaged("A table of the image is out of place", place);
     }
-    ArchiveResult<Done> step = readEntries(place);
+    ArchiveResult<Done> step = visitTable(place, table, visit);
     if (!step) return step;
   }
   return Done{};
 }
 
-ArchiveResult<Done> Qcow2Rewriter::readEntries(std::uint64_t tablePlace) {
-  const ArchiveResult<std::vector<std::uint64_t>> entries = readNumbers(tablePlace, _clusterSize / 8);
-  if (!entries) return entries.error();
-  for (const std::uint64_t entry : *entries) {
-    const HostRange hosts = hostsOf(entry);
-    if (!_space.use(hosts.first, hosts.count)) return damaged("A cluster of the image is out of place", tablePlace);
+template <class Visit>
+ArchiveResult<Done> Qcow2Rewriter::visitTable(std::uint64_t place, ByteBuffer& table, const Visit& visit) const {
+  ArchiveResult<Done> read = readAt(_file, place, table);
+  if (!read) return read;
+  for (std::size_t i = 0; i < table.size(); i += 8) {
+    if (!visit(hostsOf(bigEndianAt<std::uint64_t>(table, i)))) {
+      return damaged("A cluster of the image is out of place", place);
+    }
   }
   return Done{};
 }
@@ -121,7 +138,6 @@ ArchiveResult<Done> Qcow2Rewriter::readCountPlaces() {
     if (place % _clusterSize != 0 || !_space.use(place / _clusterSize)) {
       return damaged("A table of the image is out of place", place);
     }
-    _countBlocks.push_back(place / _clusterSize);
   }
   return Done{};
 }
@@ -186,8 +202,6 @@ ArchiveResult<Done> Qcow2Rewriter::setEntry(std::uint64_t cluster, std::uint64_t
     if (step) step = loadTable(cluster / perTable);
     if (!step) return step;
   }
-  const HostRange old = hostsOf(bigEndianAt<std::uint64_t>(_table, cluster % perTable * 8));
-  _space.release(old.first, old.count);
   putBigEndian(_table, cluster % perTable * 8, entry);
   return Done{};
 }
@@ -203,7 +217,6 @@ ArchiveResult<Done> Qcow2Rewriter::loadTable(std::uint64_t index) {
 ArchiveResult<Done> Qcow2Rewriter::storeTable() {
   if (!_tableIndex) return Done{};
   std::uint64_t& l1Entry = _l1[*std::exchange(_tableIndex, std::nullopt)];
-  if (const std::uint64_t old = l1Entry & qcow2::offsetMask; old != 0) _space.release(old / _clusterSize);
   l1Entry = 0;
   if (isAllZero(_table)) return Done{};
   const std::uint64_t place = _space.take() * _clusterSize;
@@ -216,7 +229,8 @@ ArchiveResult<Done> Qcow2Rewriter::prepare(const CancelFlag& cancel) {
   if (step) step = writePending();
   _space.endPacking();
   if (step) step = storeFirstTable();
-  if (step) step = storeCounts();
+  if (step) step = placeCounts();
+  if (step) step = storeCounts(cancel);
   if (!step) return step;
   // Whole clusters up to the end, for readers that want them so.
   const std::uint64_t end = _space.usedEnd() * _clusterSize;
@@ -229,33 +243,64 @@ ArchiveResult<Done> Qcow2Rewriter::prepare(const CancelFlag& cancel) {
 ArchiveResult<Done> Qcow2Rewriter::storeFirstTable() {
   const std::uint64_t clusters = divideUp(_l1.size() * 8, _clusterSize);
   _newL1Place = _space.take(clusters) * _clusterSize;
-  _space.release(_l1Place / _clusterSize, clusters);
   return writeAt(_file, _newL1Place, bigEndianTable(_l1, clusters * _clusterSize));
 }
 
-ArchiveResult<Done> Qcow2Rewriter::storeCounts() {
-  _space.release(_countTable.first, _countTable.count);
-  for (const std::uint64_t block : _countBlocks) _space.release(block);
+ArchiveResult<Done> Qcow2Rewriter::placeCounts() {
   // The counts also count their own clusters, of which each may be one more at the end of the file.
   const std::uint64_t perBlock = _clusterSize / 2;
   const std::uint64_t blocks = divideUp(_space.clusters(), perBlock);
   const std::uint64_t mostBlocks = blocks + blocks / perBlock + 2;
   _newCountTable.count = divideUp(mostBlocks * 8, _clusterSize);
   _newCountTable.first = _space.take(_newCountTable.count);
-  std::vector<std::uint64_t> places;
-  while (places.size() * perBlock < _space.clusters()) places.push_back(_space.take() * _clusterSize);
-  assert(places.size() <= mostBlocks);
-  for (std::size_t i = 0; i < places.size(); ++i) {
-    ByteBuffer block(_clusterSize);
-    const std::uint64_t end = std::min(_space.clusters(), (i + 1) * perBlock);
-    for (std::uint64_t host = i * perBlock; host < end; ++host) {
-      putBigEndian(block, host % perBlock * 2, static_cast<std::uint16_t>(_space.countOf(host)));
-    }
-    ArchiveResult<Done> written = writeAt(_file, places[i], block);
-    if (!written) return written;
+  while (_newCountPlaces.size() * perBlock < _space.clusters()) {
+    _newCountPlaces.push_back(_space.take() * _clusterSize);
   }
+  assert(_newCountPlaces.size() <= mostBlocks);
   return writeAt(_file, _newCountTable.first * _clusterSize,
-                 bigEndianTable(places, _newCountTable.count * _clusterSize));
+                 bigEndianTable(_newCountPlaces, _newCountTable.count * _clusterSize));
+}
+
+ArchiveResult<Done> Qcow2Rewriter::storeCounts(const CancelFlag& cancel) {
+  const std::uint64_t perBlock = _clusterSize / 2;
+  const std::uint64_t clusters = _space.clusters();
+  _newSpace = Qcow2Space(_clusterSize, clusters * _clusterSize);
+  for (std::uint64_t first = 0; first < clusters; first += countsAtOnce) {
+    const HostRange window{first, std::min(countsAtOnce, clusters - first)};
+    const ArchiveResult<std::vector<std::uint16_t>> counts = countReferences(window, cancel);
+    if (!counts) return counts.error();
+    for (std::uint64_t start = 0; start < window.count; start += perBlock) {
+      ByteBuffer block(_clusterSize);
+      const std::uint64_t end = std::min(window.count, start + perBlock);
+      for (std::uint64_t i = start; i < end; ++i) {
+        putBigEndian(block, (i - start) * 2, (*counts)[i]);
+        if ((*counts)[i] != 0) _newSpace.use(first + i);
+      }
+      ArchiveResult<Done> written = writeAt(_file, _newCountPlaces[(first + start) / perBlock], block);
+      if (!written) return written;
+    }
+  }
+  return Done{};
+}
+
+ArchiveResult<std::vector<std::uint16_t>> Qcow2Rewriter::countReferences(const HostRange& window,
+                                                                         const CancelFlag& cancel) const {
+  std::vector<std::uint16_t> counts(window.count);
+  const auto count = [&](const HostRange& hosts) {
+    const std::uint64_t end = std::min(hosts.first + hosts.count, window.first + window.count);
+    for (std::uint64_t i = std::max(hosts.first, window.first); i < end; ++i) {
+      // So many frames do not fit into a cluster.
+      if (++counts[i - window.first] == 0) return false;
+    }
+    return true;
+  };
+  count({0, 1});
+  count({_newL1Place / _clusterSize, divideUp(_l1.size() * 8, _clusterSize)});
+  count(_newCountTable);
+  for (const std::uint64_t place : _newCountPlaces) count({place / _clusterSize, 1});
+  const ArchiveResult<Done> counted = visitContent(cancel, count);
+  if (!counted) return counted.error();
+  return counts;
 }
 
 ArchiveResult<Done> Qcow2Rewriter::switchOver() {
@@ -266,7 +311,9 @@ ArchiveResult<Done> Qcow2Rewriter::switchOver() {
   putBigEndian(header, l1PlaceField, _newL1Place);
   putBigEndian(header, countTablePlaceField, _newCountTable.first * _clusterSize);
   putBigEndian(header, countTableClustersField, static_cast<std::uint32_t>(_newCountTable.count));
-  return storeHeader(header);
+  step = storeHeader(header);
+  if (step) _space = std::move(_newSpace);
+  return step;
 }
 
 ArchiveResult<Done> Qcow2Rewriter::confirmSwitch() {
@@ -296,18 +343,23 @@ bool Qcow2Rewriter::takesRoom(const Qcow2Space::Run& run) const {
   return data < start + static_cast<off_t>(run.count * _clusterSize);
 }
 
+bool Qcow2Rewriter::mayKeepShortRuns() const {
+  const std::uint64_t end = _space.usedEnd();
+  std::uint64_t kept = 0;
+  for (auto run = _space.nextUnused(0); run && run->first < end; run = _space.nextUnused(run->first + run->count)) {
+    if (isShort(*run, _clusterSize) && takesRoom(*run)) kept += run->count;
+  }
+  return kept <= end / shareThatMayStay;
+}
+
 void Qcow2Rewriter::punchUnused() {
   const std::uint64_t end = _space.usedEnd();
-  std::vector<Qcow2Space::Run> runs = _space.unusedRuns();
-  std::erase_if(runs, [&](const Qcow2Space::Run& run) { return run.first >= end || !takesRoom(run); });
-  const auto isSmall = [&](const Qcow2Space::Run& run) { return run.count * _clusterSize < smallestHole; };
-  std::uint64_t small = 0;
-  for (const Qcow2Space::Run& run : runs) small += isSmall(run) ? run.count : 0;
-  if (small <= end / shareThatMayStay) std::erase_if(runs, isSmall);
-  for (const Qcow2Space::Run& run : runs) {
+  const bool keepsShort = mayKeepShortRuns();
+  for (auto run = _space.nextUnused(0); run && run->first < end; run = _space.nextUnused(run->first + run->count)) {
+    if ((keepsShort && isShort(*run, _clusterSize)) || !takesRoom(*run)) continue;
     if (::fallocate(_file.fd.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE,
-                    static_cast<off_t>(run.first * _clusterSize),
-                    static_cast<off_t>(run.count * _clusterSize)) != 0) {
+                    static_cast<off_t>(run->first * _clusterSize),
+                    static_cast<off_t>(run->count * _clusterSize)) != 0) {
       break;
     }
   }

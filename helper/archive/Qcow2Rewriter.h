@@ -14,7 +14,9 @@ namespace zpk {
 //   open → put… → prepare → switchOver → giveBack      or, instead of switchOver: discard
 //
 // What is in use is taken from the image's own tables, not from its stored reference counts: a wrong count must not
-// cost a byte that somebody needs. One thread.
+// cost a byte that somebody needs. The tables are read one by one, once to find what is in use and again to count;
+// what is held of them is two bits for each cluster of the file, and 64 MiB while the references are counted. One
+// thread.
 class Qcow2Rewriter {
  public:
   // `file` is open for reading and writing, and nobody else has it open. Damaged when the image contradicts itself.
@@ -51,17 +53,25 @@ class Qcow2Rewriter {
         _clusterSize(clusterSize),
         _originalSize(fileSize),
         _space(clusterSize, fileSize),
+        _newSpace(clusterSize, 0),
         _table(clusterSize) {}
-  ArchiveResult<Done> readHeader();
-  ArchiveResult<Done> readTables();
-  ArchiveResult<Done> readCountPlaces();
-  ArchiveResult<Done> readEntries(std::uint64_t tablePlace);
-  ArchiveResult<std::vector<std::uint64_t>> readNumbers(std::uint64_t place, std::uint64_t count) const;
   struct HostRange {
     std::uint64_t first = 0;
     std::uint64_t count = 0;
   };
+  ArchiveResult<Done> readHeader();
+  ArchiveResult<Done> readCountPlaces();
+  ArchiveResult<std::vector<std::uint64_t>> readNumbers(std::uint64_t place, std::uint64_t count) const;
+  ArchiveResult<Done> findUsed();
+  // Tells `visit` all that the first table leads to: tables and clusters. What it answers with false is damage.
+  template <class Visit>
+  ArchiveResult<Done> visitContent(const CancelFlag& cancel, const Visit& visit) const;
+  template <class Visit>
+  ArchiveResult<Done> visitTable(std::uint64_t place, ByteBuffer& table, const Visit& visit) const;
   HostRange hostsOf(std::uint64_t entry) const;
+  // How often the new content refers to each cluster of that range.
+  ArchiveResult<std::vector<std::uint16_t>> countReferences(const HostRange& window,
+                                                            const CancelFlag& cancel) const;
   // Writes that follow each other in the file are gathered: one for every frame would cost more than its bytes.
   ArchiveResult<Done> put(std::uint64_t place, ByteSpan bytes);
   ArchiveResult<Done> writePending();
@@ -69,26 +79,30 @@ class Qcow2Rewriter {
   ArchiveResult<Done> loadTable(std::uint64_t index);
   ArchiveResult<Done> storeTable();
   ArchiveResult<Done> storeFirstTable();
-  ArchiveResult<Done> storeCounts();
+  ArchiveResult<Done> placeCounts();
+  ArchiveResult<Done> storeCounts(const CancelFlag& cancel);
   ArchiveResult<Done> storeHeader(ByteSpan header);
   bool takesRoom(const Qcow2Space::Run& run) const;
+  // Whether what the short runs take is little enough to be left to them.
+  bool mayKeepShortRuns() const;
   void punchUnused();
   ArchiveError damaged(const char* message, std::uint64_t place) const;
 
   OpenFile _file;
   std::uint64_t _clusterSize;
   std::uint64_t _originalSize;
-  Qcow2Space _space;
+  Qcow2Space _space;     // What the content refers to, old and new.
+  Qcow2Space _newSpace;  // The new one alone, once the references were counted.
   std::uint64_t _virtualSize = 0;
   unsigned _clusterBits = 0;
   bool _hasParent = false;
   std::uint64_t _l1Place = 0;
   std::vector<std::uint64_t> _l1;
   HostRange _countTable;
-  std::vector<std::uint64_t> _countBlocks;  // Host clusters.
   std::uint64_t _newL1Place = 0;
   HostRange _newCountTable;
-  std::optional<std::uint64_t> _tableIndex;  // Of the L2 table being changed.
+  std::vector<std::uint64_t> _newCountPlaces;  // Of the blocks of counts.
+  std::optional<std::uint64_t> _tableIndex;    // Of the L2 table being changed.
   ByteBuffer _table;
   std::uint64_t _pendingPlace = 0;
   ByteBuffer _pending;  // Put there, but not written yet; nothing reads it before `prepare` has written all.

@@ -1,90 +1,69 @@
 #include "helper/archive/Qcow2Space.h"
 
+#include <algorithm>
+#include <bit>
 #include <cassert>
-#include <utility>
+
+#include "helper/archive/BitWords.h"
 
 namespace zpk {
 namespace {
 
-// How many clusters for compressed ones are set aside at the end of the file at once.
+// How many clusters for compressed ones are set aside at once.
 constexpr std::uint64_t packedClusters = 64;
 
 }  // namespace
 
 bool Qcow2Space::use(std::uint64_t hostCluster, std::uint64_t count) {
-  assert(!_allocates);
-  if (hostCluster > _counts.size() || count > _counts.size() - hostCluster) return false;
-  for (std::uint64_t i = 0; i < count; ++i) {
-    if (_counts[hostCluster + i] == UINT16_MAX) return false;
-    ++_counts[hostCluster + i];
-  }
+  if (hostCluster > _clusters || count > _clusters - hostCluster) return false;
+  mark({hostCluster, count});
   return true;
 }
 
-void Qcow2Space::release(std::uint64_t hostCluster, std::uint64_t count) {
-  beginAllocation();
-  for (std::uint64_t i = 0; i < count && hostCluster + i < _counts.size(); ++i) {
-    if (_counts[hostCluster + i] > 0) --_counts[hostCluster + i];
-  }
+void Qcow2Space::mark(const Run& run) {
+  for (std::uint64_t i = run.first; i < run.first + run.count; ++i) setBit(_used, i);
 }
 
-void Qcow2Space::beginAllocation() {
-  if (_allocates) return;
-  _allocates = true;
-  _free = unusedRuns();
-}
-
-std::vector<Qcow2Space::Run> Qcow2Space::unusedRuns() const {
-  std::vector<Run> runs;
-  for (std::uint64_t i = 0; i < _counts.size(); ++i) {
-    if (_counts[i] != 0) continue;
-    if (!runs.empty() && runs.back().first + runs.back().count == i) {
-      ++runs.back().count;
-    } else {
-      runs.push_back({i, 1});
-    }
-  }
-  return runs;
+std::optional<Qcow2Space::Run> Qcow2Space::nextUnused(std::uint64_t from) const {
+  const std::uint64_t first = nextBit(_used, from, _clusters, false);
+  if (first >= _clusters) return std::nullopt;
+  return Run{first, nextBit(_used, first, _clusters, true) - first};
 }
 
 std::uint64_t Qcow2Space::usedEnd() const {
-  std::uint64_t end = _counts.size();
-  while (end > 0 && _counts[end - 1] == 0) --end;
-  return end;
+  std::size_t words = _used.size();
+  while (words > 0 && _used[words - 1] == 0) --words;
+  if (words == 0) return 0;
+  return words * bitsPerWord - static_cast<std::uint64_t>(std::countl_zero(_used[words - 1]));
 }
 
 std::uint64_t Qcow2Space::grow(std::uint64_t count) {
-  const std::uint64_t first = _counts.size();
-  _counts.resize(first + count);
+  const std::uint64_t first = _clusters;
+  _clusters += count;
+  _used.resize(divideUp(_clusters, bitsPerWord));
   return first;
 }
 
 std::uint64_t Qcow2Space::take(std::uint64_t count) {
-  beginAllocation();
-  std::uint64_t first = 0;
-  for (std::size_t i = _nextFree; i < _free.size() && first == 0; ++i) {
-    if (_free[i].count < count) continue;
-    first = _free[i].first;
-    _free[i].first += count;
-    _free[i].count -= count;
-  }
-  while (_nextFree < _free.size() && _free[_nextFree].count == 0) ++_nextFree;
-  if (first == 0) first = grow(count);
-  for (std::uint64_t i = 0; i < count; ++i) _counts[first + i] = 1;
+  std::optional<Run> run = nextUnused(_nextFree);
+  _nextFree = run ? run->first : _clusters;
+  while (run && run->count < count) run = nextUnused(run->first + run->count);
+  const std::uint64_t first = run ? run->first : grow(count);
+  mark({first, count});
   return first;
 }
 
 Qcow2Space::Run Qcow2Space::takeRun() {
-  while (_nextFree < _free.size()) {
-    const Run run = std::exchange(_free[_nextFree++], {});
-    if (run.count > 0) return run;
-  }
-  return {grow(packedClusters), packedClusters};
+  Run run = nextUnused(_nextFree).value_or(Run{_clusters, 0});
+  if (run.count == 0) run = {grow(packedClusters), packedClusters};
+  run.count = std::min(run.count, packedClusters);
+  mark(run);
+  _nextFree = run.first + run.count;
+  return run;
 }
 
 std::uint64_t Qcow2Space::takePacked(std::size_t bytes) {
   assert(bytes > 0 && bytes < _clusterSize);
-  beginAllocation();
   if (bytes > _packedEnd - _packedPlace) {
     const Run run = takeRun();
     // Where the new room goes on from the old one, a frame may lie across.
@@ -93,14 +72,14 @@ std::uint64_t Qcow2Space::takePacked(std::size_t bytes) {
   }
   const std::uint64_t place = _packedPlace;
   _packedPlace += bytes;
-  for (std::uint64_t i = place / _clusterSize; i <= (_packedPlace - 1) / _clusterSize; ++i) ++_counts[i];
   return place;
 }
 
 void Qcow2Space::endPacking() {
+  const std::uint64_t end = _packedEnd / _clusterSize;
   const std::uint64_t first = divideUp(_packedPlace, _clusterSize);
-  const std::uint64_t count = _packedEnd / _clusterSize - first;
-  if (count > 0) _free.push_back({first, count});
+  for (std::uint64_t i = first; i < end; ++i) clearBit(_used, i);
+  if (first < end) _nextFree = std::min(_nextFree, first);
   _packedPlace = _packedEnd = 0;
 }
 
