@@ -8,7 +8,7 @@
 namespace zpk {
 namespace {
 
-constexpr std::uint64_t largestTable = std::uint64_t{1} << 20U;
+constexpr std::uint64_t mostEntryBytes = std::uint64_t{1} << 20U;
 constexpr std::uint32_t smallestHeader = 92;
 constexpr std::uint32_t smallestEntry = 128;
 constexpr std::size_t nameUnits = 36;
@@ -105,7 +105,7 @@ class Parser {
     _count = littleEndianAt<std::uint32_t>(header, 80);
     _entrySize = littleEndianAt<std::uint32_t>(header, 84);
     if (size < smallestHeader || size > header.size() || _entrySize < smallestEntry || _count == 0 ||
-        _count * _entrySize > largestTable || _entriesPlace < 2 || _entriesPlace >= _sectors) {
+        _count * _entrySize > mostEntryBytes || _entriesPlace < 2 || _entriesPlace >= _sectors) {
       return noTable("The partition table contradicts itself");
     }
     putLittleEndian(header, 16, std::uint32_t{0});
