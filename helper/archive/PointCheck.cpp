@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "helper/archive/ChunkMap.h"
 #include "helper/archive/Qcow2Chain.h"
@@ -12,6 +13,7 @@ namespace zpk {
 namespace {
 
 constexpr std::uint64_t chunksEachReport = 64;
+constexpr std::uint64_t noChunk = UINT64_MAX;
 
 // The map of the same disk in the point that this one builds on; nothing when there is none that can be read.
 std::optional<ChunkMapReader> parentMapOf(const Archive& archive, const PointIndex& point, std::size_t disk) {
@@ -72,12 +74,22 @@ class ImageCheck {
 
   // What the image holds, and what it should hold.
   ArchiveResult<std::optional<std::uint64_t>> nextChunk(std::uint64_t from) {
-    const ArchiveResult<std::optional<std::uint64_t>> held = _image.nextPresent(from);
+    const ArchiveResult<std::optional<std::uint64_t>> held = nextHeld(from);
     const std::optional<std::uint64_t> wanted = nextWanted(from, held ? *held : std::nullopt);
     // A table that cannot be read hides what the image holds; what the map has there is then found to be lost.
     if (!held) return wanted;
     if (!*held || !wanted) return *held ? *held : wanted;
     return std::optional(std::min(**held, *wanted));
+  }
+
+  // Where much is lost, the next chunk that is there is far away; it is looked for once.
+  ArchiveResult<std::optional<std::uint64_t>> nextHeld(std::uint64_t from) {
+    if (!_held || *_held < from) {
+      const ArchiveResult<std::optional<std::uint64_t>> found = _image.nextPresent(from);
+      if (!found) return found;
+      _held = found->value_or(noChunk);
+    }
+    return *_held == noChunk ? std::optional<std::uint64_t>() : _held;
   }
 
   // The first chunk, before `limit`, that the image has to hold: all content, or what differs from the parent's.
@@ -99,21 +111,25 @@ class ImageCheck {
 
   bool isSound(std::uint64_t chunk, std::span<std::byte> content) {
     const ArchiveResult<std::optional<ChunkHash>> hash = _map.hashOf(chunk);
-    const ArchiveResult<ClusterKind> read = _image.read(chunk, content);
-    if (!hash || !read) return false;
-    // The parent's content would be taken for the point's.
-    if (*read == ClusterKind::Absent && !_image.backingFile().empty()) return false;
-    if (!*hash) return *read == ClusterKind::Zeros || isAllZero(content);
-    return *read != ClusterKind::Absent && hashOfChunk(content, _map.seed()) == **hash;
+    const ArchiveResult<ClusterKind> kind = _image.kindOf(chunk);
+    if (!hash || !kind) return false;
+    // With a parent, its content would be taken for the point's.
+    if (*kind == ClusterKind::Absent) return _image.backingFile().empty() && !*hash;
+    if (!_image.read(chunk, content)) return false;
+    if (!*hash) return *kind == ClusterKind::Zeros || isAllZero(content);
+    return hashOfChunk(content, _map.seed()) == **hash;
   }
 
-  void note(PointCheck& check, std::uint64_t chunk) const {
+  void note(PointCheck& check, std::uint64_t chunk) {
     const ByteRange range{chunk * _image.clusterSize(), (chunk + 1) * _image.clusterSize()};
-    if (!check.damaged.empty() && check.damaged.back().image == _path &&
-        check.damaged.back().range.end == range.start) {
+    const bool goesOn = std::exchange(_damageEnd, range.end) == range.start;
+    if (goesOn && check.furtherRanges > 0) return;
+    if (goesOn) {
       check.damaged.back().range.end = range.end;
-    } else {
+    } else if (check.damaged.size() < PointCheck::mostRanges) {
       check.damaged.push_back({_path, range});
+    } else {
+      ++check.furtherRanges;
     }
   }
 
@@ -121,6 +137,8 @@ class ImageCheck {
   Qcow2Reader _image;
   ChunkMapReader _map;
   std::optional<ChunkMapReader> _parentMap;
+  std::optional<std::uint64_t> _held;       // What was found the last time.
+  std::optional<std::uint64_t> _damageEnd;  // Of the last range of this image.
 };
 
 }  // namespace

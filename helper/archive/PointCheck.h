@@ -18,8 +18,12 @@ struct DamagedRange {
 };
 
 struct PointCheck {
+  // Nobody reads on, and of a lost drive there are millions.
+  static constexpr std::size_t mostRanges = 1000;
+
   std::uint64_t bytes = 0;            // What was read, before compression.
-  std::vector<DamagedRange> damaged;  // In the order of the disks; neighbouring ones are one.
+  std::vector<DamagedRange> damaged;  // In the order of the disks; neighbouring ones are one. The first ones.
+  std::uint64_t furtherRanges = 0;    // How many there are beside them.
 };
 
 using CheckProgress = std::function<void(std::uint64_t doneBytes)>;

@@ -59,7 +59,7 @@ std::string damageText(const PointCheck& check) {
   const DamagedRange& first = check.damaged.front();
   std::string text = first.image + ": bytes " + std::to_string(first.range.start) + " to " +
                      std::to_string(first.range.end - 1) + " of the disk";
-  const std::size_t more = check.damaged.size() - 1;
+  const std::uint64_t more = check.damaged.size() - 1 + check.furtherRanges;
   if (more > 0) text += ", and " + std::to_string(more) + (more == 1 ? " more range" : " more ranges");
   return text;
 }

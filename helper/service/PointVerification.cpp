@@ -71,6 +71,7 @@ class Verification {
       verdict.bytes = check->bytes;
       _done += check->bytes;
       for (const DamagedRange& range : check->damaged) add(verdict, range);
+      verdict.moreDamage += check->furtherRanges;
     } else {
       verdict.error = check.error().text();
     }
