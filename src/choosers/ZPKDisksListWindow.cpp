@@ -96,9 +96,10 @@ void ZPKDisksListWindow::updateAccessoryView() {
   if (_type != kRestoreType || !disk) {
     setNoFreeSpace(false);
     place(Accessory::absent);
-    return;
+    return setRestoreEffect(std::nullopt);
   }
   place(checkRestoreTarget(*disk));
+  setRestoreEffect(_noFreeSpace ? std::nullopt : zpk::restoreEffect(*disk, _disksList));
 }
 
 ZPKDisksListWindow::Accessory ZPKDisksListWindow::checkRestoreTarget(const ZPKDisk& disk) {
@@ -145,6 +146,13 @@ void ZPKDisksListWindow::place(Accessory accessory) {
   willChangeValueForKey("accessory");
   _accessoryPresent = present;
   didChangeValueForKey("accessory");
+}
+
+void ZPKDisksListWindow::setRestoreEffect(std::optional<RestoreEffect> effect) {
+  if (effect == _restoreEffect) return;
+  willChangeValueForKey("restoreEffect");
+  _restoreEffect = std::move(effect);
+  didChangeValueForKey("restoreEffect");
 }
 
 std::vector<std::string_view> ZPKDisksListWindow::keyPathsForValuesAffectingValueForKey(

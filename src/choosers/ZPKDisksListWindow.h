@@ -10,6 +10,7 @@
 #include "base/IndexSet.h"
 #include "base/Localization.h"
 #include "base/Observable.h"
+#include "choosers/RestoreEffect.h"
 #include "records/ZPKDisk.h"
 
 namespace zpk {
@@ -20,7 +21,7 @@ namespace zpk {
 //
 // Made and filled by the main window controller, which reads the choice back; the sheet's widgets bind to its keys:
 // "type", "disksList", "selectedDisksIndexes", "minRestoreSize", "backupPartsCount", "sliderValue", "noFreeSpace",
-// "sliderRange", "accessory", "errorDescription" and the computed "actionTitle", "actionEnabled",
+// "sliderRange", "accessory", "errorDescription", "restoreEffect" and the computed "actionTitle", "actionEnabled",
 // "restoreSizeText". Sizes are bytes. Main thread only.
 class ZPKDisksListWindow : public Observable {
  public:
@@ -63,6 +64,9 @@ class ZPKDisksListWindow : public Observable {
   // and size) otherwise.
   bool noFreeSpace() const { return _noFreeSpace; }
   const std::string& errorDescription() const { return _errorDescription; }
+  // What choosing the marked disk would do to it; nothing when it is not to be written, or has no room. Brought up
+  // to date with the accessory.
+  const std::optional<RestoreEffect>& restoreEffect() const { return _restoreEffect; }
   // Whether the accessory below the list is there at all.
   bool accessoryPresent() const { return _accessoryPresent; }
 
@@ -92,6 +96,7 @@ class ZPKDisksListWindow : public Observable {
   void offerSizes(std::uint64_t need, std::uint64_t have);
   void setNoFreeSpace(bool flag);
   void place(Accessory accessory);
+  void setRestoreEffect(std::optional<RestoreEffect> effect);
 
   const Localization& _localization;
   std::uint64_t _type = kSelectType;
@@ -105,6 +110,7 @@ class ZPKDisksListWindow : public Observable {
   bool _noFreeSpace = false;
   bool _accessoryPresent = false;
   std::string _errorDescription;
+  std::optional<RestoreEffect> _restoreEffect;
   std::function<void()> _okAction;
   std::function<void()> _cancelAction;
 };

@@ -212,6 +212,29 @@ TEST(DisksListWindowTexts, AreTranslatedWithBothSizesWhereverTheyStand) {
   EXPECT_EQ(window.errorDescription(), "3 GB da, 5 GB nötig; nur 3 GB.");
 }
 
+TEST_F(DisksListWindow, OnlyADiskThatWouldBeWrittenHasAnEffectOfARestore) {
+  show(ZPKDisksListWindow::kSelectType, {bootCamp, mac});
+  EXPECT_FALSE(window.restoreEffect());
+  show(ZPKDisksListWindow::kRestoreType, {bootCamp, mac}, 150 * kGB);
+  EXPECT_FALSE(window.restoreEffect()) << "there is no room on it";
+  window.setSelectedDisksIndexes({1});
+  EXPECT_EQ(window.restoreEffect(), restoreEffect(*mac, window.disksList()));
+  show(ZPKDisksListWindow::kRestoreType, {}, kGB);
+  EXPECT_FALSE(window.restoreEffect());
+}
+
+TEST_F(DisksListWindow, EffectIsAnnouncedOnceForEachDiskAndOnlyForTheOneThatIsMarked) {
+  show(ZPKDisksListWindow::kRestoreType, {mac, bootCamp, emptyDisk(4, "Small", 10 * kGB)}, 50 * kGB);
+  std::vector<std::optional<RestoreEffect>> announced;
+  const Token token = window.observe("restoreEffect", [&] { announced.push_back(window.restoreEffect()); });
+  window.setSelectedDisksIndexes({0});
+  EXPECT_TRUE(announced.empty()) << "nothing is new";
+  window.setSelectedDisksIndexes({1});
+  window.setSelectedDisksIndexes({2});
+  window.setSliderValue(60 * kGB);
+  EXPECT_EQ(announced, (std::vector{restoreEffect(*bootCamp, window.disksList()), std::optional<RestoreEffect>()}));
+}
+
 TEST_F(DisksListWindow, SelectionBeyondTheListIsNoDisk) {
   show(ZPKDisksListWindow::kRestoreType, {mac}, 1);
   window.setSelectedDisksIndexes({8});
