@@ -5,6 +5,8 @@
 
 #include "choosers/SizeSteps.h"
 #include "interface/DisplayText.h"
+#include "interface/Icons.h"
+#include "interface/RestoreEffectText.h"
 #include "interface/StaticTexts.h"
 #include "ui_DisksListSheet.h"
 
@@ -23,6 +25,7 @@ DisksListSheet::DisksListSheet(QWidget& window, std::shared_ptr<ZPKDisksListWind
   setCancelAction([chosen = _chooser] { chosen->performCancel(); });
   bindList();
   bindAccessory();
+  bindEffect();
   bindButtons();
 }
 
@@ -85,12 +88,34 @@ void DisksListSheet::bindAccessory() {
   connect(_ui->slider, &SizeSlider::sizeChosen, this, [this](quint64 size) { _chooser->setSliderValue(size); });
 }
 
-// Said by the list too: that is where the focus is while disks are tried.
+void DisksListSheet::bindEffect() {
+  const int side = fontMetrics().height();
+  _ui->restoreEffectSymbol->setPixmap(symbolIcon(Symbol::warning).pixmap(QSize(side, side), devicePixelRatioF()));
+  _bindings.bind(*_chooser, "restoreEffect", [this] { showEffect(); });
+}
+
+void DisksListSheet::showEffect() {
+  const auto& effect = _chooser->restoreEffect();
+  _effect = effect ? restoreEffectText(*effect, _localization) : QString();
+  _ui->restoreEffectLabel->setText(placedText(withBreaks(_effect), layoutDirection()));
+  _ui->restoreEffectSymbol->setVisible(effect && isDestructive(*effect));
+  _ui->restoreEffectView->setVisible(effect.has_value());
+  // Of the button as well: it is what does it.
+  _ui->actionButton->setAccessibleDescription(_effect);
+  remark();
+}
+
+// Said by the list: that is where the focus is while disks are tried, and a changed description is spoken.
+void DisksListSheet::remark() {
+  _ui->disksListContentView->setRemark(_chooser->noFreeSpace() ? displayText(_chooser->errorDescription())
+                                                               : _effect);
+}
+
 void DisksListSheet::showRefusal() {
   const QString why = displayText(_chooser->errorDescription());
   _ui->errorDescriptionLabel->setText(placedText(why, layoutDirection()));
   _ui->accessoryTabView->setCurrentIndex(_chooser->noFreeSpace() ? 1 : 0);
-  _ui->disksListContentView->setRemark(_chooser->noFreeSpace() ? why : QString());
+  remark();
 }
 
 void DisksListSheet::showSlider() {

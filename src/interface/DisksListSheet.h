@@ -17,7 +17,8 @@ class DisksListSheet;
 namespace zpk {
 
 // The widgets of the disk chooser, bound to its logic. The accessory below the list (size of the restored side, or
-// why the disk will not do) unfolds when there is something to say.
+// why the disk will not do) unfolds when there is something to say; above it a sentence says what a restore will do
+// to the marked disk.
 class DisksListSheet final : public Sheet {
  public:
   DisksListSheet(QWidget& window, std::shared_ptr<ZPKDisksListWindow> chooser, const Localization& localization,
@@ -30,11 +31,14 @@ class DisksListSheet final : public Sheet {
   void showType();
   void bindList();
   void bindAccessory();
+  void bindEffect();
   void bindButtons();
   void showDisks();
   void showSelection();
   void sendSelection();
   void showRefusal();
+  void showEffect();
+  void remark();
   void showSlider();
 
   std::shared_ptr<ZPKDisksListWindow> _chooser;
@@ -42,6 +46,7 @@ class DisksListSheet final : public Sheet {
   DisksModel _disks;
   std::unique_ptr<Ui::DisksListSheet> _ui;
   std::unique_ptr<Unfolding> _accessory;
+  QString _effect;  // What a restore onto the marked disk does, in words; empty when there is nothing to say.
   // The list is being told what is selected; it has nothing to say about it.
   bool _showing = false;
   Bindings _bindings;

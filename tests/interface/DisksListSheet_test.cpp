@@ -1,5 +1,6 @@
 #include "interface/DisksListSheet.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QAccessible>
@@ -191,7 +192,88 @@ TEST_F(DisksSheet, ListSaysWhyTheMarkedDiskWillNotDo) {
   openRestore({small, mac}, 50 * kGB);
   EXPECT_EQ(list().accessibleDescription(), "Not enough free space. Need: 50 GB, have: 10 GB.");
   clickRow(1);
+  EXPECT_EQ(list().accessibleDescription().toStdString(), text("restoreEffectLabel"));
+  EXPECT_THAT(text("restoreEffectLabel"), testing::StartsWith("A new Windows partition"));
+  clickRow(0);
+  EXPECT_EQ(list().accessibleDescription(), "Not enough free space. Need: 50 GB, have: 10 GB.");
+}
+
+TEST_F(DisksSheet, SaysBelowTheListWhatTheMarkedDiskIsInFor) {
+  openRestore({bootCamp, mac, emptyDisk(4, "Stick", 100 * kGB)}, 50 * kGB);
+  EXPECT_EQ(text("restoreEffectLabel"),
+            "“BOOTCAMP” (128 GB) on “Internal” will be replaced. The rest of the disk stays.");
+  EXPECT_TRUE(find<QLabel>("restoreEffectSymbol").isVisible());
+  clickRow(1);
+  EXPECT_EQ(text("restoreEffectLabel"),
+            "A new Windows partition is made in the free space of “Mac”. Nothing on it is erased.");
+  EXPECT_FALSE(find<QLabel>("restoreEffectSymbol").isVisible()) << "there is nothing to warn of";
+  clickRow(2);
+  EXPECT_EQ(text("restoreEffectLabel"), "Everything on “Stick” will be erased.");
+  EXPECT_TRUE(find<QLabel>("restoreEffectSymbol").isVisible());
+  EXPECT_EQ(find<QPushButton>("actionButton").accessibleDescription().toStdString(), text("restoreEffectLabel"));
+}
+
+TEST_F(DisksSheet, SaysNothingOfADiskThatIsNotWritten) {
+  openRestore({small, mac}, 50 * kGB);
+  EXPECT_FALSE(find<QWidget>("restoreEffectView").isVisible());
+  clickRow(1);
+  EXPECT_TRUE(find<QWidget>("restoreEffectView").isVisible());
+  chooser->setType(ZPKDisksListWindow::kSelectType);
+  chooser->setDisksList({bootCamp});
+  EXPECT_FALSE(find<QWidget>("restoreEffectView").isVisible());
   EXPECT_EQ(list().accessibleDescription(), "");
+  EXPECT_EQ(find<QPushButton>("actionButton").accessibleDescription(), "");
+}
+
+TEST_F(DisksSheet, EffectStandsBetweenTheListAndTheSizeAndTakesNoFocus) {
+  openRestore({mac}, 50 * kGB);
+  const QWidget& effect = find<QWidget>("restoreEffectView");
+  EXPECT_GE(effect.geometry().top(), list().geometry().bottom());
+  EXPECT_LE(effect.geometry().bottom(), accessory().geometry().top());
+  list().setFocus();
+  QTest::keyClick(&list(), Qt::Key_Tab);
+  EXPECT_TRUE(slider().hasFocus());
+}
+
+// A name of hundreds of letters, and one that is made to look like the sentence.
+TEST_F(DisksSheet, EffectOfADiskWithAnOddNameCanStillBeRead) {
+  const auto named = [](const std::string& name) { return emptyDisk(4, name, 100 * kGB); };
+  openRestore({named(std::string(100'000, 'W')), named("DISK\n<b>NAME</b>\u202E"), named(""),
+               with(*named(""), [](RLDDisk::Fields& fields) { fields.bsdName = "sdb"; })},
+              50 * kGB);
+  const QLabel& label = find<QLabel>("restoreEffectLabel");
+  EXPECT_LE(label.text().size(), 110);
+  EXPECT_THAT(text("restoreEffectLabel"), testing::EndsWith("…” will be erased.")) << "the end is what matters";
+  EXPECT_LE(label.geometry().right(), sheet->width());
+  EXPECT_GE(label.height(), label.heightForWidth(label.width()));
+  clickRow(1);
+  EXPECT_EQ(text("restoreEffectLabel"), "Everything on “DISK␊<b>NAME</b>␦” will be erased.");
+  clickRow(2);
+  EXPECT_EQ(text("restoreEffectLabel"), "Everything on “Disk without a name” will be erased.");
+  QTest::keyClick(&list(), Qt::Key_Down);
+  EXPECT_EQ(text("restoreEffectLabel"), "Everything on “sdb” will be erased.");
+}
+
+TEST_F(DisksSheet, TwoDisksOfOneNameAreToldApart) {
+  const auto device = [](const char* name) {
+    return with(*bootCampDisk(1, "SSD 870"), [name](RLDDisk::Fields& fields) { fields.bsdName = name; });
+  };
+  openRestore({device("sda"), device("sdb")}, 50 * kGB);
+  clickRow(1);
+  EXPECT_EQ(text("restoreEffectLabel"),
+            "“BOOTCAMP” (128 GB) on “SSD 870” (sdb) will be replaced. The rest of the disk stays.");
+}
+
+TEST_F(DisksSheet, WindowsPartitionWithoutANameIsCalledThat) {
+  openRestore({with(*bootCamp,
+                    [](RLDDisk::Fields& fields) {
+                      RLDPartition::Fields windows = fields.partitions->back()->fields();
+                      windows.name.reset();
+                      fields.partitions->back() = std::make_shared<const RLDPartition>(std::move(windows));
+                    })},
+              50 * kGB);
+  EXPECT_EQ(text("restoreEffectLabel"),
+            "The Windows partition (128 GB) on “Internal” will be replaced. The rest of the disk stays.");
 }
 
 TEST_F(DisksSheet, OnlyAnEmptyListSaysThatItIs) {
@@ -215,6 +297,7 @@ TEST_F(DisksSheet, WordsBelowTheListStandOnTheSideOfTheLanguage) {
   QGuiApplication::setLayoutDirection(Qt::RightToLeft);
   openRestore({mac, small}, 50 * kGB);
   EXPECT_TRUE(find<QLabel>("restoreSizeLabel").text().isRightToLeft());
+  EXPECT_TRUE(find<QLabel>("restoreEffectLabel").text().isRightToLeft());
   clickRow(1);
   EXPECT_TRUE(find<QLabel>("errorDescriptionLabel").text().isRightToLeft());
   sheet.reset();

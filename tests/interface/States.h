@@ -155,6 +155,26 @@ inline constexpr WindowState kWindowStates[] = {
        world.controller->restore();
        selectRow(world, "disksListContentView", 1);
      }},
+    {"restore-target-replaced",
+     [](InterfaceWorld& world) {
+       Dictionary status = readyStatus();
+       statuskey::disks.set(status, {bootCampDisk(1, "APPLE SSD SM0256G"),
+                                     macDisk(2, "External Disk", 500'000'000'000, 300'000'000'000)});
+       world.show(status);
+       world.controller->setSelectedArcItemsIndexes({1});
+       world.controller->restore();
+     }},
+    {"restore-target-erased",
+     [](InterfaceWorld& world) {
+       Dictionary status = readyStatus();
+       const std::string longName = "Portable Drive of the Workshop on the Second Floor, for Films and Backups";
+       statuskey::disks.set(status,
+                            {bootCampDisk(1, "APPLE SSD SM0256G"), emptyDisk(4, longName, 500'000'000'000)});
+       world.show(status);
+       world.controller->setSelectedArcItemsIndexes({1});
+       world.controller->restore();
+       selectRow(world, "disksListContentView", 1);
+     }},
     {"restore-target-too-small",
      [](InterfaceWorld& world) {
        Dictionary status = readyStatus();

@@ -136,6 +136,10 @@
         <translation>Ein vollständiger Sicherungspunkt enthält alles, ein Zuwachs nur die Änderungen.</translation>
     </message>
     <message>
+        <source>A new Windows partition is made in the free space of DISK. Nothing on it is erased.</source>
+        <translation>Im freien Platz von DISK wird eine neue Windows-Partition angelegt. Nichts darauf wird gelöscht.</translation>
+    </message>
+    <message>
         <source>A pinned backup point is never merged away.</source>
         <translation>Ein angehefteter Sicherungspunkt geht nie in einem anderen auf.</translation>
     </message>
@@ -446,6 +450,10 @@ OLDER</translation>
     <message>
         <source>Everything else in it is open.</source>
         <translation>Alles Übrige darin ist geöffnet.</translation>
+    </message>
+    <message>
+        <source>Everything on DISK will be erased.</source>
+        <translation>Alles auf DISK wird gelöscht.</translation>
     </message>
     <message>
         <source>ExtFS 2</source>
@@ -864,6 +872,10 @@ OLDER</translation>
         <translation>Das Statussymbol ist nicht installiert.</translation>
     </message>
     <message>
+        <source>The Windows partition (SIZE) on DISK will be replaced. The rest of the disk stays.</source>
+        <translation>Die Windows-Partition (SIZE) auf DISK wird ersetzt. Der Rest des Datenträgers bleibt erhalten.</translation>
+    </message>
+    <message>
         <source>There is nothing to do.</source>
         <translation>Es ist nichts zu tun.</translation>
     </message>
@@ -992,12 +1004,24 @@ OLDER</translation>
         <translation>eingehängt unter</translation>
     </message>
     <message>
+        <source>“NAME”</source>
+        <translation>„NAME“</translation>
+    </message>
+    <message>
+        <source>“NAME” (DEVICE)</source>
+        <translation>„NAME“ (DEVICE)</translation>
+    </message>
+    <message>
         <source>“NAME” holds backup points of another disk. Backing up adds a backup point of the disk that you have chosen to it. The backup points of the other disk stay as they are.
 
 To keep the two apart, cancel and choose another location.</source>
         <translation>„NAME“ enthält Sicherungspunkte eines anderen Datenträgers. Beim Sichern kommt ein Sicherungspunkt des gewählten Datenträgers hinzu. Die Sicherungspunkte des anderen bleiben, wie sie sind.
 
 Um beide getrennt zu halten, brechen Sie ab und wählen Sie einen anderen Speicherort.</translation>
+    </message>
+    <message>
+        <source>“PARTITION” (SIZE) on DISK will be replaced. The rest of the disk stays.</source>
+        <translation>„PARTITION“ (SIZE) auf DISK wird ersetzt. Der Rest des Datenträgers bleibt erhalten.</translation>
     </message>
 </context>
 </TS>

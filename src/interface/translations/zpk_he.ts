@@ -136,6 +136,10 @@
         <translation>נקודת גיבוי מלאה מכילה הכול, תוספת מכילה רק את מה שהשתנה.</translation>
     </message>
     <message>
+        <source>A new Windows partition is made in the free space of DISK. Nothing on it is erased.</source>
+        <translation>מחיצת Windows חדשה תיווצר במקום הפנוי של הדיסק DISK. שום דבר בדיסק לא יימחק.</translation>
+    </message>
+    <message>
         <source>A pinned backup point is never merged away.</source>
         <translation>נקודת גיבוי מוצמדת לעולם אינה נבלעת במיזוג.</translation>
     </message>
@@ -446,6 +450,10 @@ OLDER</translation>
     <message>
         <source>Everything else in it is open.</source>
         <translation>כל שאר תוכנה פתוח.</translation>
+    </message>
+    <message>
+        <source>Everything on DISK will be erased.</source>
+        <translation>כל מה שבדיסק DISK יימחק.</translation>
     </message>
     <message>
         <source>ExtFS 2</source>
@@ -864,6 +872,10 @@ OLDER</translation>
         <translation>סמל המצב אינו מותקן.</translation>
     </message>
     <message>
+        <source>The Windows partition (SIZE) on DISK will be replaced. The rest of the disk stays.</source>
+        <translation>מחיצת Windows (SIZE) בדיסק DISK תוחלף. שאר הדיסק יישאר כפי שהוא.</translation>
+    </message>
+    <message>
         <source>There is nothing to do.</source>
         <translation>אין מה לעשות.</translation>
     </message>
@@ -992,12 +1004,24 @@ OLDER</translation>
         <translation>מחובר ב־</translation>
     </message>
     <message>
+        <source>“NAME”</source>
+        <translation>”NAME“</translation>
+    </message>
+    <message>
+        <source>“NAME” (DEVICE)</source>
+        <translation>”NAME“ (DEVICE)</translation>
+    </message>
+    <message>
         <source>“NAME” holds backup points of another disk. Backing up adds a backup point of the disk that you have chosen to it. The backup points of the other disk stay as they are.
 
 To keep the two apart, cancel and choose another location.</source>
         <translation>”NAME“ מכיל נקודות גיבוי של דיסק אחר. הגיבוי יוסיף אליו נקודת גיבוי של הדיסק שבחרתם. נקודות הגיבוי של הדיסק האחר יישארו כפי שהן.
 
 כדי להפריד בין השניים, בטלו ובחרו מיקום אחר.</translation>
+    </message>
+    <message>
+        <source>“PARTITION” (SIZE) on DISK will be replaced. The rest of the disk stays.</source>
+        <translation>המחיצה ”PARTITION“ (SIZE) בדיסק DISK תוחלף. שאר הדיסק יישאר כפי שהוא.</translation>
     </message>
 </context>
 </TS>
