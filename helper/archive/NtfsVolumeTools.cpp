@@ -62,12 +62,12 @@ ArchiveResult<std::uint64_t> leastVolumeSize(const std::string& device, const Ca
     if (said.find("is full") != std::string::npos) {
       if (const auto size = numberBehind(said, "Current volume size: ")) return *size;
     }
-    return ArchiveError{ArchiveFault::Refused,
-                        "The volume of this backup point cannot be given another size (" + complaintOf(*result) +
-                            "). Restore it to a partition of its own size",
-                        {},
-                        0,
-                        0};
+    return ArchiveError{
+        ArchiveFault::Refused,
+        "The volume of this backup point cannot be given another size (" + complaintOf(*result) + ")",
+        {},
+        0,
+        0};
   }
   if (const auto size = numberBehind(result->output, "You might resize at ")) return *size;
   return ArchiveError{ArchiveFault::ToolFailed, "The smallest size of the volume could not be found out", device, 0,

@@ -9,6 +9,9 @@ namespace {
 
 // New partitions begin and end on whole mebibytes, and the table's copies keep the first and the last.
 constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20U;
+// What is larger than this is no size of a disk; the sizes of as many partitions as a point can have stay
+// countable.
+constexpr std::uint64_t largestDisk = std::uint64_t{1} << 53U;
 
 ArchiveError refused(std::string message) {
   return {ArchiveFault::Refused, std::move(message), {}, 0, 0};
@@ -22,10 +25,9 @@ ByteRange rangeOf(const StoredPartition& partition) {
   return {partition.start, partition.start + partition.size};
 }
 
-// What the volume needs wherever it goes. Only one whose file system the tools know can be made smaller.
-std::uint64_t leastSize(const StoredPartition& windows) {
-  if (windows.content != PartitionContent::UsedClusters) return windows.size;
-  return std::min(windows.minSize, windows.size);
+// Down: of a room never more than it is.
+std::string wholeMegabytes(std::uint64_t bytes) {
+  return std::to_string(bytes / 1'000'000);
 }
 
 ByteRange wholeMebibytes(ByteRange range) {
@@ -63,6 +65,7 @@ class Planner {
 
   ArchiveResult<RestorePlan> run(std::uint64_t wantedSize) {
     ArchiveResult<Done> step = findWindows();
+    if (step) step = checkSizes();
     if (step) step = checkSectors();
     if (step) step = place(wantedSize);
     if (!step) return step.error();
@@ -77,6 +80,14 @@ class Planner {
     if (found == _stored.partitions.end()) return refused("The backup point holds no Windows partition");
     _windows = static_cast<std::size_t>(found - _stored.partitions.begin());
     return Done{};
+  }
+
+  ArchiveResult<Done> checkSizes() const {
+    const auto isSensible = [this](const StoredPartition& partition) {
+      return partition.size <= _stored.size && partition.start <= _stored.size - partition.size;
+    };
+    if (_stored.size <= largestDisk && std::ranges::all_of(_stored.partitions, isSensible)) return Done{};
+    return damagedError("The backup point describes a partition that its disk cannot have had", {});
   }
 
   ArchiveResult<Done> checkSectors() const {
@@ -101,7 +112,7 @@ class Planner {
   ArchiveResult<Done> placeInPartition() {
     const auto found = std::ranges::find(_target.partitions, gpttype::microsoftBasicData, &TargetPartition::type);
     if (found == _target.partitions.end()) return refused("The disk has no Windows partition");
-    if (found->size < leastSize(windows())) return tooSmall(found->size, leastSize(windows()));
+    if (found->size < leastRoomFor(windows())) return tooSmall(found->size, leastRoomFor(windows()));
     for (std::size_t i = 0; i < _stored.partitions.size(); ++i) {
       if (i == _windows || _stored.partitions[i].content == PartitionContent::NotStored) continue;
       _plan.remarks.push_back("Partition " + std::to_string(_stored.partitions[i].number) +
@@ -114,32 +125,68 @@ class Planner {
 
   ArchiveResult<Done> placeInFreeSpace(std::uint64_t wantedSize) {
     const ByteRange stretch = largestFreeStretch(_target);
+    const std::uint64_t least = leastRoomFor(windows());
+    if (stretch.size() < roundUp(least, mebibyte)) return tooSmall(stretch.size(), roundUp(least, mebibyte));
     if (wantedSize > stretch.size()) {
       return refused("The disk has a free stretch of " + megabytesText(stretch.size()) +
                      ", which is less than the chosen size of " + megabytesText(wantedSize));
     }
+    if (wantedSize < least) {
+      return refused("The Windows partition of this backup point needs " + megabytesText(least) + ", and " +
+                     wholeMegabytes(wantedSize) + " MB were chosen for it");
+    }
+    leaveOutBeyond(stretch.size() - roundUp(least, mebibyte));
     // Up: the least size that a volume can have is one that may be chosen.
-    return layOut({stretch.start, stretch.start + roundUp(wantedSize, mebibyte)});
+    const std::uint64_t wanted = roundUp(wantedSize, mebibyte);
+    const std::uint64_t given = std::min(wanted, stretch.size() - sizeOfOthers());
+    if (given < wanted) {
+      _plan.remarks.push_back(
+          "The Windows partition gets " + megabytesText(given) + " and not the " + megabytesText(wantedSize) +
+          " that were chosen: the free space takes the other partitions of the backup point too");
+    }
+    layOut(stretch.start, given);
+    return Done{};
   }
 
   ArchiveResult<Done> placeOnWholeDisk() {
     ByteRange room = usableRange(_target);
+    const std::uint64_t least = roundUp(leastRoomFor(windows()), mebibyte);
     const auto efi = std::ranges::find(_stored.partitions, gpttype::efiSystem, &StoredPartition::typeGuid);
-    if (efi != _stored.partitions.end()) {
-      const std::uint64_t size = roundUp(efi->size, mebibyte);
-      if (size > room.size()) return tooSmall(room.size(), size + neededWithOthers());
-      _plan.entries.push_back({{room.start, room.start + size}, gpttype::efiSystem, {}});
-      room.start += size;
+    const std::uint64_t efiSize = efi == _stored.partitions.end() ? 0 : roundUp(efi->size, mebibyte);
+    // The table's copies take the first and the last mebibyte.
+    if (room.size() < efiSize + least) return tooSmall(_target.size, efiSize + least + 2 * mebibyte);
+    if (efiSize > 0) {
+      _plan.entries.push_back({{room.start, room.start + efiSize}, gpttype::efiSystem, {}});
+      room.start += efiSize;
     }
-    return layOut(room);
+    leaveOutBeyond(room.size() - least);
+    layOut(room.start, room.size() - sizeOfOthers());
+    return Done{};
   }
 
-  // Whether the partition at that place of the stored disk gets one of its own in a new layout.
-  bool takesPart(std::size_t index) const {
-    const StoredPartition& partition = _stored.partitions[index];
-    if (index == _windows) return true;
-    return partition.content != PartitionContent::NotStored && !targetKeepsOneLike(partition);
+  enum class Part { taken, ofAKindThatIsThere, withoutRoom };
+
+  // What becomes of the stored partitions beside Windows in a new layout. Where there is no room for all of them,
+  // the largest go first: Windows starts and runs without them.
+  void leaveOutBeyond(std::uint64_t room) {
+    _parts.assign(_stored.partitions.size(), Part::taken);
+    for (std::size_t i = 0; i < _parts.size(); ++i) {
+      if (isOther(i) && targetKeepsOneLike(_stored.partitions[i])) _parts[i] = Part::ofAKindThatIsThere;
+    }
+    while (sizeOfOthers() > room) {
+      std::size_t largest = _windows;
+      for (std::size_t i = 0; i < _parts.size(); ++i) {
+        if (!isTakenOther(i)) continue;
+        if (largest == _windows || _stored.partitions[i].size > _stored.partitions[largest].size) largest = i;
+      }
+      _parts[largest] = Part::withoutRoom;
+    }
   }
+
+  bool isOther(std::size_t index) const {
+    return index != _windows && _stored.partitions[index].content != PartitionContent::NotStored;
+  }
+  bool isTakenOther(std::size_t index) const { return isOther(index) && _parts[index] == Part::taken; }
 
   bool targetKeepsOneLike(const StoredPartition& partition) const {
     return _plan.use == TargetUse::FreeSpace &&
@@ -149,33 +196,31 @@ class Planner {
 
   std::uint64_t sizeOfOthers() const {
     std::uint64_t size = 0;
-    for (std::size_t i = 0; i < _stored.partitions.size(); ++i) {
-      if (i != _windows && takesPart(i)) size += roundUp(_stored.partitions[i].size, mebibyte);
+    for (std::size_t i = 0; i < _parts.size(); ++i) {
+      if (isTakenOther(i)) size += roundUp(_stored.partitions[i].size, mebibyte);
     }
     return size;
   }
-  std::uint64_t neededWithOthers() const { return sizeOfOthers() + roundUp(leastSize(windows()), mebibyte); }
 
-  // All stored partitions in their order; the Windows volume gets what the others leave of the room.
-  ArchiveResult<Done> layOut(ByteRange room) {
-    if (room.size() < neededWithOthers()) return tooSmall(room.size(), neededWithOthers());
-    const std::uint64_t windowsSize = room.size() - sizeOfOthers();
-    std::uint64_t next = room.start;
+  // The stored partitions that are taken, in their order and one behind the other.
+  void layOut(std::uint64_t start, std::uint64_t windowsSize) {
+    std::uint64_t next = start;
     for (std::size_t i = 0; i < _stored.partitions.size(); ++i) {
       const StoredPartition& partition = _stored.partitions[i];
-      if (!takesPart(i)) {
-        if (partition.content != PartitionContent::NotStored) {
-          _plan.remarks.push_back("Partition " + std::to_string(partition.number) +
-                                  " of the backup point is not restored: the disk has one of its kind");
-        }
-        continue;
-      }
+      if (isOther(i) && _parts[i] != Part::taken) remarkOnLeftOut(i);
+      if (i != _windows && !isTakenOther(i)) continue;
       const std::uint64_t size = i == _windows ? windowsSize : roundUp(partition.size, mebibyte);
       addMove(i, {next, next + size});
       _plan.entries.push_back({{next, next + size}, partition.typeGuid, i});
       next += size;
     }
-    return Done{};
+  }
+
+  void remarkOnLeftOut(std::size_t index) {
+    _plan.remarks.push_back("Partition " + std::to_string(_stored.partitions[index].number) +
+                            " of the backup point is not restored: " +
+                            (_parts[index] == Part::withoutRoom ? "there is no room for it beside Windows"
+                                                                : "the disk has one of its kind"));
   }
 
   void addMove(std::size_t index, ByteRange place) {
@@ -185,16 +230,22 @@ class Planner {
 
   static ArchiveError tooSmall(std::uint64_t have, std::uint64_t need) {
     return refused("The backup point needs " + megabytesText(need) + " on the disk and there are " +
-                   std::to_string(have / 1'000'000) + " MB for it");
+                   wholeMegabytes(have) + " MB for it");
   }
 
   const StoredDisk& _stored;
   const TargetLayout& _target;
   RestorePlan _plan;
   std::size_t _windows = 0;
+  std::vector<Part> _parts;  // One each of the stored partitions, once a new layout is made.
 };
 
 }  // namespace
+
+std::uint64_t leastRoomFor(const StoredPartition& partition) {
+  const bool canBeSmaller = partition.content == PartitionContent::UsedClusters && partition.isResizable;
+  return canBeSmaller ? std::min(partition.minSize, partition.size) : partition.size;
+}
 
 ArchiveResult<RestorePlan> planRestore(const StoredDisk& stored, const TargetLayout& target, TargetUse use,
                                        std::uint64_t wantedSize) {

@@ -63,16 +63,23 @@ struct RestorePlan {
 // Where a backup point's disk goes on a target, or why it cannot go there (Refused, with a sentence for people).
 //
 //   WindowsPartition  the Windows volume alone; it gets the size of the partition, `wantedSize` does not count
-//   FreeSpace         all stored partitions; `wantedSize` is for all of them together, the Windows volume gets what
-//                     the others leave. A partition of a kind that the disk has already is not restored again: the
-//                     disk's layout would not be recognised any more
+//   FreeSpace         all stored partitions; the Windows volume gets `wantedSize`, or what the others leave of the
+//                     stretch when that is less. A partition of a kind that the disk has already is not restored
+//                     again: the disk's layout would not be recognised any more
 //   WholeDisk         a new table with an EFI partition, when the stored disk had one, and all stored partitions;
 //                     the Windows volume gets what the others leave, `wantedSize` does not count
+//
+// Where Windows has room, but not all of the others beside it, some of those are left out, the largest first. So
+// any size from leastRoomFor() the Windows volume to the whole stretch can be had.
 //
 // New partitions begin and end on whole mebibytes. Whether the volume can really be made as small as it must be is
 // known only to who looks into it; what is checked here is what the point's index tells.
 ArchiveResult<RestorePlan> planRestore(const StoredDisk& stored, const TargetLayout& target, TargetUse use,
                                        std::uint64_t wantedSize);
+
+// The least room that a stored partition can be given, wherever it goes: only a volume whose file system the tools
+// know, and which was put down in order, can be made smaller than it was.
+std::uint64_t leastRoomFor(const StoredPartition& partition);
 
 // "1,234 MB", rounded up: of a need never less than it is.
 std::string megabytesText(std::uint64_t bytes);

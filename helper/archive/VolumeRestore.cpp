@@ -54,17 +54,28 @@ ArchiveResult<Done> VolumeRestore::examineVolume() {
     if (!used) return used.error();
     ArchiveResult<Done> step = _layout.addClusters(_move.source.start, _geometry->clusterSize, std::move(*used));
     if (step && _isResized) step = checkLeastSize(device);
-    return step;
+    if (step || step.error().fault != ArchiveFault::Refused || _move.place.size() < _move.source.size())
+      return step;
+    // It fits as it is. Windows can make it larger once it has put it in order.
+    _isResized = false;
+    _keepsSize = true;
+    return Done{};
   });
 }
 
 ArchiveResult<Done> VolumeRestore::checkLeastSize(const std::string& device) {
   const ArchiveResult<std::uint64_t> least = leastVolumeSize(device, _surroundings.cancel);
+  if (!least && least.error().fault == ArchiveFault::Refused) {
+    ArchiveError error = least.error();
+    error.message += "; it needs " + megabytesText(_move.source.size());
+    return error;
+  }
   if (!least) return least.error();
   // One cluster more: the copy of the boot sector takes part of the last one.
-  if (*least + _geometry->clusterSize <= _move.place.size()) return Done{};
+  const std::uint64_t need = *least + _geometry->clusterSize;
+  if (need <= _move.place.size()) return Done{};
   return ArchiveError{ArchiveFault::Refused,
-                      "The Windows volume of this backup point can be made as small as " + megabytesText(*least) +
+                      "The Windows volume of this backup point can be made as small as " + megabytesText(need) +
                           " and would have " + std::to_string(_move.place.size() / 1'000'000) + " MB",
                       {},
                       0,

@@ -1,5 +1,6 @@
 #include "helper/service/ArchiveRecords.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "records/RLDArcDisk.h"
@@ -69,7 +70,7 @@ std::shared_ptr<const RLDPartition> partitionRecord(const StoredPartition& store
   fields.diskNumber = disk.number;
   fields.sectorSize = disk.sectorSize;
   fields.partSize = stored.size;
-  fields.partMinSize = stored.minSize;
+  fields.partMinSize = leastRoomFor(stored);
   fields.partMaxSize = stored.maxSize;
   fields.partUsedSize = stored.usedSize;
   fields.partStart = stored.start;
@@ -83,29 +84,10 @@ std::shared_ptr<const RLDPartition> partitionRecord(const StoredPartition& store
   return std::make_shared<const RLDArcPartition>(std::move(fields), indexPath);
 }
 
-std::shared_ptr<const RLDArcDisk> diskRecord(const StoredDisk& stored, const std::string& indexPath) {
-  RecordList<RLDPartition> partitions;
-  for (const StoredPartition& partition : stored.partitions) {
-    if (partition.content == PartitionContent::NotStored) continue;
-    partitions.push_back(partitionRecord(partition, stored, indexPath));
-  }
-  RLDDisk::Fields fields;
-  fields.diskNumber = stored.number;
-  fields.sectorSize = stored.sectorSize;
-  fields.diskSize = stored.size;
-  fields.diskMinSize = stored.minSize;
-  fields.name = textOrNothing(stored.name);
-  fields.gptID = TMBGUID::GUIDWithBytes(stored.gptId);
-  fields.partitions = std::move(partitions);
-  fields.partitioningSchemes = stored.partitioningSchemes;
-  fields.bsdName = textOrNothing(stored.bsdName);
-  return std::make_shared<const RLDArcDisk>(std::move(fields), indexPath);
-}
-
 std::shared_ptr<const RLDArchiveItem> itemRecord(const PointIndex& point, std::size_t index,
                                                  const std::string& indexPath) {
   RecordList<RLDArcDisk> disks;
-  for (const StoredDisk& disk : point.disks) disks.push_back(diskRecord(disk, indexPath));
+  for (const StoredDisk& disk : point.disks) disks.push_back(storedDiskRecord(disk, indexPath));
   RLDArchiveItem::Fields fields;
   fields.isPinned = point.isPinned;
   fields.arcIndex = static_cast<std::uint32_t>(index);
@@ -132,6 +114,29 @@ PointHealth healthOf(const PointIndex& point, const std::string& indexPath) {
 }
 
 }  // namespace
+
+std::shared_ptr<const RLDArcDisk> storedDiskRecord(const StoredDisk& stored, const std::string& indexPath) {
+  RecordList<RLDPartition> partitions;
+  for (const StoredPartition& partition : stored.partitions) {
+    if (partition.content == PartitionContent::NotStored) continue;
+    partitions.push_back(partitionRecord(partition, stored, indexPath));
+  }
+  const auto isBesideWindows = [](const auto& partition) {
+    return gptTypeOf(partition->gptTypeGUID()) != TMBGPTType::MicrosoftBasicData;
+  };
+  std::ranges::stable_partition(partitions, isBesideWindows);
+  RLDDisk::Fields fields;
+  fields.diskNumber = stored.number;
+  fields.sectorSize = stored.sectorSize;
+  fields.diskSize = stored.size;
+  fields.diskMinSize = stored.minSize;
+  fields.name = textOrNothing(stored.name);
+  fields.gptID = TMBGUID::GUIDWithBytes(stored.gptId);
+  fields.partitions = std::move(partitions);
+  fields.partitioningSchemes = stored.partitioningSchemes;
+  fields.bsdName = textOrNothing(stored.bsdName);
+  return std::make_shared<const RLDArcDisk>(std::move(fields), indexPath);
+}
 
 PresentArchive presentArchive(const Archive& archive) {
   RecordList<RLDArchiveItem> items;

@@ -201,7 +201,8 @@ std::optional<NtfsFigures> readNtfsFigures(const DiskReader& disk, std::uint64_t
   NtfsFigures figures;
   figures.volumeSize = geometry->clusters * geometry->clusterSize;
   figures.usedSize = *used * geometry->clusterSize;
-  figures.minimumSize = std::min(size, (*used + 1) * geometry->clusterSize);
+  // A cluster more than what the tools would shrink the volume to: they count none for the copy of the boot sector.
+  figures.minimumSize = std::min(size, (*used + 2) * geometry->clusterSize);
   figures.isDirty = *dirty;
   return figures;
 }

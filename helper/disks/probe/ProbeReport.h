@@ -41,7 +41,7 @@ struct TableReport {
 struct NtfsFigures {
   std::uint64_t volumeSize = 0;
   std::uint64_t usedSize = 0;
-  std::uint64_t minimumSize = 0;  // The least that a shrunken volume can have.
+  std::uint64_t minimumSize = 0;  // Of a partition for it: shrunken, and the boot sector's copy behind it.
   bool isDirty = false;           // Windows did not finish with the volume, or wants to check it.
 };
 

@@ -44,6 +44,7 @@ StoredDisk storedDisk() {
       storedAt(4, 41 * gib, 500 * mib + 512, recoveryType, PartitionContent::UsedClusters),
   };
   disk.partitions[2].minSize = 10 * gib;
+  disk.partitions[2].isResizable = true;
   return disk;
 }
 
@@ -102,18 +103,25 @@ TEST(RestorePlan, ADiskWithoutWindowsPartitionHasNoneToReplace) {
               "The disk has no Windows partition");
 }
 
-TEST(RestorePlan, InFreeSpaceTheChosenSizeIsForAllPartitionsTogether) {
+// The Mac disk's free space begins here, and this is all of it: the last mebibyte is kept for the table's copy.
+constexpr std::uint64_t freeStart = 201 * mib + 20 * gib;
+constexpr std::uint64_t freeSize = 100 * gib - mib - freeStart;
+constexpr std::uint64_t reservedSize = 16 * mib;
+constexpr std::uint64_t recoverySize = 501 * mib;  // 500 and a sector.
+
+TEST(RestorePlan, InFreeSpaceTheChosenSizeIsThatOfTheWindowsPartition) {
   const auto plan = planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 30 * gib + 12345);
   ASSERT_TRUE(plan.hasValue()) << plan.error().message;
-  const std::uint64_t start = 201 * mib + 20 * gib;
-  const std::uint64_t windows = 30 * gib + mib - 16 * mib - 501 * mib;
-  EXPECT_THAT(placesOf(*plan), ElementsAre(std::pair(start, 16 * mib), std::pair(start + 16 * mib, windows),
-                                           std::pair(start + 16 * mib + windows, 501 * mib)));
+  const std::uint64_t windows = 30 * gib + mib;
+  EXPECT_THAT(placesOf(*plan),
+              ElementsAre(std::pair(freeStart, reservedSize), std::pair(freeStart + reservedSize, windows),
+                          std::pair(freeStart + reservedSize + windows, recoverySize)));
   EXPECT_EQ(plan->windows, 1U);
   ASSERT_EQ(plan->entries.size(), 3U);
   EXPECT_EQ(plan->entries[1].type, gpttype::microsoftBasicData);
   EXPECT_EQ(plan->entries[1].stored, 2U);
-  EXPECT_EQ(plan->entries[2].place.end, start + 30 * gib + mib) << "what is chosen is not cut down";
+  EXPECT_EQ(plan->entries[1].place.size(), windows) << "what is chosen is not cut down";
+  EXPECT_THAT(plan->remarks, IsEmpty());
 }
 
 // The lower end of the slider is such a size, and was refused as too small.
@@ -126,12 +134,37 @@ TEST(RestorePlan, TheLeastSizeMayBeChosenThoughItIsNoWholeMebibytes) {
   EXPECT_EQ(plan->moves[0].place.size(), 10 * gib + mib);
 }
 
-TEST(RestorePlan, TheWholeFreeStretchMayBeTaken) {
-  // 100 GiB less what lies in front and less the last mebibyte, which the table's copy keeps.
-  const std::uint64_t stretch = 100 * gib - mib - (201 * mib + 20 * gib);
-  EXPECT_TRUE(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, stretch).hasValue());
-  EXPECT_THAT(refusal(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, stretch + mib)),
+TEST(RestorePlan, TheWholeFreeStretchMayBeTakenAndTheOthersHaveTheirShareOfIt) {
+  const auto plan = planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, freeSize);
+  ASSERT_TRUE(plan.hasValue()) << plan.error().message;
+  ASSERT_EQ(plan->moves.size(), 3U);
+  EXPECT_EQ(plan->moves[1].place.size(), freeSize - reservedSize - recoverySize);
+  EXPECT_EQ(plan->moves[2].place.end, freeStart + freeSize);
+  EXPECT_THAT(plan->remarks, ElementsAre(HasSubstr("and not the")));
+  EXPECT_THAT(refusal(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, freeSize + 1)),
               HasSubstr("less than the chosen size"));
+}
+
+// The free stretch is just what Windows needs, and the chooser offers it.
+TEST(RestorePlan, WhatHasNoRoomBesideWindowsIsLeftOutLargestFirst) {
+  const auto planWith = [](std::uint64_t room) {
+    return planRestore(storedDisk(), macDisk(freeStart + room + mib), TargetUse::FreeSpace, 10 * gib);
+  };
+  const auto alone = planWith(10 * gib);
+  ASSERT_TRUE(alone.hasValue()) << alone.error().message;
+  EXPECT_THAT(placesOf(*alone), ElementsAre(std::pair(freeStart, 10 * gib)));
+  EXPECT_EQ(alone->windows, 0U);
+  EXPECT_THAT(alone->remarks,
+              ElementsAre("Partition 2 of the backup point is not restored: there is no room for it "
+                          "beside Windows",
+                          HasSubstr("Partition 4")));
+  const auto both = planWith(10 * gib + reservedSize);
+  ASSERT_TRUE(both.hasValue()) << both.error().message;
+  EXPECT_THAT(placesOf(*both),
+              ElementsAre(std::pair(freeStart, reservedSize), std::pair(freeStart + reservedSize, 10 * gib)));
+  EXPECT_EQ(planWith(10 * gib + reservedSize + recoverySize)->moves.size(), 3U);
+  EXPECT_EQ(refusal(planWith(10 * gib - mib)),
+            "The backup point needs 10738 MB on the disk and there are 10736 MB for it");
 }
 
 TEST(RestorePlan, TheLargestStretchIsTakenWhereverItLies) {
@@ -142,9 +175,10 @@ TEST(RestorePlan, TheLargestStretchIsTakenWhereverItLies) {
   EXPECT_EQ(plan->moves[0].place.start, 201 * mib);
 }
 
-TEST(RestorePlan, AChosenSizeThatIsTooSmallIsRefused) {
-  EXPECT_THAT(refusal(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 10 * gib)), HasSubstr("needs"));
-  EXPECT_TRUE(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 10 * gib + 517 * mib).hasValue());
+TEST(RestorePlan, AChosenSizeThatIsTooSmallIsRefusedWithTheSmallestThatWorks) {
+  EXPECT_TRUE(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 10 * gib).hasValue());
+  EXPECT_EQ(refusal(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 10 * gib - 1)),
+            "The Windows partition of this backup point needs 10738 MB, and 10737 MB were chosen for it");
   EXPECT_THAT(refusal(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, 0)), HasSubstr("needs"));
   EXPECT_THAT(refusal(planRestore(storedDisk(), macDisk(), TargetUse::FreeSpace, UINT64_MAX)), HasSubstr("less"));
 }
@@ -175,10 +209,37 @@ TEST(RestorePlan, AnEmptyDiskGetsAWholeNewLayout) {
   EXPECT_EQ(plan->moves[plan->windows].place.size(), 20 * gib - 2 * mib - 200 * mib - 16 * mib - 501 * mib);
 }
 
-TEST(RestorePlan, AnEmptyDiskThatIsTooSmallIsRefused) {
-  EXPECT_THAT(refusal(planRestore(storedDisk(), blankDisk(10 * gib), TargetUse::WholeDisk, 0)), HasSubstr("needs"));
-  for (const std::uint64_t size : {std::uint64_t{0}, std::uint64_t{4096}, 2 * mib, 100 * mib}) {
+// An EFI partition, Windows as small as it can be, and the table's two copies.
+TEST(RestorePlan, AnEmptyDiskHasToTakeWindowsAndWhatItStartsFrom) {
+  const std::uint64_t least = 2 * mib + 200 * mib + 10 * gib;
+  const auto plan = planRestore(storedDisk(), blankDisk(least), TargetUse::WholeDisk, 0);
+  ASSERT_TRUE(plan.hasValue()) << plan.error().message;
+  EXPECT_THAT(placesOf(*plan), ElementsAre(std::pair(201 * mib, 10 * gib)));
+  EXPECT_EQ(plan->entries.size(), 2U);
+  EXPECT_EQ(refusal(planRestore(storedDisk(), blankDisk(least - mib), TargetUse::WholeDisk, 0)),
+            "The backup point needs 10950 MB on the disk and there are 10948 MB for it");
+  for (const std::uint64_t size : {std::uint64_t{0}, std::uint64_t{4096}, 2 * mib, 100 * mib, 10 * gib}) {
     EXPECT_THAT(refusal(planRestore(storedDisk(), blankDisk(size), TargetUse::WholeDisk, 0)), HasSubstr("needs"));
+  }
+}
+
+TEST(RestorePlan, AVolumeThatWasNotPutDownInOrderNeedsAllOfItsSize) {
+  StoredDisk stored = storedDisk();
+  stored.partitions[2].isResizable = false;
+  EXPECT_EQ(leastRoomFor(stored.partitions[2]), 40 * gib);
+  EXPECT_THAT(refusal(planRestore(stored, macDisk(), TargetUse::FreeSpace, 39 * gib)), HasSubstr("needs 42950 MB"));
+  EXPECT_TRUE(planRestore(stored, macDisk(), TargetUse::FreeSpace, 40 * gib).hasValue());
+}
+
+TEST(RestorePlan, SizesThatNoDiskHasAreRefused) {
+  for (const std::size_t place : {1U, 2U, 3U}) {
+    for (const std::uint64_t size : {UINT64_MAX, UINT64_MAX - mib + 2, 64 * gib}) {
+      StoredDisk stored = storedDisk();
+      stored.partitions[place].size = size;
+      const auto plan = planRestore(stored, macDisk(), TargetUse::FreeSpace, 20 * gib);
+      ASSERT_FALSE(plan.hasValue());
+      EXPECT_EQ(plan.error().fault, ArchiveFault::Damaged);
+    }
   }
 }
 

@@ -11,6 +11,19 @@
 #include "helper/archive/NtfsBootSector.h"
 
 namespace zpk::test {
+
+BackupRequest describedRequest(const SampleDisk& disk) {
+  BackupRequest request = disk.request();
+  StoredDisk& description = request.disks[0].description;
+  description.partitions[0].typeGuid = gpttype::efiSystem;
+  description.partitions[3].typeGuid = gpttype::microsoftBasicData;
+  description.partitions[2].typeGuid = {0x16, 0xE3, 0xC9, 0xE3, 0x5C, 0x0B, 0xB8, 0x4D,
+                                        0x81, 0x7D, 0xF9, 0x2D, 0xF0, 0x02, 0x15, 0xAE};
+  description.partitions[3].minSize = 6 * RestoreWorld::mib;
+  description.partitions[3].isResizable = true;
+  return request;
+}
+
 namespace {
 
 struct Origin {
@@ -21,25 +34,13 @@ struct Origin {
     ArchiveResult<Archive> archive = Archive::create(path(), {"disk-id", "Sample", 1});
     for (std::size_t i = 0; i < RestoreWorld::points; ++i) {
       if (i > 0) change();
-      const auto made = makeBackup(*archive, describedRequest(), [](std::uint64_t, std::uint64_t) {}, {});
+      const auto made = makeBackup(*archive, describedRequest(disk), [](std::uint64_t, std::uint64_t) {}, {});
       EXPECT_TRUE(made.hasValue()) << (made ? "" : made.error().text());
       disk.change([&](const std::string& root) { mustRun("/bin/cp", {"-r", root, moment(i)}); });
     }
   }
   std::string path() const { return folder / "a.rldbackup"; }
   std::string moment(std::size_t point) const { return folder / ("moment" + std::to_string(point)); }
-
-  // As the helper describes the disk, with the types that a restore needs.
-  BackupRequest describedRequest() const {
-    BackupRequest request = disk.request();
-    StoredDisk& description = request.disks[0].description;
-    description.partitions[0].typeGuid = gpttype::efiSystem;
-    description.partitions[3].typeGuid = gpttype::microsoftBasicData;
-    description.partitions[2].typeGuid = {0x16, 0xE3, 0xC9, 0xE3, 0x5C, 0x0B, 0xB8, 0x4D,
-                                          0x81, 0x7D, 0xF9, 0x2D, 0xF0, 0x02, 0x15, 0xAE};
-    description.partitions[3].minSize = 6 * RestoreWorld::mib;
-    return request;
-  }
 
   void change() const {
     disk.change([](const std::string& root) {
@@ -167,8 +168,9 @@ std::string RestoreWorld::refusal() {
 
 void RestoreWorld::expectWindows(ByteRange place, std::size_t moment) {
   const std::string volume = folder / "restored";
-  mustRun("/usr/bin/dd", {"if=" + targetPath, "of=" + volume, "bs=1M", "skip=" + std::to_string(place.start / mib),
-                          "count=" + std::to_string(place.size() / mib), "conv=sparse", "status=none"});
+  mustRun("/usr/bin/dd",
+          {"if=" + targetPath, "of=" + volume, "bs=4096", "skip=" + std::to_string(place.start / 4096),
+           "count=" + std::to_string(place.size() / 4096), "conv=sparse", "status=none"});
   mustRun("/usr/sbin/ntfsresize", {"--info", "--no-action", "--force", volume});
   mustRun("/usr/bin/ntfsfix", {"--no-action", volume});
   const std::string root = folder / "files";

@@ -26,6 +26,9 @@ class DiskFile {
 
 std::string bytesAt(const std::string& path, std::uint64_t offset, std::uint64_t size);
 
+// A backup of the disk as the helper describes it, with the types that a restore needs.
+BackupRequest describedRequest(const SampleDisk& disk);
+
 // An archive with a full point and an increment, what the disk held at each moment, and disks to restore onto whose
 // every byte is something else before. The archive is made once and only read.
 class RestoreWorld : public testing::Test {

@@ -70,10 +70,10 @@ TEST_F(Restore, MakesNewPartitionsInFreeSpace) {
   request.wantedSize = 40 * mib + 4321;
   request.takesIdentity = true;
   expectRestored();
-  const ByteRange place{20 * mib, 57 * mib};
+  const ByteRange place{20 * mib, 61 * mib};
   expectWindows(place, 1);
   expectUntouched({34 * 512, 16 * mib});
-  expectUntouched({57 * mib, 76 * mib});
+  expectUntouched({61 * mib, 76 * mib});
   expectSoundTable();
   const GptTable made = table();
   EXPECT_EQ(made.diskId, request.target.id);
@@ -156,6 +156,60 @@ TEST_F(Restore, AVolumeThatCannotBeMadeSoSmallIsRefused) {
   // The index promises less than what the tools find out.
   makeBootCampTarget(8 * mib);
   EXPECT_THAT(refusal(), HasSubstr("can be made as small as"));
+}
+
+// As small as ntfsresize would make the volume it is itself, and a cluster for the copy of its boot sector.
+TEST_F(Restore, APartitionOfTheSmallestSizeIsEnoughAndOneSectorLessIsNot) {
+  test::mustRun("/usr/bin/dd", {"if=" + sourcePath(), "of=" + (folder / "stored"), "bs=1M", "skip=28", "count=96",
+                                "conv=sparse", "status=none"});
+  const std::string advice = test::mustRun("/usr/sbin/ntfsresize", {"--info", "--force", folder / "stored"});
+  const std::string words = "You might resize at ";
+  const std::size_t at = advice.find(words);
+  ASSERT_NE(at, std::string::npos) << advice;
+  const std::uint64_t least = std::stoull(advice.substr(at + words.size())) + 4096;
+  makeBootCampTarget(least - 512);
+  EXPECT_THAT(refusal(), HasSubstr("can be made as small as " + megabytesText(least) + " and"));
+  makeBootCampTarget(least);
+  expectRestored();
+  expectWindows({16 * mib, 16 * mib + least}, 1);
+}
+
+// A user may back up such a volume all the same; then the tools do not resize it.
+TEST_F(Restore, AVolumeThatWasNotClosedCleanlyKeepsItsSizeInALargerPartition) {
+  const SampleDisk disk(folder, SampleDisk::Bare{});
+  disk.markDirty();
+  ArchiveResult<Archive> unclean = Archive::create(folder / "unclean.rldbackup", {"disk-id", "Sample", 1});
+  BackupRequest backup = test::describedRequest(disk);
+  backup.disks[0].acceptsUncleanVolumes = true;
+  backup.disks[0].description.partitions[3].isResizable = false;
+  const auto made = makeBackup(*unclean, backup, [](std::uint64_t, std::uint64_t) {}, {});
+  ASSERT_TRUE(made.hasValue()) << made.error().text();
+  request.point = 0;
+  makeBootCampTarget(90 * mib);
+  const auto restoreIt = [&] {
+    return restorePoint(
+        *unclean, request, [](std::uint64_t, std::uint64_t) {}, cancel);
+  };
+  const auto refused = restoreIt();
+  ASSERT_FALSE(refused.hasValue());
+  EXPECT_FALSE(refused.error().isTargetIncomplete);
+  EXPECT_THAT(refused.error().error.message, HasSubstr("needs 101 MB on the disk"));
+  makeBootCampTarget(101 * mib);
+  const auto restored = restoreIt();
+  ASSERT_TRUE(restored.hasValue()) << restored.error().error.text();
+  EXPECT_FALSE(restored->isResized);
+  EXPECT_THAT(said, testing::Contains(HasSubstr("keeps its size")));
+  const auto volumeSize = [this](const std::string& path, std::uint64_t start, std::uint64_t size) {
+    test::mustRun("/usr/bin/dd",
+                  {"if=" + path, "of=" + (folder / "volume"), "bs=1M", "skip=" + std::to_string(start / mib),
+                   "count=" + std::to_string(size / mib), "conv=sparse", "status=none"});
+    const std::string told = test::mustRun("/usr/sbin/ntfsresize", {"--info", "--force", folder / "volume"});
+    return told.substr(told.find("Current volume size"), 40);
+  };
+  EXPECT_EQ(volumeSize(targetPath, 16 * mib, 101 * mib),
+            volumeSize(disk.path(), SampleDisk::volumeStart, SampleDisk::volumeSize));
+  expectUntouched({0, 16 * mib});
+  expectUntouched({117 * mib, 118 * mib});
 }
 
 TEST_F(Restore, ADiskThatHasChangedSinceItWasChosenIsRefused) {
