@@ -1,6 +1,9 @@
 #include "helper/service/BusSubscriberLink.h"
 
+#include <chrono>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "helperlink/StatusRecord.h"
@@ -11,9 +14,10 @@ namespace zpk {
 namespace {
 
 // A front end answers at once unless it hangs; it is heard again when it checks in.
-constexpr std::uint64_t kPatience = 10'000'000;  // Microseconds.
+constexpr std::chrono::seconds kPatience{10};
 
 PushResult resultOf(sd_bus_message* reply) {
+  if (!reply) return PushResult::refused;
   if (!sd_bus_message_is_method_error(reply, nullptr)) return PushResult::delivered;
   return sd_bus_message_is_method_error(reply, SD_BUS_ERROR_TIMEOUT) ? PushResult::timedOut : PushResult::refused;
 }
@@ -62,47 +66,22 @@ BusMessageHandle BusSubscriberLink::newCall(const SubscriberPort& port, const ch
   return call;
 }
 
-bool BusSubscriberLink::send(BusMessageHandle message, Reply reply) {
-  if (!message) return false;
-  const std::uint64_t id = ++_lastId;
-  Call& call = _calls[id];
-  call.link = this;
-  call.id = id;
-  call.reply = std::move(reply);
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_call_async(_bus, &slot, message.get(), onReply, &call, kPatience) < 0) {
-    _calls.erase(id);
-    return false;
-  }
-  call.slot.reset(slot);
-  return true;
-}
-
-int BusSubscriberLink::onReply(sd_bus_message* message, void* data, sd_bus_error*) {
-  Call* call = static_cast<Call*>(data);
-  BusSubscriberLink* link = call->link;
-  const Reply reply = std::move(call->reply);
-  link->_calls.erase(call->id);
-  reply(message);
-  return 0;
-}
-
 void BusSubscriberLink::push(const SubscriberPort& port, const StatePush& push,
                              std::function<void(PushResult)> answered) {
   BusMessageHandle message = messageWithStatus(
       [&] { return newCall(port, member(DelegateMember::stateChangedWithStatus).name); }, *push.status, _log);
-  const auto reply = [answered](sd_bus_message* got) { answered(resultOf(got)); };
-  if (!send(std::move(message), reply)) _loop.async([answered] { answered(PushResult::refused); });
+  _calls.send(std::move(message), kPatience,
+              [answered = std::move(answered)](sd_bus_message* reply) { answered(resultOf(reply)); });
 }
 
 void BusSubscriberLink::askNeedReload(const SubscriberPort& port, std::function<void(bool)> answered) {
-  const auto reply = [answered](sd_bus_message* got) {
-    int wanted = 0;
-    const bool read = !sd_bus_message_is_method_error(got, nullptr) && sd_bus_message_read(got, "b", &wanted) >= 0;
-    answered(read && wanted != 0);
-  };
-  if (!send(newCall(port, member(DelegateMember::needReload).name), reply))
-    _loop.async([answered] { answered(false); });
+  _calls.send(newCall(port, member(DelegateMember::needReload).name), kPatience,
+              [answered = std::move(answered)](sd_bus_message* reply) {
+                int wanted = 0;
+                const bool read = reply && !sd_bus_message_is_method_error(reply, nullptr) &&
+                                  sd_bus_message_read(reply, "b", &wanted) >= 0;
+                answered(read && wanted != 0);
+              });
 }
 
 Token BusSubscriberLink::watchPeer(const std::string& peer, std::function<void()> gone) {

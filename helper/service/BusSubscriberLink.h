@@ -1,12 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <map>
-#include <memory>
 
-#include "base/DispatchQueue.h"
 #include "base/Log.h"
+#include "helper/service/BusCalls.h"
 #include "helper/service/model/Subscribers.h"
 #include "platform/linux/wire/BusHandles.h"
 
@@ -21,30 +18,18 @@ BusMessageHandle messageWithStatus(const std::function<BusMessageHandle()>& make
 class BusSubscriberLink final : public SubscriberLink {
  public:
   // `bus` stays the caller's and must outlive this; it is served by the loop whose queue `loop` is.
-  BusSubscriberLink(sd_bus* bus, DispatchQueue& loop, Log& log) : _bus(bus), _loop(loop), _log(log) {}
+  BusSubscriberLink(sd_bus* bus, DispatchQueue& loop, Log& log) : _bus(bus), _calls(bus, loop), _log(log) {}
 
   void push(const SubscriberPort& port, const StatePush& push, std::function<void(PushResult)> answered) override;
   void askNeedReload(const SubscriberPort& port, std::function<void(bool)> answered) override;
   Token watchPeer(const std::string& peer, std::function<void()> gone) override;
 
  private:
-  using Reply = std::function<void(sd_bus_message*)>;
-  struct Call {
-    BusSubscriberLink* link = nullptr;
-    std::uint64_t id = 0;
-    BusSlotHandle slot;
-    Reply reply;
-  };
-
   BusMessageHandle newCall(const SubscriberPort& port, const char* member);
-  bool send(BusMessageHandle message, Reply reply);
-  static int onReply(sd_bus_message* message, void* data, sd_bus_error* error);
 
   sd_bus* _bus;
-  DispatchQueue& _loop;
+  BusCalls _calls;
   Log& _log;
-  std::map<std::uint64_t, Call> _calls;
-  std::uint64_t _lastId = 0;
 };
 
 }  // namespace zpk

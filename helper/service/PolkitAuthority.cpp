@@ -1,6 +1,7 @@
 #include "helper/service/PolkitAuthority.h"
 
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -13,7 +14,7 @@ constexpr const char* kPolkitPath = "/org/freedesktop/PolicyKit1/Authority";
 constexpr const char* kPolkitInterface = "org.freedesktop.PolicyKit1.Authority";
 constexpr std::uint32_t kMayAskFlag = 1;
 // Whoever asks is less patient; this only keeps a call that nobody ends from staying for ever.
-constexpr std::uint64_t kLongest = 120'000'000;  // Microseconds.
+constexpr std::chrono::seconds kLongest{120};
 
 // What the bus says when there is no polkit, and it cannot start one.
 constexpr std::array kNobodyThere{SD_BUS_ERROR_SERVICE_UNKNOWN,
@@ -45,40 +46,28 @@ int appendQuestion(sd_bus_message* call, const AuthorityQuestion& question, cons
 }  // namespace
 
 Token PolkitAuthority::ask(const AuthorityQuestion& question, std::function<void(Verdict)> answered) {
-  const std::uint64_t id = ++_lastId;
-  Call& call = _calls[id];
-  call.authority = this;
-  call.id = id;
-  call.answered = std::move(answered);
-  if (!send(question, call)) {
-    _loop.async([this, id] {
-      const auto node = _calls.extract(id);
-      if (node) node.mapped().answered(Verdict::notUnderstood);
-    });
-  }
-  return Token([this, id] { takeBack(id); });
+  const std::string cancellation = "zpkhelper-" + std::to_string(++_lastQuestion);
+  BusMessageHandle message = newCall("CheckAuthorization");
+  if (message && appendQuestion(message.get(), question, cancellation) < 0) message.reset();
+  const BusCalls::Id call =
+      _calls.send(std::move(message), kLongest,
+                  [this, answered = std::move(answered)](sd_bus_message* reply) { answered(verdictOf(reply)); });
+  return Token([this, call, cancellation] {
+    if (_calls.takeBack(call)) forget(cancellation);
+  });
 }
 
-bool PolkitAuthority::send(const AuthorityQuestion& question, Call& call) {
-  sd_bus_message* made = nullptr;
-  sd_bus_message_new_method_call(_bus, &made, kPolkit, kPolkitPath, kPolkitInterface, "CheckAuthorization");
-  const BusMessageHandle message(made);
-  if (!message || appendQuestion(message.get(), question, cancellationId(call.id)) < 0) return false;
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_call_async(_bus, &slot, message.get(), onReply, &call, kLongest) < 0) return false;
-  call.slot.reset(slot);
-  return true;
-}
-
-int PolkitAuthority::onReply(sd_bus_message* message, void* data, sd_bus_error*) {
-  const Call* call = static_cast<Call*>(data);
-  PolkitAuthority* authority = call->authority;
-  const auto node = authority->_calls.extract(call->id);
-  node.mapped().answered(authority->verdictOf(message));
-  return 0;
+BusMessageHandle PolkitAuthority::newCall(const char* member) {
+  sd_bus_message* message = nullptr;
+  sd_bus_message_new_method_call(_bus, &message, kPolkit, kPolkitPath, kPolkitInterface, member);
+  return BusMessageHandle(message);
 }
 
 Verdict PolkitAuthority::verdictOf(sd_bus_message* reply) {
+  if (!reply) {
+    _log.line("ZPKH::Polkit could not be asked");
+    return Verdict::notUnderstood;
+  }
   if (const sd_bus_error* error = sd_bus_message_get_error(reply)) {
     _log.line(std::string("ZPKH::Polkit: ") + error->name + ": " + (error->message ? error->message : ""));
     return saysNobodyIsThere(*error) ? Verdict::noAuthority : Verdict::notUnderstood;
@@ -107,19 +96,13 @@ bool PolkitAuthority::isFromPolkit(sd_bus_message* reply) {
   return isSame;
 }
 
-void PolkitAuthority::takeBack(std::uint64_t id) {
-  if (!_calls.extract(id)) return;  // It was answered.
-  sd_bus_message* made = nullptr;
-  sd_bus_message_new_method_call(_bus, &made, kPolkit, kPolkitPath, kPolkitInterface, "CancelCheckAuthorization");
-  const BusMessageHandle message(made);
-  if (!message || sd_bus_message_append(message.get(), "s", cancellationId(id).c_str()) < 0) return;
+// Takes the dialog down, if there is one.
+void PolkitAuthority::forget(const std::string& cancellation) {
+  const BusMessageHandle message = newCall("CancelCheckAuthorization");
+  if (!message || sd_bus_message_append(message.get(), "s", cancellation.c_str()) < 0) return;
   sd_bus_message_set_auto_start(message.get(), 0);
   sd_bus_message_set_expect_reply(message.get(), 0);
   sd_bus_send(_bus, message.get(), nullptr);
-}
-
-std::string PolkitAuthority::cancellationId(std::uint64_t id) const {
-  return "zpkhelper-" + std::to_string(id);
 }
 
 }  // namespace zpk

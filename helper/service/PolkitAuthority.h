@@ -3,13 +3,12 @@
 #include <systemd/sd-bus.h>
 
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <string>
 
-#include "base/DispatchQueue.h"
 #include "base/Log.h"
+#include "helper/service/BusCalls.h"
 #include "helper/service/model/Authority.h"
-#include "platform/linux/wire/BusHandles.h"
 
 namespace zpk {
 
@@ -20,30 +19,20 @@ namespace zpk {
 class PolkitAuthority final : public Authority {
  public:
   // `bus` stays the caller's and must outlive this; it is served by the loop whose queue `loop` is.
-  PolkitAuthority(sd_bus* bus, DispatchQueue& loop, Log& log) : _bus(bus), _loop(loop), _log(log) {}
+  PolkitAuthority(sd_bus* bus, DispatchQueue& loop, Log& log) : _bus(bus), _calls(bus, loop), _log(log) {}
 
   Token ask(const AuthorityQuestion& question, std::function<void(Verdict)> answered) override;
 
  private:
-  struct Call {
-    PolkitAuthority* authority = nullptr;
-    std::uint64_t id = 0;
-    BusSlotHandle slot;
-    std::function<void(Verdict)> answered;
-  };
-
-  static int onReply(sd_bus_message* message, void* data, sd_bus_error* error);
-  bool send(const AuthorityQuestion& question, Call& call);
+  BusMessageHandle newCall(const char* member);
   Verdict verdictOf(sd_bus_message* reply);
   bool isFromPolkit(sd_bus_message* reply);
-  void takeBack(std::uint64_t id);
-  std::string cancellationId(std::uint64_t id) const;
+  void forget(const std::string& cancellation);
 
   sd_bus* _bus;
-  DispatchQueue& _loop;
+  BusCalls _calls;
   Log& _log;
-  std::map<std::uint64_t, Call> _calls;
-  std::uint64_t _lastId = 0;
+  std::uint64_t _lastQuestion = 0;
 };
 
 }  // namespace zpk
