@@ -11,7 +11,7 @@ class ZPKDisk;
 // What a person who is to allow that a disk is overwritten is told about it, by the names that the messages in
 // packaging/polkit/com.tarnwick.zpk.policy use:
 //
-//   disk    "Samsung SSD 870 (1 TB, serial S5Y1NG0N, /dev/sda)"
+//   disk    "Flash Disk 1000 (1 TB, serial A1B2C3, /dev/sda)"
 //   model, size (bytes), serial, path: the same one by one, for rules
 //
 // `sys` is where the system tells about its devices.

@@ -49,7 +49,7 @@ TEST_F(BackupPointsTable, TellsOfEachPointWhenWhatAndHowMuch) {
   EXPECT_EQ(cellText(0, Column::label), "Before the update");
   EXPECT_EQ(cellText(0, Column::kind), "Full");
   EXPECT_EQ(cellText(2, Column::kind), "Increment");
-  EXPECT_EQ(cellText(2, Column::disks), "APPLE SSD");
+  EXPECT_EQ(cellText(2, Column::disks), "Flash Disk");
   EXPECT_EQ(cellText(2, Column::size), "47 GB");
   EXPECT_TRUE(isChecked(0));
   EXPECT_FALSE(isChecked(1));

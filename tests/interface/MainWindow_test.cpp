@@ -48,7 +48,7 @@ TEST_F(Window, BackupButtonSendsBackupAndStopBreaksIt) {
   world.show(backupStatus(34, {"one"}));
   EXPECT_FALSE(isShown("backupButton"));
   EXPECT_EQ(text("percentLabel"), "34%");
-  EXPECT_EQ(text("routeLabel"), "Backing up APPLE SSD SM0256G → Office PC");
+  EXPECT_EQ(text("routeLabel"), "Backing up Flash Disk FD0256G → Office PC");
   EXPECT_TRUE(text("timesLabel").contains("00:05:10"));
   EXPECT_FALSE(isEnabled("selectSourceButton"));
   world.click("stopButton");

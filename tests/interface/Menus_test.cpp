@@ -187,7 +187,7 @@ TEST_F(Menus, CopyTakesTheSelectedPointsAsLinesWithTabs) {
   press(Qt::Key_C);
   const QStringList lines = QApplication::clipboard()->text().split(u'\n');
   ASSERT_EQ(lines.size(), 4);
-  EXPECT_EQ(lines[0], "day 19675\tBefore the update\tFull\tAPPLE SSD\t47 GB");
+  EXPECT_EQ(lines[0], "day 19675\tBefore the update\tFull\tFlash Disk\t47 GB");
   EXPECT_EQ(lines[3], "");
 }
 

@@ -21,7 +21,7 @@ class Progress : public Window {
 TEST_F(Progress, SaysWhatGoesWhere) {
   Dictionary status = backupStatus(10, {});
   world.show(status);
-  EXPECT_EQ(text("routeLabel"), "Backing up APPLE SSD SM0256G → Office PC");
+  EXPECT_EQ(text("routeLabel"), "Backing up Flash Disk FD0256G → Office PC");
   statuskey::progressType.set(status, ProgressType::restore);
   statuskey::restoreTarget.set(status, std::make_shared<const RLDDisk>(RLDDisk::Fields{.name = "SOURCE → TARGET"}));
   world.show(status);

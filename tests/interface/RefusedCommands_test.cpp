@@ -14,7 +14,7 @@ const std::string kSentence = "You are not allowed to do this. Ask an administra
 
 Dictionary truth() {
   Dictionary status = readyStatus();
-  statuskey::disks.set(status, {bootCampDisk(1, "APPLE SSD SM0256G"), bootCampDisk(2, "Samsung T7")});
+  statuskey::disks.set(status, {bootCampDisk(1, "Flash Disk FD0256G"), bootCampDisk(2, "Pocket T7")});
   statuskey::checkFS.set(status, true);
   return status;
 }

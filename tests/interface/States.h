@@ -15,7 +15,7 @@ struct WindowState {
 inline Array someLog() {
   Array log;
   for (const char* line :
-       {"Backup of “APPLE SSD SM0256G” to /backups/Office PC.rldbackup", "Checking BOOTCAMP (NTFS)",
+       {"Backup of “Flash Disk FD0256G” to /backups/Office PC.rldbackup", "Checking BOOTCAMP (NTFS)",
         "The file system is clean; 47 GB of 128 GB are in use", "Storing partition 4, BOOTCAMP",
         "10 percent, 212 MB/s", "20 percent, 208 MB/s", "30 percent, 215 MB/s"}) {
     log.emplace_back(line);
@@ -38,7 +38,7 @@ inline Dictionary readyStatusWith(void (*change)(Dictionary&)) {
 inline constexpr WindowState kWindowStates[] = {
     {"waiting", [](InterfaceWorld&) {}},
     {"nothing-chosen",
-     [](InterfaceWorld& world) { world.show(idleStatus({bootCampDisk(1, "APPLE SSD SM0256G")})); }},
+     [](InterfaceWorld& world) { world.show(idleStatus({bootCampDisk(1, "Flash Disk FD0256G")})); }},
     {"no-location",
      [](InterfaceWorld& world) {
        world.show(readyStatusWith([](Dictionary& status) { statuskey::targetArchive.set(status, std::nullopt); }));
@@ -66,7 +66,7 @@ inline constexpr WindowState kWindowStates[] = {
        world.show(readyStatus());
        Dictionary status = backupStatus(72, someLog());
        statuskey::progressType.set(status, ProgressType::restore);
-       statuskey::restoreTarget.set(status, bootCampDisk(3, "Samsung T7"));
+       statuskey::restoreTarget.set(status, bootCampDisk(3, "Pocket T7"));
        world.show(status);
      }},
     {"merging",
@@ -132,7 +132,7 @@ inline constexpr WindowState kWindowStates[] = {
      }},
     {"choose-source",
      [](InterfaceWorld& world) {
-       world.show(idleStatus({bootCampDisk(1, "APPLE SSD SM0256G"), bootCampDisk(2, "Samsung T7 external")}));
+       world.show(idleStatus({bootCampDisk(1, "Flash Disk FD0256G"), bootCampDisk(2, "Pocket T7 external")}));
        world.controller->selectSourceAction();
      }},
     {"choose-source-none",
@@ -148,7 +148,7 @@ inline constexpr WindowState kWindowStates[] = {
     {"restore-target",
      [](InterfaceWorld& world) {
        Dictionary status = readyStatus();
-       statuskey::disks.set(status, {bootCampDisk(1, "APPLE SSD SM0256G"),
+       statuskey::disks.set(status, {bootCampDisk(1, "Flash Disk FD0256G"),
                                      macDisk(2, "External Disk", 500'000'000'000, 300'000'000'000)});
        world.show(status);
        world.controller->setSelectedArcItemsIndexes({1});
@@ -178,7 +178,7 @@ inline constexpr WindowState kWindowStates[] = {
     {"restore-target-too-small",
      [](InterfaceWorld& world) {
        Dictionary status = readyStatus();
-       statuskey::disks.set(status, {emptyDisk(4, "Small Stick", 10'000'000'000), bootCampDisk(1, "APPLE SSD")});
+       statuskey::disks.set(status, {emptyDisk(4, "Small Stick", 10'000'000'000), bootCampDisk(1, "Flash Disk")});
        world.show(status);
        world.controller->setSelectedArcItemsIndexes({1});
        world.controller->restore();

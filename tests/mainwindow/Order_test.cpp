@@ -51,7 +51,7 @@ class ProjectionOrder : public testing::Test {
     return ZPKDisk::diskWithDisk(RLDDisk(fields));
   }
   static Dictionary ready() {
-    const auto disk = pictured(bootCampDisk(1, "APPLE SSD SM0256G"));
+    const auto disk = pictured(bootCampDisk(1, "Flash Disk FD0256G"));
     Dictionary status = readyStatus();
     statuskey::disks.set(status, {disk});
     statuskey::checkFS.set(status, true);
@@ -60,7 +60,7 @@ class ProjectionOrder : public testing::Test {
   }
   static Dictionary running(ProgressType type) {
     Dictionary status = backupStatus(12, {"line"});
-    statuskey::disks.set(status, {pictured(bootCampDisk(1, "APPLE SSD SM0256G"))});
+    statuskey::disks.set(status, {pictured(bootCampDisk(1, "Flash Disk FD0256G"))});
     statuskey::restoreTarget.set(status, pictured(macDisk(3, "Target", 9, 1)));
     statuskey::mergeIndex.set(status, 2);
     statuskey::progressType.set(status, type);

@@ -206,7 +206,7 @@ TEST_F(Projection, BackupShowsDiskAndArchiveByNameAlone) {
   EXPECT_EQ(ui().progressPercents(), Value(34.5));
   EXPECT_EQ(ui().elapsedTime(), "00:01:35");
   EXPECT_EQ(ui().remainingTime(), "00:05:10");
-  EXPECT_EQ(ui().sourceInfo(), (Dictionary{{"name", "APPLE SSD SM0256G"}}));
+  EXPECT_EQ(ui().sourceInfo(), (Dictionary{{"name", "Flash Disk FD0256G"}}));
   EXPECT_EQ(ui().destinationInfo(), (Dictionary{{"name", "Office PC"}}));
   EXPECT_EQ(nameOf(ui().targetIcon()), "type rldbackup");
 }
@@ -278,7 +278,7 @@ TEST_F(Projection, StateWithoutAMeaningUpdatesOnlyErrorsSheetAndProgressFlag) {
   EXPECT_EQ(ui().lastBackupError(), "it failed");
   EXPECT_EQ(ui().errorDescription(), "now");
   EXPECT_EQ(ui().modalSession(), 4);
-  EXPECT_EQ(ui().sourceInfo(), (Dictionary{{"name", "APPLE SSD SM0256G"}}));
+  EXPECT_EQ(ui().sourceInfo(), (Dictionary{{"name", "Flash Disk FD0256G"}}));
   EXPECT_FALSE(ui().backupEnabled());
 }
 

@@ -69,7 +69,7 @@ std::shared_ptr<const RLDArchiveItem> backupPoint(std::uint32_t arcIndex, const 
       partitions, partition(TMBGPTType::MicrosoftBasicData,
                             {.partSize = 128 * kGB, .partMinSize = partMinSize, .partUsedSize = 47 * kGB}));
   const auto disk = std::make_shared<const RLDArcDisk>(
-      RLDDisk::Fields{.diskSize = 250 * kGB, .name = "APPLE SSD", .partitions = std::move(stored)}, std::nullopt);
+      RLDDisk::Fields{.diskSize = 250 * kGB, .name = "Flash Disk", .partitions = std::move(stored)}, std::nullopt);
   return std::make_shared<const RLDArchiveItem>(RLDArchiveItem::Fields{.isPinned = pinned,
                                                                        .arcIndex = arcIndex,
                                                                        .creationDate = Date{date},
@@ -90,7 +90,7 @@ Dictionary idleStatus(std::vector<std::shared_ptr<const ZPKDisk>> disks) {
 }
 
 Dictionary readyStatus() {
-  const auto disk = bootCampDisk(1, "APPLE SSD SM0256G");
+  const auto disk = bootCampDisk(1, "Flash Disk FD0256G");
   Dictionary status = idleStatus({disk, macDisk(2, "External Disk", 500 * kGB, 300 * kGB)});
   statuskey::sourceDisk.set(status, identifierOf(*disk));
   statuskey::targetArchive.set(status, "/backups/Office PC.rldbackup");
