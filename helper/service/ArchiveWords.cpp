@@ -13,6 +13,15 @@ std::string sentenceOf(const ArchiveError& error) {
   return text;
 }
 
+std::string sentenceOf(const ArchiveError& error, const std::string& archivePath, const std::string& advice) {
+  return isLossOf(archivePath, error) ? sentenceOf(error) + " " + advice : sentenceOf(error);
+}
+
+bool isLossOf(const std::string& archivePath, const ArchiveError& error) {
+  if (error.fault != ArchiveFault::Damaged && error.fault != ArchiveFault::ReadFailed) return false;
+  return error.path == archivePath || error.path.starts_with(archivePath + "/");
+}
+
 std::string sectorsText(std::uint64_t count) {
   return std::to_string(count) + (count == 1 ? " unreadable sector" : " unreadable sectors");
 }

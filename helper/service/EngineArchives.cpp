@@ -39,6 +39,10 @@ bool isFault(const ArchiveError& error, ArchiveFault fault) {
 const std::string kUnknownUser =
     "The user who chose the place of the archive is not known to the system any more. Choose the place again.";
 
+const std::string kCheckTheDrive =
+    "The drive with the archive may be failing. Check it, or choose another place for the backups.";
+const std::string kBackUpAgain = "The drive with the archive may be failing. Check it and back up again.";
+
 // The archive, when the point is still where somebody saw it.
 ArchiveResult<Archive> holding(const PointReference& point, ArchiveResult<Archive> archive) {
   if (!archive) return archive;
@@ -147,8 +151,8 @@ class Run {
     }
     const std::string what = check ? damageText(*check) : check.error().text();
     _board.line("The new backup point is damaged: " + what);
-    return OperationFailed{"The new backup point cannot be read back as it was written (" + what +
-                           "). The drive with the archive may be failing. Check it and back up again."};
+    return OperationFailed{"The new backup point cannot be read back as it was written (" + what + "). " +
+                           kBackUpAgain};
   }
 
   OperationOutcome failed(const ArchiveError& error) {
@@ -157,7 +161,7 @@ class Run {
       return OperationStopped{};
     }
     _board.line("Failed: " + error.text());
-    return OperationFailed{sentenceOf(error)};
+    return OperationFailed{sentenceOf(error, _order.archivePath, kCheckTheDrive)};
   }
 
   const BackupOrder& _order;
@@ -185,7 +189,7 @@ ArchiveView EngineArchives::look(const std::string& archivePath, ArchiveUser use
   if (!archive) {
     if (isFault(archive.error(), ArchiveFault::NotFound)) return NoArchiveYet{};
     if (isFault(archive.error(), ArchiveFault::NotAnArchive) && isFreeFolder(archivePath)) return NoArchiveYet{};
-    return UnreadableArchive{sentenceOf(archive.error())};
+    return UnreadableArchive{sentenceOf(archive.error(), archivePath, kCheckTheDrive)};
   }
   return presentArchive(*archive);
 }
@@ -201,7 +205,7 @@ OperationOutcome EngineArchives::restore(const RestoreOrder& order, OperationBoa
   const auto acting = ActingAs::user(order.point.archiveUser);
   if (!acting) return OperationFailed{kUnknownUser};
   const ArchiveResult<Archive> archive = holding(order.point, Archive::openForReading(order.point.archivePath));
-  if (!archive) return OperationFailed{sentenceOf(archive.error())};
+  if (!archive) return OperationFailed{sentenceOf(archive.error(), order.point.archivePath, kCheckTheDrive)};
   return runRestore(*archive, order, {_exportFolder, _tableProgram}, board, cancel);
 }
 
@@ -210,7 +214,7 @@ OperationOutcome EngineArchives::merge(const PointReference& point, OperationBoa
   const auto acting = ActingAs::user(point.archiveUser);
   if (!acting) return OperationFailed{kUnknownUser};
   ArchiveResult<Archive> archive = holding(point, openForOperation(point.archivePath, board, cancel));
-  if (!archive) return OperationFailed{sentenceOf(archive.error())};
+  if (!archive) return OperationFailed{sentenceOf(archive.error(), point.archivePath, kCheckTheDrive)};
   return runMerge(*archive, point.index, board, cancel);
 }
 
@@ -219,7 +223,7 @@ VerificationReport EngineArchives::verify(const std::string& archivePath, Archiv
   const auto acting = ActingAs::user(user);
   if (!acting) return {OperationFailed{kUnknownUser}, {}, false};
   ArchiveResult<Archive> archive = openForOperation(archivePath, board, cancel);
-  if (!archive) return {OperationFailed{sentenceOf(archive.error())}, {}, false};
+  if (!archive) return {OperationFailed{sentenceOf(archive.error(), archivePath, kCheckTheDrive)}, {}, false};
   return verifyPoints(*archive, board, cancel);
 }
 
@@ -227,9 +231,9 @@ Expected<Done, std::string> EngineArchives::pin(const PinOrder& order) {
   const auto acting = ActingAs::user(order.point.archiveUser);
   if (!acting) return kUnknownUser;
   ArchiveResult<Archive> archive = holding(order.point, Archive::openForWriting(order.point.archivePath));
-  if (!archive) return sentenceOf(archive.error());
+  if (!archive) return sentenceOf(archive.error(), order.point.archivePath, kCheckTheDrive);
   ArchiveResult<PointIndex> point = archive->readPoint(order.point.index);
-  if (!point) return sentenceOf(point.error());
+  if (!point) return sentenceOf(point.error(), order.point.archivePath, kBackUpAgain);
   point->isPinned = order.isPinned;
   if (order.label) point->label = *order.label;
   const ArchiveResult<Done> saved = archive->savePoint(order.point.index, *point);

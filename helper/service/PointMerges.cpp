@@ -50,6 +50,11 @@ struct Increments {
   std::set<Obstacle> obstacles;  // To merging the ones that are older than that.
 };
 
+// What has become of the points is left open: a merge that is past its switch is finished by the next operation.
+const std::string kMergeAdvice =
+    "The drive with the archive may be failing. Check it and back up again; \"zpkctl verify\" tells which backup "
+    "points are sound.";
+
 std::string countText(std::uint64_t count) {
   return count == 1 ? "1 increment" : std::to_string(count) + " increments";
 }
@@ -192,7 +197,7 @@ ArchiveResult<Archive> openForOperation(const std::string& path, OperationBoard&
 
 OperationOutcome runMerge(Archive& archive, std::size_t point, OperationBoard& board, const CancelFlag& cancel) {
   const ArchiveResult<PointIndex> child = archive.readPoint(point);
-  if (!child) return OperationFailed{sentenceOf(child.error())};
+  if (!child) return OperationFailed{sentenceOf(child.error(), archive.path(), kMergeAdvice)};
   board.line("Merging the backup point of " + momentText(child->creationTime) + " into the one before it");
   tellWhatIsLost(archive, point, *child, board);
   std::uint64_t moved = 0;
@@ -211,7 +216,7 @@ OperationOutcome runMerge(Archive& archive, std::size_t point, OperationBoard& b
   }
   board.line("Failed: " + merged.error().text());
   noteDamageMet(archive, point, merged.error(), board);
-  return OperationFailed{sentenceOf(merged.error())};
+  return OperationFailed{sentenceOf(merged.error(), archive.path(), kMergeAdvice)};
 }
 
 void keepToLimit(Archive& archive, std::uint64_t mostIncrements, OperationBoard& board, const CancelFlag& cancel) {

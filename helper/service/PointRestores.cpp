@@ -15,18 +15,25 @@ std::string nameOf(const RestoreOrder& order) {
   return "\"" + order.disk->name().value_or("the disk") + "\"";
 }
 
+const std::string kOtherPoint = "Restore another backup point; \"zpkctl verify\" tells which are sound.";
+
 // What is left of the disk after a restore that was written in part.
 std::string remains(const RestoreOrder& order, TargetUse use) {
   switch (use) {
     case TargetUse::WindowsPartition:
-      return "The Windows partition of " + nameOf(order) +
-             " is incomplete now. Restore a backup point onto it again.";
+      return "The Windows partition of " + nameOf(order) + " is incomplete now.";
     case TargetUse::FreeSpace:
-      return "No usable Windows partition was added to " + nameOf(order) + ". Restore the backup point again.";
+      return "No usable Windows partition was added to " + nameOf(order) + ".";
     case TargetUse::WholeDisk:
-      return nameOf(order) + " is incomplete now and holds nothing usable. Restore a backup point onto it again.";
+      return nameOf(order) + " is incomplete now and holds nothing usable.";
   }
   return {};
+}
+
+// What to do about a disk that was written in part. A point that is lost would fail again.
+std::string nextStep(bool isPointLost, TargetUse use) {
+  if (isPointLost) return kOtherPoint;
+  return use == TargetUse::FreeSpace ? "Restore the backup point again." : "Restore a backup point onto it again.";
 }
 
 bool isIdentifierFree(const PointIndex& point, const RestoreOrder& order) {
@@ -38,13 +45,14 @@ bool isIdentifierFree(const PointIndex& point, const RestoreOrder& order) {
 OperationOutcome failed(const RestoreFailure& failure, const RestoreOrder& order, TargetUse use,
                         OperationBoard& board) {
   const bool isStopped = failure.error.fault == ArchiveFault::Cancelled;
+  const bool isPointLost = isLossOf(order.point.archivePath, failure.error);
   if (!failure.isTargetIncomplete) {
     const std::string untouched = "nothing was written to " + nameOf(order);
     board.line(isStopped ? "Stopped; " + untouched : "Failed: " + failure.error.text() + "; " + untouched);
     if (isStopped) return OperationStopped{};
-    return OperationFailed{sentenceOf(failure.error)};
+    return OperationFailed{sentenceOf(failure.error, order.point.archivePath, kOtherPoint)};
   }
-  const std::string left = remains(order, use);
+  const std::string left = remains(order, use) + " " + nextStep(isPointLost, use);
   const std::string reason =
       isStopped ? "The restore was stopped before it was complete." : sentenceOf(failure.error);
   board.line((isStopped ? "Stopped. " : "Failed: " + failure.error.text() + ". ") + left);
@@ -56,7 +64,7 @@ OperationOutcome failed(const RestoreFailure& failure, const RestoreOrder& order
 OperationOutcome runRestore(const Archive& archive, const RestoreOrder& order, const RestorePlaces& places,
                             OperationBoard& board, const CancelFlag& cancel) {
   const ArchiveResult<PointIndex> point = archive.readPoint(order.point.index);
-  if (!point) return OperationFailed{sentenceOf(point.error())};
+  if (!point) return OperationFailed{sentenceOf(point.error(), order.point.archivePath, kOtherPoint)};
   board.line("Restoring the backup point of " + momentText(point->creationTime) + " onto " + nameOf(order));
   if (const std::uint64_t missing = unreadableSectors(*point)) {
     board.line("The backup point was made with " + sectorsText(missing) + ", which are zeros on the disk again");

@@ -138,10 +138,10 @@ class Verification {
     _board.setProgress(_total, _total);
     if (_damaged == 0) return;
     const bool one = _damaged == 1;
-    _report.outcome =
-        OperationFailed{(one ? "A backup point is" : std::to_string(_damaged) + " backup points are") +
-                        std::string(" damaged, and nothing further is built on ") + (one ? "it" : "them") +
-                        ". The drive with the archive may be failing. Check it; the log tells what is damaged."};
+    _report.outcome = OperationFailed{
+        (one ? "A backup point is" : std::to_string(_damaged) + " backup points are") +
+        std::string(" damaged, and nothing further is built on ") + (one ? "it" : "them") +
+        ". The drive with the archive may be failing. Check it and back up again; the log tells what is damaged."};
   }
 
   Archive& _archive;

@@ -7,17 +7,21 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "helper/archive/Archive.h"
 #include "helper/archive/TestFiles.h"
+#include "helper/service/ArchiveWords.h"
 #include "records/RLDArchive.h"
 #include "records/RLDArchiveItem.h"
+#include "records/ZPKDisk.h"
 
 namespace zpk {
 namespace {
 
 using test::ScratchFolder;
+using testing::AllOf;
 using testing::HasSubstr;
 
 // An archive with two points without disks.
@@ -59,6 +63,43 @@ TEST_F(EnginePoints, ADamagedOneHidesNoOther) {
   EXPECT_EQ(item(1)->name(), "two");
   EXPECT_TRUE(archives.pin({reference(1), true, "still mine"}).hasValue());
   EXPECT_FALSE(archives.pin({reference(0), true, "lost"}).hasValue());
+}
+
+TEST_F(EnginePoints, ThatAreDamagedSayWhatToDo) {
+  const PointReference damaged = reference(0);
+  std::filesystem::resize_file(damaged.indexPath, 10);
+  OperationBoard board;
+  const CancelFlag cancel;
+  const auto disk = ZPKDisk::diskWithDisk(RLDDisk(RLDDisk::Fields{}));
+  const auto why = [](const OperationOutcome& outcome) {
+    const auto* failed = std::get_if<OperationFailed>(&outcome);
+    return failed ? failed->reason : "it was done";
+  };
+  EXPECT_THAT(
+      why(archives.restore({damaged, disk, 0, {}}, board, cancel)),
+      AllOf(HasSubstr(damaged.indexPath), HasSubstr("Restore another backup point"), HasSubstr("zpkctl verify")));
+  EXPECT_THAT(why(archives.merge(damaged, board, cancel)),
+              AllOf(HasSubstr("back up again"), HasSubstr("zpkctl verify")));
+  EXPECT_THAT(archives.pin({damaged, true, "x"}).error(), HasSubstr("Check it and back up again."));
+  EXPECT_THAT(why(archives.verify(path(), std::nullopt, board, cancel).outcome), HasSubstr("back up again"));
+  // A letter that the medium has lost: "disk-id".
+  std::string index = textOf(Archive::openForReading(path())->index());
+  test::writeAll(path() + "/archive.json", index.replace(index.find("disk-id"), 1, "D"));
+  EXPECT_THAT(std::get<UnreadableArchive>(archives.look(path(), std::nullopt)).reason,
+              HasSubstr("choose another place for the backups."));
+  EXPECT_THAT(why(archives.restore({damaged, disk, 0, {}}, board, cancel)), HasSubstr("choose another place"));
+}
+
+TEST(ArchiveLoss, IsOfTheArchivesOwnFilesAlone) {
+  const std::string archive = "/b/a.rldbackup";
+  EXPECT_TRUE(isLossOf(archive, damagedError("x", archive + "/p1/disk0.pvhd", 65536)));
+  EXPECT_TRUE(isLossOf(archive, readError("x", archive + "/p1/disk0.pvhd", 0, EIO)));
+  EXPECT_FALSE(isLossOf(archive, readError("x", "/dev/sda", 0, EIO))) << "that is the source";
+  EXPECT_FALSE(isLossOf(archive, damagedError("x", archive + "2/p1/disk0.pvhd")));
+  EXPECT_FALSE(isLossOf(archive, writeError("x", archive + "/p1/disk0.pvhd", 0, ENOSPC)));
+  EXPECT_EQ(sentenceOf(damagedError("It is damaged", archive), archive, "Do this."),
+            "It is damaged: /b/a.rldbackup. Do this.");
+  EXPECT_EQ(sentenceOf(damagedError("It is damaged", "/dev/sda"), archive, "Do this."), "It is damaged: /dev/sda.");
 }
 
 TEST_F(EnginePoints, TellHowTheyFared) {
