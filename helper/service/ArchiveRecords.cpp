@@ -124,7 +124,7 @@ std::shared_ptr<const RLDArcDisk> storedDiskRecord(const StoredDisk& stored, con
   const auto isBesideWindows = [](const auto& partition) {
     return gptTypeOf(partition->gptTypeGUID()) != TMBGPTType::MicrosoftBasicData;
   };
-  std::ranges::stable_partition(partitions, isBesideWindows);
+  std::stable_partition(partitions.begin(), partitions.end(), isBesideWindows);
   RLDDisk::Fields fields;
   fields.diskNumber = stored.number;
   fields.sectorSize = stored.sectorSize;
