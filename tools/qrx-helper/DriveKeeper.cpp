@@ -1,7 +1,9 @@
 #include "tools/qrx-helper/DriveKeeper.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
+#include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -119,7 +121,7 @@ bool DriveKeeper::bringUp(const std::string& imagePath) {
 
 std::optional<std::string> DriveKeeper::addVolume(const std::string& imagePath, const StoredPartition& partition,
                                                   const std::string& medium, VolumeProcess::Deadline deadline) {
-  auto volume = VolumeProcess::start(imagePath, partition);
+  auto volume = VolumeProcess::start(imagePath, partition, _log);
   if (!volume) return systemReason(errno);
   const auto label = volume->awaitLabel(deadline);
   std::optional<std::string> error;
@@ -161,14 +163,32 @@ int DriveKeeper::reserveNumber() {
 }
 
 void DriveKeeper::waitForVolumes() {
-  const sigset_t signals = endingSignals();
+  const sigset_t set = endingSignals();
+  const FileDescriptor signals(::signalfd(-1, &set, SFD_CLOEXEC));
   while (!_volumes.empty()) {
     int status = 0;
     pid_t ended = 0;
     while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) reap(ended, status);
     if (_volumes.empty() || _lost) return;
-    if (::sigwaitinfo(&signals, nullptr) != SIGCHLD) return;
+    if (!waitForSignal(signals)) return;
   }
+}
+
+// Meanwhile the volumes' processes may have something to say.
+bool DriveKeeper::waitForSignal(const FileDescriptor& signals) {
+  while (signals) {
+    std::vector<pollfd> heard{{signals.get(), POLLIN, 0}};
+    for (const VolumeProcess& volume : _volumes) heard.push_back({volume.channel(), POLLIN, 0});
+    if (uninterrupted([&] { return ::poll(heard.data(), heard.size(), -1); }) < 0) return false;
+    for (std::size_t i = 0; i < _volumes.size(); ++i) {
+      if (heard[i + 1].revents != 0) _volumes[i].listen();
+    }
+    if (heard.front().revents == 0) continue;
+    signalfd_siginfo signal = {};
+    const ssize_t got = uninterrupted([&] { return ::read(signals.get(), &signal, sizeof signal); });
+    return got == static_cast<ssize_t>(sizeof signal) && signal.ssi_signo == SIGCHLD;
+  }
+  return false;
 }
 
 // Of a volume that never was there nobody misses the process.

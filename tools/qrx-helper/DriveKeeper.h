@@ -19,8 +19,9 @@ namespace zpk {
 // One a process, whose children and signals are its own.
 class DriveKeeper {
  public:
-  DriveKeeper(std::string drives, const std::string& driveId)
-      : _drives(std::move(drives)), _drive(_drives, driveId) {}
+  // `log` is told what of the backup point turns out to be damaged while its files are read.
+  DriveKeeper(std::string drives, const std::string& driveId, VolumeProcess::DamageLog log)
+      : _drives(std::move(drives)), _drive(_drives, driveId), _log(std::move(log)) {}
   ~DriveKeeper();
 
   // Returns when the drive is gone. False when it never came up; the completion says why.
@@ -38,12 +39,15 @@ class DriveKeeper {
   bool fail(int result, const std::string& message);
   int reserveNumber();
   void waitForVolumes();
+  // Until a child has ended; false when this process is to end.
+  bool waitForSignal(const FileDescriptor& signals);
   void reap(pid_t ended, int status);
   void endVolumes();
   void takeDown();
 
   std::string _drives;
   DriveFolder _drive;
+  VolumeProcess::DamageLog _log;
   FileDescriptor _lock;  // of the request, for as long as the drive is there
   std::vector<VolumeProcess> _volumes;
   std::set<pid_t> _unmounters;  // Each ends once its volume is unmounted.

@@ -38,11 +38,15 @@ ArchiveResult<StoredImage> StoredImage::open(const std::string& imagePath) {
   return notStored(imagePath);
 }
 
-VolumeBytes StoredImage::partition(const StoredPartition& partition) {
+VolumeBytes StoredImage::partition(const StoredPartition& partition, ToldOfDamage told) {
   return {.size = partition.size,
           .sectorSize = disk().sectorSize,
-          .read = [disk = _disk.get(), start = partition.start](std::uint64_t offset, std::span<std::byte> bytes) {
-            return disk->read(start + offset, bytes).hasValue();
+          .read = [disk = _disk.get(), start = partition.start, told = std::move(told)](
+                      std::uint64_t offset, std::span<std::byte> bytes) {
+            const std::uint64_t first = start + offset;
+            const ArchiveResult<Done> read = disk->read(first, bytes);
+            if (!read) told(read.error(), {first, first + bytes.size()});
+            return read.hasValue();
           }};
 }
 

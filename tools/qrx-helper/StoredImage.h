@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,8 +19,11 @@ class StoredImage {
   static ArchiveResult<StoredImage> open(const std::string& imagePath);
 
   const StoredDisk& disk() const { return _disk->description(); }
+  // Told why a read failed: what is damaged, and which bytes of the disk were asked for.
+  using ToldOfDamage = std::function<void(const ArchiveError& error, ByteRange asked)>;
   // The bytes of a partition, for as long as this object lives.
-  VolumeBytes partition(const StoredPartition& partition);
+  VolumeBytes partition(
+      const StoredPartition& partition, ToldOfDamage told = [](const auto&, auto) {});
 
  private:
   explicit StoredImage(PointDisk disk) : _disk(std::make_unique<PointDisk>(std::move(disk))) {}

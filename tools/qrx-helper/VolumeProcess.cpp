@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <set>
+#include <utility>
 
 #include "tools/qrx-helper/Confinement.h"
 #include "tools/qrx-helper/DescriptorMessage.h"
@@ -21,6 +23,7 @@ namespace {
 constexpr char kLabel = '=';
 constexpr char kError = '-';
 constexpr char kReady = '+';
+constexpr char kDamage = '!';
 
 // What the keeper has open is not ours; above all its lock, which says that it lives.
 void closeAllBut(int descriptor) {
@@ -39,11 +42,29 @@ void say(const FileDescriptor& channel, char kind, const std::string& text) {
   sendMessage(channel, (kind + text).substr(0, DescriptorMessage::kLongestText));
 }
 
+// What cannot be read, for the keeper, who can write a log. The channel holds all of it, should nobody listen.
+class DamageWords {
+ public:
+  explicit DamageWords(const FileDescriptor& channel) : _channel(channel) {}
+  void tell(const ArchiveError& error, ByteRange asked) {
+    if (_told.size() >= VolumeProcess::kMostDamage || !_told.emplace(error.path, error.offset).second) return;
+    const std::string text = error.text() + "; bytes " + std::to_string(asked.start) + " to " +
+                             std::to_string(asked.end - 1) + " of the disk cannot be read";
+    say(_channel, kDamage, text.substr(0, VolumeProcess::kLongestLine));
+  }
+
+ private:
+  const FileDescriptor& _channel;
+  std::set<std::pair<std::string, std::uint64_t>> _told;
+};
+
 bool serve(const std::string& imagePath, const StoredPartition& partition, const FileDescriptor& channel) {
   ArchiveResult<StoredImage> image = StoredImage::open(imagePath);
   if (!image) return say(channel, kError, image.error().text()), false;
   confineToOpenFiles();
-  const auto volume = NtfsVolume::open(image->partition(partition));
+  DamageWords words(channel);
+  const auto volume = NtfsVolume::open(image->partition(
+      partition, [&words](const ArchiveError& error, ByteRange asked) { words.tell(error, asked); }));
   if (!volume) {
     return say(channel, kError, "The volume cannot be read: " + systemReason(volume.error().number)), false;
   }
@@ -66,7 +87,8 @@ bool serve(const std::string& imagePath, const StoredPartition& partition, const
 
 }  // namespace
 
-std::optional<VolumeProcess> VolumeProcess::start(const std::string& imagePath, const StoredPartition& partition) {
+std::optional<VolumeProcess> VolumeProcess::start(const std::string& imagePath, const StoredPartition& partition,
+                                                  DamageLog log) {
   auto channel = descriptorChannel(SOCK_SEQPACKET);
   if (!channel) return std::nullopt;
   const pid_t parent = ::getpid();
@@ -76,17 +98,36 @@ std::optional<VolumeProcess> VolumeProcess::start(const std::string& imagePath, 
     channel->first.reset();
     run(imagePath, partition, channel->second, parent);
   }
-  return VolumeProcess(pid, std::move(channel->first));
+  return VolumeProcess(pid, std::move(channel->first), std::move(log));
 }
 
 std::string VolumeProcess::awaitWord(Deadline deadline) {
   using std::chrono::milliseconds;
-  const auto left = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
-  pollfd spoken{_channel.get(), POLLIN, 0};
-  const int patience = static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 3'600'000));
-  if (uninterrupted([&] { return ::poll(&spoken, 1, patience); }) <= 0) return {};
-  auto message = receiveMessage(_channel);
-  return message ? std::move(message->text) : std::string();
+  for (;;) {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+    pollfd spoken{_channel.get(), POLLIN, 0};
+    const int patience = static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 3'600'000));
+    if (uninterrupted([&] { return ::poll(&spoken, 1, patience); }) <= 0) return {};
+    auto message = receiveMessage(_channel);
+    if (!message) return {};
+    if (!message->text.starts_with(kDamage)) return std::move(message->text);
+    note(message->text);
+  }
+}
+
+void VolumeProcess::listen() {
+  const auto message = receiveMessage(_channel);
+  if (!message) return _channel.reset();
+  if (message->text.starts_with(kDamage)) note(message->text);
+}
+
+// Whoever reads a file system may say anything.
+void VolumeProcess::note(const std::string& damage) {
+  if (++_damage > kMostDamage) return;
+  std::string line = damage.substr(1, kLongestLine);
+  std::ranges::replace_if(
+      line, [](char c) { return c < ' ' || c > '~'; }, '?');
+  _log(line);
 }
 
 Expected<std::string, VolumeProcess::Unreadable> VolumeProcess::awaitLabel(Deadline deadline) {

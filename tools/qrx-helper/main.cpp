@@ -4,6 +4,7 @@
 // running beside it.
 
 #include <fcntl.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -38,6 +39,8 @@ int main(int argc, char** argv) {
   // The drive outlives the program that asked for it, and the terminal that it was started from.
   ::setsid();
   letGoOfStandardStreams();
-  DriveKeeper keeper(std::move(*drives), argv[1]);
+  ::openlog("qrx-helper", LOG_PID, LOG_USER);
+  DriveKeeper keeper(std::move(*drives), argv[1],
+                     [](const std::string& line) { ::syslog(LOG_WARNING, "%s", line.c_str()); });
   return keeper.run() ? EXIT_SUCCESS : EXIT_FAILURE;
 }

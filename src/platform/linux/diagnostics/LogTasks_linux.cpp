@@ -27,7 +27,7 @@ std::vector<LogTask> platformLogTasks() {
       // Both into the log of their common name, one after the other.
       toolRun("/usr/bin/journalctl", {"--no-pager", "--boot", "--dmesg"}),
       toolRun("/usr/bin/journalctl", {"--no-pager", "--boot", "_COMM=zpk", "_COMM=zpkhelper", "_COMM=zpkctl",
-                                      "_COMM=zpkstatusbar", "_COMM=zpkprobe"}),
+                                      "_COMM=zpkstatusbar", "_COMM=zpkprobe", "_COMM=qrx-helper"}),
       toolRun("/usr/bin/systemctl", {"--user", "--no-pager", "--all", "list-timers"}),
       toolRun("/usr/bin/coredumpctl", {"--no-pager", "info", "zpk", "zpkhelper", "zpkctl", "zpkstatusbar"}),
   };
