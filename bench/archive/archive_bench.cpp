@@ -22,6 +22,8 @@
 
 #include "helper/archive/AlignedBuffer.h"
 #include "helper/archive/BackupOperation.h"
+#include "helper/archive/DiskSource.h"
+#include "helper/archive/GptTable.h"
 #include "helper/archive/MergeOperation.h"
 #include "helper/archive/PointCheck.h"
 #include "helper/archive/SourcePlan.h"
@@ -55,13 +57,23 @@ std::uint64_t numberOf(const char* text) {
 zpk::BackupDisk diskOf(char** words) {
   zpk::StoredDisk disk;
   disk.size = std::filesystem::file_size(words[0]);
-  zpk::StoredPartition partition;
-  partition.number = 1;
-  partition.start = numberOf(words[1]);
-  partition.size = numberOf(words[2]);
-  partition.end = partition.start + partition.size - 1;
-  partition.content = zpk::PartitionContent::Whole;
-  disk.partitions = {partition};
+  const zpk::DiskSource source = valueOf(zpk::DiskSource::open(words[0]));
+  const auto read = [&source](std::uint64_t offset, std::span<std::byte> bytes) {
+    return source.read(offset, bytes);
+  };
+  const zpk::GptTable table = valueOf(zpk::readGptTable(read, disk.size, 512));
+  disk.gptId = table.diskId;
+  for (const zpk::GptEntry& entry : table.entries) {
+    zpk::StoredPartition partition;
+    partition.number = entry.number;
+    partition.start = entry.start;
+    partition.size = entry.size;
+    partition.end = entry.start + entry.size - 1;
+    partition.typeGuid = entry.type;
+    const bool isStored = entry.start == numberOf(words[1]) && entry.size == numberOf(words[2]);
+    if (isStored) partition.content = zpk::PartitionContent::Whole;
+    disk.partitions.push_back(partition);
+  }
   return {words[0], disk};
 }
 

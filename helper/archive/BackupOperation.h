@@ -10,7 +10,8 @@
 
 namespace zpk {
 
-// A disk to back up and its description as it goes into the point's index. A partition whose `content` is not
+// A disk to back up and its description as it goes into the point's index; a disk that is not as described is not
+// backed up. A partition whose `content` is not
 // NotStored is stored; whether as a whole or by its used clusters is found out from what is on it. Names of files
 // and `storedBytes` are filled in.
 struct BackupDisk {
@@ -19,6 +20,8 @@ struct BackupDisk {
   // Store a volume also when it was not closed cleanly or its structures contradict each other. One that Windows
   // sleeps on, or has encrypted, is refused in any case.
   bool acceptsUncleanVolumes = false;
+  // What `path` led to when the description was made (DeviceIdentity.h); empty when that is not known.
+  std::string identity{};
 };
 
 struct BackupRequest {

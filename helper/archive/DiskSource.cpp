@@ -40,7 +40,9 @@ ArchiveResult<DiskSource> DiskSource::open(const std::string& path) {
   const ArchiveResult<std::uint64_t> size = sizeOf(source._file);
   if (!size) return size.error();
   source._size = *size;
-  source._direct = {FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_DIRECT)), path};
+  // By its descriptor: the path may lead to another disk by now.
+  const std::string same = "/proc/self/fd/" + std::to_string(source._file.fd.get());
+  source._direct = {FileDescriptor(::open(same.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_DIRECT)), path};
   return source;
 }
 

@@ -75,10 +75,11 @@ class Parser {
   Parser(const DiskBytes& read, std::uint64_t diskSize, std::uint32_t sectorSize)
       : _read(read), _sectors(diskSize / sectorSize), _sectorSize(sectorSize) {}
 
-  ArchiveResult<GptTable> parse() {
+  ArchiveResult<GptTable> parse(GptCopy copy) {
     ByteBuffer header(_sectorSize);
     if (_sectors < 3) return noTable("The disk is too small for a partition table");
-    ArchiveResult<Done> step = _read(_sectorSize, header);
+    const std::uint64_t place = copy == GptCopy::First ? 1 : _sectors - 1;
+    ArchiveResult<Done> step = _read(place * _sectorSize, header);
     if (step) step = checkHeader(header);
     if (!step) return step.error();
     ByteBuffer entries(_count * _entrySize);
@@ -144,8 +145,9 @@ class Parser {
 
 }  // namespace
 
-ArchiveResult<GptTable> readGptTable(const DiskBytes& read, std::uint64_t diskSize, std::uint32_t sectorSize) {
-  return Parser(read, diskSize, sectorSize).parse();
+ArchiveResult<GptTable> readGptTable(const DiskBytes& read, std::uint64_t diskSize, std::uint32_t sectorSize,
+                                     GptCopy copy) {
+  return Parser(read, diskSize, sectorSize).parse(copy);
 }
 
 std::string textOfGuid(const GuidBytes& guid) {

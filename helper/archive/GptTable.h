@@ -29,9 +29,10 @@ struct GptEntry {
   std::string name;  // UTF-8.
 };
 
-// A disk's GPT as its first copy says it.
+// A disk's GPT as one of its copies says it.
 //
-//   header, second sector:  "EFI PART" 0, header size 12, its CRC-32 16, own sector 24, disk id 56 (16 bytes),
+//   header, second or last sector:  "EFI PART" 0, header size 12, its CRC-32 16, own sector 24, disk id 56 (16
+//   bytes),
 //                           first sector of the entries 72, their count 80, their size 84, their CRC-32 88
 //   an entry:               type 0, id 16, first sector 32, last sector 40, attributes 48, name 56 (36 UTF-16
 //   units)
@@ -43,8 +44,12 @@ struct GptTable {
 // Reads bytes of a disk, all of them or none.
 using DiskBytes = std::function<ArchiveResult<Done>(std::uint64_t offset, std::span<std::byte> bytes)>;
 
+// Which of the two that a disk has: at its beginning, or at its end.
+enum class GptCopy { First, Second };
+
 // Damaged when there is no table, when a checksum is wrong or when an entry lies outside the disk.
-ArchiveResult<GptTable> readGptTable(const DiskBytes& read, std::uint64_t diskSize, std::uint32_t sectorSize);
+ArchiveResult<GptTable> readGptTable(const DiskBytes& read, std::uint64_t diskSize, std::uint32_t sectorSize,
+                                     GptCopy copy = GptCopy::First);
 
 // "c12a7328-f81f-11d2-ba4b-00a0c93ec93b"
 std::string textOfGuid(const GuidBytes& guid);

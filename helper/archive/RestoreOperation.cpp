@@ -28,6 +28,7 @@ class Restore {
 
   ArchiveResult<RestoredPoint> run() {
     ArchiveResult<Done> step = prepare();
+    if (step && _request.mayWrite && !_request.mayWrite()) step = cancelledError();
     if (step) step = clear();
     if (step) step = copy();
     if (step) step = finishVolumes();

@@ -20,6 +20,8 @@ struct RestoreRequest {
   bool takesIdentity = false;
   std::string exportFolder;  // As FuseExport has it.
   std::string tableProgram;  // Absolute path of zpktable.
+  // Asked right before the first write; false ends it as a raised `cancel` does. Nobody: it may write.
+  std::function<bool()> mayWrite{};
   // Told what is done, a line for the log each.
   std::function<void(const std::string& line)> say = [](const std::string&) {};
 };

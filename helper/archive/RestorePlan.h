@@ -33,6 +33,7 @@ struct TargetLayout {
   std::uint32_t sectorSize = 512;
   std::optional<GuidBytes> id{};  // Of its GPT; none when it has no table, or another kind.
   std::vector<TargetPartition> partitions{};
+  std::string identity{};  // What its path led to (DeviceIdentity.h); empty when that is not known.
 
   bool operator==(const TargetLayout&) const = default;
 };

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 
+#include "helper/archive/DeviceIdentity.h"
 #include "helper/archive/GptTable.h"
 #include "helper/archive/ImageFileUse.h"
 
@@ -61,6 +62,8 @@ ArchiveError RestoreTarget::otherDisk() const {
 
 ArchiveResult<Done> RestoreTarget::checkIs(const TargetLayout& chosen) const {
   if (_size != chosen.size) return otherDisk();
+  // A blank disk has nothing on it that tells it from another one.
+  if (!chosen.identity.empty() && identityOfOpen(descriptor()) != chosen.identity) return otherDisk();
   const ArchiveResult<Done> sectors = checkSectors(chosen.sectorSize);
   if (!sectors) return sectors;
   if (!chosen.id) return chosen.partitions.empty() ? checkHasNoTable() : otherDisk();

@@ -24,8 +24,8 @@ class RestoreTarget {
   int descriptor() const { return _file.fd.get(); }
   bool isImageFile() const { return _isImageFile; }
 
-  // Whether it is still the disk that was chosen: its size, its sectors, its table's identifier and every entry,
-  // read anew from the disk. Refused when it is not.
+  // Whether it is still the disk that was chosen: the very device or file, its size, its sectors, its table's
+  // identifier and every entry, read anew from the disk. Refused when it is not.
   ArchiveResult<Done> checkIs(const TargetLayout& chosen) const;
 
   // Whether its MBR names partitions of its own beside the GPT, for systems that start through the BIOS.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "helper/archive/DeviceIdentity.h"
 #include "helper/archive/GptExtent.h"
+#include "helper/archive/GptTable.h"
 #include "helper/archive/NtfsBootSector.h"
 #include "helper/archive/PartitionDevice.h"
 #include "helper/archive/SourceCheck.h"
@@ -20,6 +22,47 @@ ByteRange fileTableOf(ByteRange volume, const NtfsGeometry& geometry) {
   constexpr std::uint64_t ownRecords = std::uint64_t{16} << 10U;
   const std::uint64_t start = volume.start + geometry.fileTable;
   return {std::min(start, volume.end), std::min(start + ownRecords, volume.end)};
+}
+
+ArchiveError otherDisk(const DiskSource& disk) {
+  return {
+      ArchiveFault::SourceUnfit,
+      "The disk is not what it was when it was last looked at: its partition table has changed, or another disk "
+      "has taken its place. Nothing was backed up. Choose the disk again",
+      disk.path(), 0, 0};
+}
+
+bool isTableOf(const GptTable& table, const StoredDisk& described) {
+  const auto isUnused = [](const StoredPartition& partition) { return partition.typeGuid == GuidBytes{}; };
+  std::vector<StoredPartition> used = described.partitions;
+  std::erase_if(used, isUnused);
+  const auto isSame = [](const GptEntry& entry, const StoredPartition& partition) {
+    return entry.number == partition.number && entry.start == partition.start && entry.size == partition.size &&
+           entry.type == partition.typeGuid;
+  };
+  return table.diskId == described.gptId && std::ranges::equal(table.entries, used, isSame);
+}
+
+// Whether what is open, and nobody else's to write any more, is the disk that was described. Its table is read
+// anew: of two disks of one size, only that tells which one's chain the backup point belongs to.
+ArchiveResult<Done> checkIs(const DiskSource& disk, const BackupDisk& source) {
+  const StoredDisk& described = source.description;
+  if (disk.size() != described.size) return otherDisk(disk);
+  if (!source.identity.empty() && identityOfOpen(disk.file().fd.get()) != source.identity) return otherDisk(disk);
+  // Of what cannot be backed up at all, the search for the table's places has the better answer.
+  if (described.sectorSize != 512 && described.sectorSize != 4096) return Done{};
+  const DiskBytes read = [&disk](std::uint64_t offset, std::span<std::byte> bytes) {
+    return disk.read(offset, bytes);
+  };
+  ArchiveResult<GptTable> table = readGptTable(read, disk.size(), described.sectorSize);
+  // A damaged first copy keeps no disk from being backed up that its second one describes.
+  if (!table && table.error().fault == ArchiveFault::Damaged) {
+    table = readGptTable(read, disk.size(), described.sectorSize, GptCopy::Second);
+  }
+  const bool hasTable = table || table.error().fault != ArchiveFault::Damaged;
+  if (!hasTable) return described.gptId == GuidBytes{} ? ArchiveResult<Done>(Done{}) : otherDisk(disk);
+  if (!table) return table.error();
+  return isTableOf(*table, described) ? ArchiveResult<Done>(Done{}) : otherDisk(disk);
 }
 
 class Planner {
@@ -128,9 +171,8 @@ ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string
   const ActingAsSelf self;
   ArchiveResult<DiskSource> disk = DiskSource::open(source.path);
   if (!disk) return disk.error();
-  if (disk->size() != source.description.size) {
-    return ArchiveError{ArchiveFault::SourceUnfit, "The disk is not the one that was described", source.path, 0, 0};
-  }
+  const ArchiveResult<Done> same = checkIs(*disk, source);
+  if (!same) return unreadablePlace(tableName, same.error());
   const std::uint64_t size = disk->size();
   SourcePlan plan{std::move(*disk), DiskLayout(size), source.description, {}};
   Planner planner(plan, source.acceptsUncleanVolumes, exportFolder, cancel);

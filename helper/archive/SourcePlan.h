@@ -15,9 +15,9 @@ struct SourcePlan {
   std::vector<VitalPlace> vital;
 };
 
-// Opens the disk, finds the partition table's places and looks into every partition that is to be stored. Anything
-// that speaks against reading it is an error whose message tells what to do. `exportFolder` as PartitionDevice has
-// it.
+// Opens the disk, makes sure that it is the one that is described, finds the partition table's places and looks
+// into every partition that is to be stored. Anything that speaks against reading it is an error whose message
+// tells what to do. `exportFolder` as PartitionDevice has it.
 ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string& exportFolder,
                                      const CancelFlag& cancel);
 

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <string_view>
 
+#include "helper/archive/DeviceIdentity.h"
+
 namespace zpk {
 namespace {
 
@@ -57,12 +59,6 @@ std::vector<FoundPartition> partitionsOf(const std::string& folder, const std::v
   return partitions;
 }
 
-std::string identityOf(const std::string& folder, const std::string& node, DeviceNumber device) {
-  // The kernel counts every disk that it ever attached, so another stick in the same socket has another number.
-  const std::string sequence = systemText(folder + "/diskseq");
-  return node + " " + device.text() + " " + sequence + " " + systemText(folder + "/size");
-}
-
 }  // namespace
 
 FoundDisks listBlockDevices(const LinuxPaths& paths, const std::vector<MountedVolume>& mounts,
@@ -93,7 +89,9 @@ FoundDisks listBlockDevices(const LinuxPaths& paths, const std::vector<MountedVo
     disk.kind = kindOf(folder);
     disk.file = {status.st_dev, status.st_ino};
     disk.sectorSize = static_cast<std::uint32_t>(systemNumber(folder + "/queue/logical_block_size"));
-    disk.identity = identityOf(folder, node, *device);
+    // Another stick in the same socket is another device.
+    disk.device = identityOfDevice(folder);
+    disk.identity = node + " " + disk.device + " " + systemText(folder + "/size");
     disk.isWritable = systemNumber(folder + "/ro") == 0;
     disk.isSystem = system.standsOn(*device);
     disk.partitions = partitionsOf(folder, mounts, system);

@@ -151,7 +151,14 @@ std::shared_ptr<const ZPKDisk> DiskScanner::recordOf(const FoundDisk& disk, cons
 std::uint32_t DiskScanner::numberOf(const FoundDisk& disk) {
   // From 1: a missing number reads as 0.
   const auto next = static_cast<std::uint32_t>(_numbers.size() + 1);
-  return _numbers.try_emplace(disk.identity, next).first->second;
+  const std::uint32_t number = _numbers.try_emplace(disk.identity, next).first->second;
+  _devices[number] = disk.device;
+  return number;
+}
+
+std::string DiskScanner::deviceOf(const ZPKDisk& disk) const {
+  const auto known = _devices.find(disk.diskNumber());
+  return known == _devices.end() ? std::string() : known->second;
 }
 
 void DiskScanner::forgetDisksThatAreGone(const std::vector<FoundDisk>& disks) {

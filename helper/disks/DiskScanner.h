@@ -45,6 +45,10 @@ class DiskScanner {
   // By number, which is the order in which disks were first seen. A raised `cancel` leaves disks out.
   std::vector<std::shared_ptr<const ZPKDisk>> scan(const CancelFlag& cancel);
 
+  // What the disk's path led to when it was listed: whoever opens it then can tell whether it is another one. Empty
+  // for a disk that no scan gave.
+  std::string deviceOf(const ZPKDisk& disk) const;
+
  private:
   struct Known {
     std::string version;
@@ -65,6 +69,7 @@ class DiskScanner {
   DiskProber _prober;
   std::vector<ImageFolder> _folders;
   std::map<std::string, std::uint32_t> _numbers;  // By identity.
+  std::map<std::uint32_t, std::string> _devices;  // By number.
   std::map<std::string, Known> _known;            // By path.
   std::set<std::string> _said, _saidBefore;       // Lines of this scan and of the one before.
 };

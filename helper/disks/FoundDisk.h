@@ -29,6 +29,7 @@ struct FoundDisk {
   FileIdentity file;             // What `path` led to.
   std::uint32_t sectorSize = 0;  // 0 for an image, which has none of its own.
 
+  std::string device;  // What `path` led to (helper/archive/DeviceIdentity.h).
   // Another text means another disk: a number handed out for the one must not lead to the other.
   std::string identity;
   // Another text means that the content may differ. Empty where nothing tells; then it is read every time.

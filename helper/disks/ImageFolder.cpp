@@ -15,6 +15,8 @@
 #include <system_error>
 #include <utility>
 
+#include "helper/archive/DeviceIdentity.h"
+
 namespace zpk {
 namespace {
 
@@ -129,7 +131,8 @@ std::optional<FoundDisk> ImageFolder::look(int directory, const std::string& nam
   disk.partitionInfix = "#";
   disk.file = {status.st_dev, status.st_ino};
   disk.version = versionOf(status);
-  disk.identity = disk.path + " " + std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+  disk.device = identityOfImage(status.st_dev, status.st_ino);
+  disk.identity = disk.path + " " + disk.device;
   disk.isWritable = ::faccessat(AT_FDCWD, disk.path.c_str(), W_OK, AT_EACCESS) == 0;
   if (!isImage(name, disk)) return std::nullopt;
   return disk;

@@ -278,9 +278,11 @@ TEST_F(Backup, AVolumeWhoseBitmapContradictsItsFilesIsRefused) {
 }
 
 TEST_F(Backup, ADiskWithoutAPartitionTableIsRefused) {
+  const BackupRequest described = disk.request();
   disk.overwrite(512, std::string(512, '\0'));
   Archive archive = create();
-  EXPECT_THAT(refusalOf(run(archive)).text(), testing::HasSubstr("no GPT partition table"));
+  const auto result = makeFullBackup(archive, described, ignoreProgress, cancel);
+  EXPECT_THAT(refusalOf(result).text(), testing::HasSubstr("no GPT partition table"));
 }
 
 TEST_F(Backup, WithoutTheRightToSetUpDevicesItSaysWhatToDo) {

@@ -98,6 +98,13 @@ TEST_F(Increment, AMovedArchiveStillReads) {
   EXPECT_TRUE(test::readAll(folder / "back.raw") == expected);
 }
 
+// As if the first point had been made of a disk that was different in that.
+void changePoint(Archive& archive, const std::function<void(StoredDisk& disk)>& change) {
+  PointIndex point = *archive.readPoint(0);
+  change(point.disks[0]);
+  EXPECT_TRUE(archive.savePoint(0, point).hasValue());
+}
+
 // What keeps a point from being an increment, and the words for it.
 struct Obstacle {
   const char* name;
@@ -110,15 +117,13 @@ class NoIncrement : public Increment, public testing::WithParamInterface<Obstacl
 INSTANTIATE_TEST_SUITE_P(
     After, NoIncrement,
     testing::Values(
-        Obstacle{"AnotherDisk", "another disk", [](auto&, auto&, auto& r) { r.disks[0].description.gptId[0] = 1; }},
-        Obstacle{"OtherPartitions", "partitions of the disk have changed",
-                 [](auto&, auto&, auto& r) { r.disks[0].description.partitions[0].typeGuid[0] = 1; }},
+        Obstacle{"AnotherDisk", "another disk",
+                 [](auto& a, auto&, auto&) { changePoint(a, [](StoredDisk& d) { d.gptId[0] ^= 1; }); }},
+        Obstacle{
+            "OtherPartitions", "partitions of the disk have changed",
+            [](auto& a, auto&, auto&) { changePoint(a, [](StoredDisk& d) { d.partitions[0].typeGuid[0] ^= 1; }); }},
         Obstacle{"AnotherSectorSize", "size of the disk has changed",
-                 [](Archive& a, auto&, auto&) {
-                   PointIndex point = *a.readPoint(0);
-                   point.disks[0].sectorSize = 4096;
-                   EXPECT_TRUE(a.savePoint(0, point).hasValue());
-                 }},
+                 [](auto& a, auto&, auto&) { changePoint(a, [](StoredDisk& d) { d.sectorSize = 4096; }); }},
         Obstacle{"ADamagedMap", "disk0.map",
                  [](auto&, auto& folder, auto&) { std::filesystem::resize_file(folder + "/disk0.map", 5000); }},
         Obstacle{"ALostMap", "disk0.map",

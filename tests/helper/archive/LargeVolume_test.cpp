@@ -75,6 +75,9 @@ BackupRequest requestFor(const std::string& disk, const std::string& exportFolde
   partition.typeGuid = gpttype::microsoftBasicData;
   StoredDisk description;
   description.size = diskSize;
+  const OpenFile file{FileDescriptor(::open(disk.c_str(), O_RDONLY | O_CLOEXEC)), disk};
+  description.gptId =
+      readGptTable([&](auto offset, auto bytes) { return readAt(file, offset, bytes); }, diskSize, 512)->diskId;
   description.partitions = {partition};
   BackupRequest request;
   request.disks = {{disk, description}};

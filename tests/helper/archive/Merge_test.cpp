@@ -231,9 +231,10 @@ TEST_F(MergePoints, AFullPointTakesTheParentsPlaceWithoutMovingAnything) {
 }
 
 TEST_F(MergePoints, PointsOfDifferentDisksAreNotMerged) {
-  BackupRequest other = request();
-  other.disks[0].description.gptId[0] = 7;
-  ASSERT_TRUE(makeFullBackup(archive, other, ignoreProgress, cancel).hasValue());
+  ASSERT_TRUE(makeFullBackup(archive, request(), ignoreProgress, cancel).hasValue());
+  PointIndex other = *archive.readPoint(4);
+  other.disks[0].gptId[0] ^= 1;
+  ASSERT_TRUE(archive.savePoint(4, other).hasValue());
   moments.push_back(newestMoment());
   expectUntouched(merge(4), ArchiveFault::Refused, "different disks");
 }

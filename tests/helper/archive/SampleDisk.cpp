@@ -2,7 +2,9 @@
 
 #include <sys/mount.h>
 
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 namespace zpk::test {
@@ -34,6 +36,18 @@ void fill(const std::string& root) {
     std::filesystem::remove(root + "/Windows/System32/file" + std::to_string(i));
   }
   std::filesystem::remove(root + "/gone.txt");
+}
+
+// The identifiers that the disk's table has, which are other ones for every disk.
+void identify(StoredDisk& disk, const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string head(std::size_t{34} * 512, '\0');
+  file.read(head.data(), static_cast<std::streamsize>(head.size()));
+  const auto take = [&head](GuidBytes& guid, std::size_t offset) { std::memcpy(guid.data(), &head[offset], 16); };
+  take(disk.gptId, 512 + 56);
+  for (StoredPartition& partition : disk.partitions) {
+    take(partition.typeGuid, 1024 + std::size_t{128} * (partition.number - 1));
+  }
 }
 
 // Filling a volume takes seconds: it is done once, and every disk is a copy.
@@ -143,6 +157,7 @@ BackupRequest SampleDisk::requestFor(const std::string& path) {
   add(2, 8 * mib, 16 * mib, PartitionContent::NotStored);
   add(3, reservedStart, reservedSize, PartitionContent::Whole);
   add(4, volumeStart, volumeSize, PartitionContent::Whole);
+  identify(disk, path);
   return {{{path, disk}}, "first", 1'700'000'000};
 }
 
