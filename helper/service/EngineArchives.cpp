@@ -68,6 +68,14 @@ std::string damageText(const PointCheck& check) {
   return text;
 }
 
+// What the point does not hold although it is complete.
+std::optional<std::string> remarkOn(const PointIndex& point) {
+  const std::uint64_t missing = unreadableSectors(point);
+  if (missing == 0) return std::nullopt;
+  return "It was completed with " + sectorsText(missing) +
+         ". The disk may be failing: copy what you need from it and have it checked.";
+}
+
 // One run of a backup: the archive that it writes to, and what becomes of it.
 class Run {
  public:
@@ -88,17 +96,16 @@ class Run {
       Archive::removeEmpty(std::move(*archive));
       return failed(point.error());
     }
+    const std::optional<std::string> remark = remarkOn(point->index);
+    if (_order.pointExists) _order.pointExists(remark);
     if (std::optional<OperationFailed> damage = readBack(*archive)) return *damage;
     _board.line("Backup point " + std::to_string(archive->index().points.size()) + " is complete: " + _account);
-    OperationDone outcome;
-    if (const std::uint64_t missing = unreadableSectors(point->index)) {
+    if (remark) {
       for (const std::string& line : unreadableLines(point->index)) _board.line(line);
-      outcome.remark = "It was completed with " + sectorsText(missing) +
-                       ". The disk may be failing: copy what you need from it and have it checked.";
-      _board.line(*outcome.remark);
+      _board.line(*remark);
     }
     keepToLimit(*archive, _order.maxIncrements, _board, _cancel);
-    return outcome;
+    return OperationDone{remark};
   }
 
  private:
@@ -120,7 +127,8 @@ class Run {
     _board.line("Examining the Windows side");
     ProgressNarrator narrator(_board, "read", "Reading ", " that are in use");
     const auto progress = [&](std::uint64_t done, std::uint64_t total) { narrator.progress(done, total); };
-    const BackupDisk disk{_order.disk->filePath().value_or(""), storedDisk(*_order.disk), !_order.checkFileSystem};
+    const BackupDisk disk{_order.disk->filePath().value_or(""), storedDisk(*_order.disk), !_order.checkFileSystem,
+                          _order.device};
     const auto becomesFull = [&](const std::string& why) { _board.line("Making a full backup point: " + why); };
     const BackupRequest request{{disk}, "", _time, _exportFolder, sourceOf(*_order.disk), becomesFull};
     ArchiveResult<MadePoint> point = makeBackup(archive, request, progress, _cancel);
@@ -227,10 +235,10 @@ VerificationReport EngineArchives::verify(const std::string& archivePath, Archiv
   return verifyPoints(*archive, board, cancel);
 }
 
-Expected<Done, std::string> EngineArchives::pin(const PinOrder& order) {
+Expected<Done, std::string> EngineArchives::pin(const PinOrder& order, const CancelFlag& cancel) {
   const auto acting = ActingAs::user(order.point.archiveUser);
   if (!acting) return kUnknownUser;
-  ArchiveResult<Archive> archive = holding(order.point, Archive::openForWriting(order.point.archivePath));
+  ArchiveResult<Archive> archive = holding(order.point, Archive::openForWriting(order.point.archivePath, cancel));
   if (!archive) return sentenceOf(archive.error(), order.point.archivePath, kCheckTheDrive);
   ArchiveResult<PointIndex> point = archive->readPoint(order.point.index);
   if (!point) return sentenceOf(point.error(), order.point.archivePath, kBackUpAgain);

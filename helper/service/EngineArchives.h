@@ -27,7 +27,7 @@ class EngineArchives final : public ArchiveKeeper {
   VerificationReport verify(const std::string& archivePath, ArchiveUser user, OperationBoard& board,
                             const CancelFlag& cancel) override;
 
-  Expected<Done, std::string> pin(const PinOrder& order) override;
+  Expected<Done, std::string> pin(const PinOrder& order, const CancelFlag& cancel) override;
 
  private:
   const std::string _exportFolder;

@@ -66,7 +66,7 @@ Expected<std::unique_ptr<EventLoop>, int> EventLoop::make() {
 }
 
 EventLoop::EventLoop(sd_event* event, FileDescriptor wake) : _event(event), _wake(std::move(wake)) {
-  _wakeWatch = watch(_wake.get(), EPOLLIN, [this] { drain(); });
+  _wakeWatch = watch(_wake.get(), EPOLLIN, [this] { runQueued(); });
 }
 
 EventLoop::~EventLoop() {
@@ -82,7 +82,7 @@ void EventLoop::async(std::function<void()> work) {
   eventfd_write(_wake.get(), 1);
 }
 
-void EventLoop::drain() {
+void EventLoop::runQueued() {
   eventfd_t count = 0;
   eventfd_read(_wake.get(), &count);
   std::vector<std::function<void()>> queue;

@@ -40,12 +40,13 @@ class EventLoop final : public LoopClock, public DispatchQueue {
   // Serves events until `stop`; gives what was told to `stop`.
   int run();
   void stop(int exitStatus);
+  // Does what is queued, also once it was stopped.
+  void runQueued();
 
   sd_event* handle() const { return _event; }
 
  private:
   EventLoop(sd_event* event, FileDescriptor wake);
-  void drain();
 
   sd_event* _event;
   FileDescriptor _wake;

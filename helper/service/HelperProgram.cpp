@@ -90,6 +90,9 @@ class Helper {
     const int status = _loop.run();
     _model->stopForExit();
     _disks.stop();
+    // What the worker ends with is for the settings: the next start tells of it.
+    _worker.finish();
+    _loop.runQueued();
     return status;
   }
 

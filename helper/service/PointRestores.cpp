@@ -74,6 +74,8 @@ OperationOutcome runRestore(const Archive& archive, const RestoreOrder& order, c
   request.point = order.point.index;
   request.path = order.disk->filePath().value_or("");
   request.target = targetLayout(*order.disk);
+  request.target.identity = order.device;
+  request.mayWrite = order.mayWrite;
   request.use = targetUse(*order.disk);
   request.wantedSize = order.size;
   request.takesIdentity = isIdentifierFree(*point, order);

@@ -11,6 +11,7 @@ class ScannedDisks final : public DiskCatalog {
   ScannedDisks(DiskScannerOptions options, Log& log) : _scanner(std::move(options), log) {}
 
   Disks scan() override { return _scanner.scan(_cancel); }
+  std::string deviceOf(const ZPKDisk& disk) override { return _scanner.deviceOf(disk); }
   void stop() { _cancel.request(); }
 
  private:

@@ -7,17 +7,22 @@ namespace zpk {
 WorkerThread::WorkerThread() : _thread([this] { serve(); }) {}
 
 WorkerThread::~WorkerThread() {
+  finish();
+}
+
+void WorkerThread::finish() {
   {
     const std::lock_guard lock(_mutex);
     _ending = true;
   }
   _changed.notify_one();
-  _thread.join();
+  if (_thread.joinable()) _thread.join();
 }
 
 void WorkerThread::async(std::function<void()> work) {
   {
     const std::lock_guard lock(_mutex);
+    if (_ending) return;
     _queue.push_back(std::move(work));
   }
   _changed.notify_one();

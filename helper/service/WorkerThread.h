@@ -18,6 +18,8 @@ class WorkerThread final : public DispatchQueue {
   ~WorkerThread() override;
 
   void async(std::function<void()> work) override;
+  // Waits for what was handed in; what is handed in afterwards is dropped.
+  void finish();
 
  private:
   void serve();

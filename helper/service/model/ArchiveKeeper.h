@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -61,6 +62,10 @@ struct BackupOrder {
   std::uint64_t maxIncrements = 10;  // Merge the oldest ones until there are no more.
   bool checkFileSystem = true;       // Refuse a file system that was not closed cleanly or contradicts itself.
   ArchiveUser archiveUser = std::nullopt;
+  std::string device{};  // As DiskCatalog has it: nothing else may be read.
+  // Called on the worker once the point exists, whatever becomes of the rest, with a remark as OperationDone has
+  // it.
+  std::function<void(const std::optional<std::string>& remark)> pointExists{};
 };
 
 // How an operation ended. Only `OperationDone` means that it was done; otherwise the backup points are what they
@@ -134,6 +139,9 @@ struct RestoreOrder {
   std::uint64_t size = 0;               // For the Windows side, where the disk leaves a choice.
   // Text forms of the identifiers of all other disks that are attached: nothing else may bear one of them.
   std::vector<std::string> otherDisks;
+  std::string device{};  // As DiskCatalog has it: nothing else may be written.
+  // Called on the worker right before the disk is written for the first time; false when it may not be.
+  std::function<bool()> mayWrite{};
 };
 
 // Everything that is done to archives. All calls take their time and are made on the worker, one at a time.
@@ -161,7 +169,8 @@ class ArchiveKeeper {
                                     const CancelFlag& cancel) = 0;
 
   // Marks a point, or takes the mark away. What went wrong is a sentence for a person; the point is as it was then.
-  virtual Expected<Done, std::string> pin(const PinOrder& order) = 0;
+  // A merge that was interrupted is finished first, which a request to stop leaves to the next time.
+  virtual Expected<Done, std::string> pin(const PinOrder& order, const CancelFlag& cancel) = 0;
 };
 
 }  // namespace zpk

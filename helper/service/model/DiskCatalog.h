@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace zpk {
@@ -16,6 +17,9 @@ class DiskCatalog {
   // Every disk of interest there is now, in an order that stays. Takes its time: called on the worker, one call at
   // a time.
   virtual Disks scan() = 0;
+  // What the path of a disk that a scan gave led to, for the engine to see that it is still that one when it opens
+  // the disk. On the worker as well.
+  virtual std::string deviceOf(const ZPKDisk& disk) = 0;
 };
 
 }  // namespace zpk

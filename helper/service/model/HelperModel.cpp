@@ -50,9 +50,7 @@ HelperModel::HelperModel(const HelperParts& parts, HelperSettings settings, Anno
   _facts.settings = std::move(settings);
   if (_facts.settings.backupRunning) {
     _facts.settings.backupRunning = false;
-    _facts.settings.lastBackupError =
-        "It did not finish: the backup service ended while it ran. "
-        "The archive is as it was before. Start the backup again.";
+    _facts.settings.lastBackupError = interruptedBackupText();
   }
   if (_facts.settings.restoringOnto) {
     fail(interruptedRestoreText(*_facts.settings.restoringOnto));
@@ -95,9 +93,10 @@ void HelperModel::setTargetPath(const std::string& path, Answer answer, ArchiveU
                             if (wasSlow) changed();
                             return answer(ResultCode::noArchiveTargetDirectory);
                           }
-                          if (const auto* bad = std::get_if<UnreadableArchive>(&view)) fail(bad->reason);
                           _facts.settings.archivePath = path;
                           _facts.settings.archiveUser = user;
+                          // Whoever chose it is told, also when he was told before.
+                          if (const auto* bad = std::get_if<UnreadableArchive>(&view)) fail(bad->reason);
                           _facts.archive = std::move(view);
                           save();
                           changed(_facts.operationError ? Weight::milestone : Weight::ordinary);
@@ -146,6 +145,18 @@ void HelperModel::fail(std::string reason) {
   _facts.operationError = std::move(reason);
 }
 
+// An archive that lies there and cannot be read looks like one that is not there: why is told once.
+void HelperModel::setArchive(ArchiveView view) {
+  const auto* bad = std::get_if<UnreadableArchive>(&view);
+  const bool isNews = bad != nullptr && !sameView(view, _facts.archive);
+  if (isNews && !_facts.operationError) {
+    fail(bad->reason);
+  } else if (isNews) {
+    _parts.log.line("ZPKH::" + bad->reason);
+  }
+  _facts.archive = std::move(view);
+}
+
 void HelperModel::save() {
   if (const auto saved = _parts.settings.save(_facts.settings); !saved) {
     const FileError& error = saved.error();
@@ -172,6 +183,7 @@ void HelperModel::lookAgain() {
 }
 
 void HelperModel::read(bool announce) {
+  if (_ending) return;
   _announceRead = _announceRead || announce;
   if (_reading || _operation) {
     _readAgain = true;
@@ -197,15 +209,14 @@ void HelperModel::readDone(const Reading& reading) {
   // The path may have been set anew since, and then that command has looked there by itself.
   const bool sameArchive = reading.path != _facts.settings.archivePath.value_or("") ||
                            reading.user != _facts.settings.archiveUser || sameView(reading.archive, _facts.archive);
-  if (!sameArchive) {
-    _facts.archive = reading.archive;
-    if (const auto* bad = std::get_if<UnreadableArchive>(&_facts.archive)) _parts.log.line("ZPKH::" + bad->reason);
-  }
+  if (!sameArchive) setArchive(reading.archive);
   const bool again = _readAgain && !_operation;
   const bool asked = !again && std::exchange(_announceRead, false);
   if (again) read(false);
   const bool otherActivity = refreshActivity();
-  if (first || disksDiffer || !sameArchive || otherActivity || asked) changed();
+  if (first || disksDiffer || !sameArchive || otherActivity || asked) {
+    changed(_facts.operationError ? Weight::milestone : Weight::ordinary);
+  }
   if (_ready) std::exchange(_ready, nullptr)();
 }
 

@@ -97,7 +97,8 @@ class HelperModel {
   void lookAgain();
   // The operation's error was shown to somebody; it goes from the state.
   void errorWasShown();
-  // Ends a running operation because the helper ends.
+  // Ends a running operation because the helper ends. What the worker then still hands back is put in the settings,
+  // for the next start to tell; nothing new begins.
   void stopForExit();
 
  private:
@@ -114,6 +115,7 @@ class HelperModel {
   bool refreshActivity();  // Whether it is another than before.
   void save();
   void fail(std::string reason);
+  void setArchive(ArchiveView view);
 
   void read(bool announce);
   void readDone(const Reading& reading);
@@ -121,13 +123,15 @@ class HelperModel {
   bool commandEnds();  // Whether that changed the activity.
   void startSlowAlarm();
 
-  std::optional<std::string> whyArchiveMayNotLieThere(const ZPKDisk& source) const;
-  void startBackup(std::shared_ptr<const ZPKDisk> disk);
+  void startBackup(const std::shared_ptr<const ZPKDisk>& disk);
+  void pointExists(const std::optional<std::string>& remark);
+  static OperationEnd backupNow(const HelperParts& parts, BackupOrder order, Shared& shared);
   void backupEnded(const OperationOutcome& outcome);
   void startRestore(const PointReference& point, const std::shared_ptr<const ZPKDisk>& disk,
                     const RestoreChoice& choice);
   static OperationOutcome restoreNow(const HelperParts& parts, const PointReference& point, const ZPKDisk& chosen,
-                                     const RestoreChoice& choice, Shared& shared);
+                                     const RestoreChoice& choice, const std::function<bool()>& mayWrite,
+                                     Shared& shared);
 
   std::shared_ptr<Shared> beginOperation(const OperationKind& kind);
   void tick();
@@ -144,10 +148,12 @@ class HelperModel {
   bool _announceRead = false;  // Whatever it finds.
   bool _readAgain = false;     // Once it can.
   bool _commandWaits = false;  // For the archive's folder to be looked at.
+  bool _ending = false;        // With the helper.
   bool _slow = false;          // Reading, or the command that waits, takes long.
   Token _slowAlarm;
   Token _lookAlarm;
   std::unique_ptr<Operation> _operation;
+  std::shared_ptr<CancelFlag> _commandCancel;  // Of the command that waits, if it can be stopped.
   VerificationReport _verification;
 };
 

@@ -1,5 +1,8 @@
 // What every operation has in common: its beginning, its course, its end.
 
+#include <chrono>
+#include <future>
+
 #include "helper/service/model/HelperModel.h"
 #include "helper/service/model/HelperModel_private.h"
 #include "records/ZPKDisk.h"
@@ -16,6 +19,20 @@ std::string nameOf(const OperationKind& kind) {
 }
 
 }  // namespace
+
+bool doneOnLoop(DispatchQueue& loop, const CancelFlag& cancel, std::function<void()> work) {
+  constexpr auto kPause = std::chrono::milliseconds(10);
+  const auto done = std::make_shared<std::promise<void>>();
+  std::future<void> waiting = done->get_future();
+  loop.async([done, work = std::move(work)] {
+    work();
+    done->set_value();
+  });
+  while (waiting.wait_for(kPause) != std::future_status::ready) {
+    if (cancel.isRequested()) return false;
+  }
+  return true;
+}
 
 std::shared_ptr<HelperModel::Shared> HelperModel::beginOperation(const OperationKind& kind) {
   _operation = std::make_unique<Operation>();
@@ -62,7 +79,9 @@ ResultCode HelperModel::breakProgress() {
 }
 
 void HelperModel::stopForExit() {
+  _ending = true;
   if (_operation) _operation->shared->cancel.request();
+  if (_commandCancel) _commandCancel->request();
 }
 
 void HelperModel::operationEnded(const OperationEnd& end, const std::function<void()>& settle) {
@@ -70,7 +89,8 @@ void HelperModel::operationEnded(const OperationEnd& end, const std::function<vo
   if (takeNews()) changed(Weight::milestone);
   const std::string name = _operation->name;
   _operation.reset();
-  _facts.archive = end.archive;
+  setArchive(end.archive);
+  _readAgain = _readAgain || end.disksDiffer;
   if (const auto* failed = std::get_if<OperationFailed>(&end.outcome)) fail(failed->reason);
   settle();
   refreshActivity();

@@ -28,17 +28,19 @@ void HelperModel::pin(bool flag, std::uint64_t arcItem, const std::string& withL
     ArchiveView archive;
   };
   // Unpinning sends no label, and what somebody once wrote is not to be lost by it.
+  _commandCancel = std::make_shared<CancelFlag>();
   const bool keepsLabel = !flag && withLabel.empty();
   PinOrder order{pointAt(arcItem), flag, keepsLabel ? std::nullopt : std::optional(withLabel)};
   onWorker<Pinned>(
-      [&archives = _parts.archives, order = std::move(order)] {
-        Expected<Done, std::string> result = archives.pin(order);
+      [&archives = _parts.archives, order = std::move(order), cancel = _commandCancel] {
+        Expected<Done, std::string> result = archives.pin(order, *cancel);
         return Pinned{std::move(result), archives.look(order.point.archivePath, order.point.archiveUser)};
       },
       [this, answer = std::move(answer)](Pinned pinned) {
+        _commandCancel.reset();
         commandEnds();
-        _facts.archive = std::move(pinned.archive);
         if (!pinned.result) fail(pinned.result.error());
+        setArchive(std::move(pinned.archive));
         changed(pinned.result ? Weight::ordinary : Weight::milestone);
         answer(ResultCode::success);
       });

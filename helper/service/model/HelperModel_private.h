@@ -7,6 +7,13 @@
 
 namespace zpk {
 
+// Has the loop do something, from the worker, and waits until it is done; false when the operation is told to stop
+// first, and then it may still come. Also when the loop runs no more, because then every operation is told to stop.
+bool doneOnLoop(DispatchQueue& loop, const CancelFlag& cancel, std::function<void()> work);
+
+// Why there is no backup when the helper ended while it ran.
+std::string interruptedBackupText();
+
 // What the error is when a restore was cut off by the end of the helper.
 std::string interruptedRestoreText(const std::string& diskName);
 
@@ -24,7 +31,8 @@ struct HelperModel::Operation {
 
 struct HelperModel::OperationEnd {
   OperationOutcome outcome;
-  ArchiveView archive;  // As it is then.
+  ArchiveView archive;       // As it is then.
+  bool disksDiffer = false;  // From those that are known.
 };
 
 // What one look at the world brought.

@@ -91,17 +91,24 @@ ResultCode HelperModel::restore(std::uint64_t arcItem, const RestoreChoice& choi
 
 void HelperModel::startRestore(const PointReference& point, const std::shared_ptr<const ZPKDisk>& disk,
                                const RestoreChoice& choice) {
-  _facts.settings.restoringOnto = disk->name().value_or("the disk");
-  save();
   onWorker<OperationEnd>(
-      [&parts = _parts, point, choice, disk, shared = beginOperation(RestoreKind{disk})] {
-        OperationOutcome outcome = restoreNow(parts, point, *disk, choice, *shared);
+      [this, &parts = _parts, point, choice, disk, shared = beginOperation(RestoreKind{disk})] {
+        // The mark is in place before the first byte is, and not before it is sure that there will be one.
+        const auto mayWrite = [this, &parts, &disk, &shared] {
+          return doneOnLoop(parts.loop, shared->cancel, [this, name = disk->name().value_or("the disk")] {
+            _facts.settings.restoringOnto = name;
+            save();
+          });
+        };
+        OperationOutcome outcome = restoreNow(parts, point, *disk, choice, mayWrite, *shared);
         return OperationEnd{std::move(outcome), parts.archives.look(point.archivePath, point.archiveUser)};
       },
       [this](const OperationEnd& end) {
         // The disk is another one now, whatever came of it.
         _readAgain = true;
-        operationEnded(end, [this] {
+        operationEnded(end, [&] {
+          // Nobody is there any more to be shown what is left of the disk: the next start tells.
+          if (_ending && std::holds_alternative<OperationFailed>(end.outcome)) return;
           _facts.settings.restoringOnto.reset();
           save();
         });
@@ -110,7 +117,8 @@ void HelperModel::startRestore(const PointReference& point, const std::shared_pt
 
 // On the worker. Disks are looked at once more: what the chooser showed may be minutes old.
 OperationOutcome HelperModel::restoreNow(const HelperParts& parts, const PointReference& point,
-                                         const ZPKDisk& chosen, const RestoreChoice& choice, Shared& shared) {
+                                         const ZPKDisk& chosen, const RestoreChoice& choice,
+                                         const std::function<bool()>& mayWrite, Shared& shared) {
   RestoreOrder order{point, nullptr, choice.size, {}};
   for (const auto& disk : parts.disks.scan()) {
     if (isChosen(*disk, choice)) {
@@ -119,10 +127,13 @@ OperationOutcome HelperModel::restoreNow(const HelperParts& parts, const PointRe
       order.otherDisks.push_back(disk->gptID()->stringValue());
     }
   }
+  if (shared.cancel.isRequested()) return OperationStopped{};
   if (!order.disk || !order.disk->isRestoreTarget() || !isSameDisk(*order.disk, chosen)) {
     return OperationFailed{"The disk " + quoted(chosen) + " cannot be restored onto any more. Choose it again."};
   }
   if (auto reason = whyInUse(*order.disk, point.archivePath)) return OperationFailed{std::move(*reason)};
+  order.device = parts.disks.deviceOf(*order.disk);
+  order.mayWrite = mayWrite;
   return parts.archives.restore(order, shared.board, shared.cancel);
 }
 

@@ -284,6 +284,23 @@ TEST_F(Restore, StoppedInFreeSpaceItAddsNoPartition) {
   EXPECT_EQ(table().entries.size(), 2U);
 }
 
+// Whoever notes that the disk is about to be written has noted it before the first byte is.
+TEST_F(Restore, AsksRightBeforeItWritesForTheFirstTimeAndTakesANo) {
+  makeBootCampTarget(40 * mib);
+  int asked = 0;
+  request.mayWrite = [&] {
+    ++asked;
+    EXPECT_TRUE(test::readAll(targetPath) == before);
+    return false;
+  };
+  const auto restored = restore();
+  ASSERT_FALSE(restored.hasValue());
+  EXPECT_EQ(restored.error().error.fault, ArchiveFault::Cancelled);
+  EXPECT_FALSE(restored.error().isTargetIncomplete);
+  expectUntouched({0, before.size()});
+  EXPECT_EQ(asked, 1);
+}
+
 TEST_F(Restore, KilledAtItsVeryEndItLeavesNoFileSystem) {
   makeBootCampTarget(40 * mib);
   const pid_t child = ::fork();

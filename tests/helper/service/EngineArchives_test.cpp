@@ -48,7 +48,7 @@ class EnginePoints : public testing::Test {
 };
 
 TEST_F(EnginePoints, APinAndItsLabelAreKeptInThePoint) {
-  ASSERT_TRUE(archives.pin({reference(1), true, "before the update"}).hasValue());
+  ASSERT_TRUE(archives.pin({reference(1), true, "before the update"}, {}).hasValue());
   EXPECT_TRUE(item(1)->isPinned());
   EXPECT_EQ(item(1)->name(), "before the update");
   EXPECT_FALSE(item(0)->isPinned());
@@ -61,8 +61,8 @@ TEST_F(EnginePoints, ADamagedOneHidesNoOther) {
   EXPECT_FALSE(item(0)->creationDate().has_value());
   EXPECT_TRUE(item(0)->disks().empty());
   EXPECT_EQ(item(1)->name(), "two");
-  EXPECT_TRUE(archives.pin({reference(1), true, "still mine"}).hasValue());
-  EXPECT_FALSE(archives.pin({reference(0), true, "lost"}).hasValue());
+  EXPECT_TRUE(archives.pin({reference(1), true, "still mine"}, {}).hasValue());
+  EXPECT_FALSE(archives.pin({reference(0), true, "lost"}, {}).hasValue());
 }
 
 TEST_F(EnginePoints, ThatAreDamagedSayWhatToDo) {
@@ -127,14 +127,14 @@ TEST_F(EnginePoints, OfAnArchiveOfTheOlderKindAreShownAsSuchAndLeftAsTheyAre) {
   index.isLegacy = true;
   test::writeAll(path() + "/archive.json", textOf(index));
   EXPECT_TRUE(std::get<PresentArchive>(archives.look(path(), std::nullopt)).archive->isLegacy());
-  const auto refused = archives.pin({reference(0), true, "x"});
+  const auto refused = archives.pin({reference(0), true, "x"}, {});
   ASSERT_FALSE(refused.hasValue());
   EXPECT_THAT(refused.error(), HasSubstr("older kind"));
 }
 
 TEST_F(EnginePoints, UnpinningKeepsTheLabel) {
-  ASSERT_TRUE(archives.pin({reference(0), true, "mine"}).hasValue());
-  ASSERT_TRUE(archives.pin({reference(0), false, std::nullopt}).hasValue());
+  ASSERT_TRUE(archives.pin({reference(0), true, "mine"}, {}).hasValue());
+  ASSERT_TRUE(archives.pin({reference(0), false, std::nullopt}, {}).hasValue());
   EXPECT_FALSE(item(0)->isPinned());
   EXPECT_EQ(item(0)->name(), "mine");
 }
@@ -142,7 +142,7 @@ TEST_F(EnginePoints, UnpinningKeepsTheLabel) {
 TEST_F(EnginePoints, APinThatCannotBeStoredIsToldAndChangesNothing) {
   const PointReference point = reference(0);
   const auto other = Archive::openForWriting(path());
-  const auto result = archives.pin({point, true, "x"});
+  const auto result = archives.pin({point, true, "x"}, {});
   ASSERT_FALSE(result.hasValue());
   EXPECT_THAT(result.error(), HasSubstr("process"));
   EXPECT_FALSE(item(0)->isPinned());
@@ -151,11 +151,11 @@ TEST_F(EnginePoints, APinThatCannotBeStoredIsToldAndChangesNothing) {
 TEST_F(EnginePoints, AnotherPointAtTheSamePlaceIsLeftAlone) {
   PointReference point = reference(0);
   point.indexPath = reference(1).indexPath;
-  const auto result = archives.pin({point, true, "x"});
+  const auto result = archives.pin({point, true, "x"}, {});
   ASSERT_FALSE(result.hasValue());
   EXPECT_THAT(result.error(), HasSubstr("another backup point"));
   point.index = 7;
-  EXPECT_FALSE(archives.pin({point, true, "x"}).hasValue());
+  EXPECT_FALSE(archives.pin({point, true, "x"}, {}).hasValue());
   EXPECT_FALSE(item(0)->isPinned() || item(1)->isPinned());
 }
 
@@ -189,7 +189,7 @@ TEST_F(SomebodyElsesArchive, IsNotChanged) {
   PointReference point = reference(0);
   point.archiveUser = kNobody;
   OperationBoard board;
-  EXPECT_FALSE(archives.pin({point, true, "theirs now"}));
+  EXPECT_FALSE(archives.pin({point, true, "theirs now"}, {}));
   PointReference second = reference(1);
   second.archiveUser = kNobody;
   EXPECT_TRUE(std::holds_alternative<OperationFailed>(archives.merge(second, board, {})));

@@ -95,6 +95,83 @@ TEST(HelperBackup, IsMarkedInTheSettingsWhileItRuns) {
   EXPECT_FALSE(world.saved.back().backupRunning);
 }
 
+// The point is there whatever becomes of the helper: only what comes before it can be cut off.
+TEST(HelperBackup, OneThatIsCutOffWhileItsPointIsReadBackDidFinish) {
+  HelperWorld world;
+  world.startConfigured();
+  world.body = [&](const auto& order, auto&, const auto&) -> OperationOutcome {
+    world.tellOfPoint(order, "It was completed with 2 unreadable sectors.");
+    HelperWorld next;
+    next.start(world.saved.back());
+    next.settle();
+    EXPECT_EQ(statuskey::lastBackupError.read(next.status()), "It was completed with 2 unreadable sectors.");
+    return OperationFailed{"It cannot be read back."};
+  };
+  world.backupCode();
+  EXPECT_EQ(world.saved.back().lastBackupError, "It cannot be read back.");
+}
+
+TEST(HelperBackup, OneThatEndsWithTheHelperIsToldAtTheNextStart) {
+  HelperWorld world;
+  world.startConfigured();
+  world.body = [&](const auto&, auto&, const CancelFlag& cancel) -> OperationOutcome {
+    world.model->stopForExit();
+    EXPECT_TRUE(cancel.isRequested());
+    return OperationStopped{};
+  };
+  world.backupCode();
+  EXPECT_FALSE(world.saved.back().backupRunning);
+  EXPECT_THAT(*world.saved.back().lastBackupError, HasSubstr("the backup service ended while it ran"));
+}
+
+TEST(HelperBackup, OneThatTheHelperStopsWhileItMergesIsGood) {
+  HelperWorld world;
+  world.startConfigured();
+  world.body = [&](const auto& order, auto&, const auto&) -> OperationOutcome {
+    world.tellOfPoint(order);
+    world.model->stopForExit();
+    return OperationDone{};
+  };
+  world.backupCode();
+  EXPECT_FALSE(world.saved.back().lastBackupError.has_value());
+  EXPECT_FALSE(world.saved.back().backupRunning);
+}
+
+// What is known of the disks is as old as the last look at them.
+TEST(HelperBackup, LooksAtTheSourceAgainAndReadsItAsItIsThen) {
+  HelperWorld world;
+  world.startConfigured();
+  world.disks[0] = test::makeDisk(kWindowsDisk, 1, {TMBGPTType::MicrosoftBasicData, TMBGPTType::WindowsRecovery});
+  world.backupCode();
+  ASSERT_EQ(world.requests.size(), 1U);
+  EXPECT_EQ(*world.requests[0].disk, *world.disks[0]);
+  EXPECT_EQ(world.requests[0].device, "device 1");
+  EXPECT_EQ(*statuskey::disks.read(world.status())[0], *world.disks[0]) << "and shows it";
+}
+
+TEST(HelperBackup, AnotherDiskInTheSourcesPlaceIsNotBackedUp) {
+  HelperWorld world;
+  world.startConfigured();
+  world.disks[0] = test::windowsDisk("cccccccc-2222-3333-4444-555555555555", 1);
+  EXPECT_EQ(world.backupCode(), ResultCode::success) << "it was there when it was last looked at";
+  EXPECT_TRUE(world.requests.empty());
+  EXPECT_THAT(*statuskey::opError.read(world.status()), HasSubstr("\"Disk 1\" is not there any more"));
+  EXPECT_EQ(statuskey::lastBackupError.read(world.status()), statuskey::opError.read(world.status()));
+}
+
+TEST(HelperBackup, ALookAtTheDisksThatIsCutShortIsNotTakenForTheirState) {
+  HelperWorld world;
+  world.startConfigured();
+  world.model->backup([](ResultCode) {});
+  // The scan that comes with the backup finds nothing, because everything is told to end.
+  while (world.state() != HelperState::inProgress) ASSERT_TRUE(world.worker.runOne() || world.loop.runOne());
+  world.disks.clear();
+  world.model->stopForExit();
+  world.settle();
+  EXPECT_TRUE(world.requests.empty());
+  EXPECT_THAT(*world.saved.back().lastBackupError, HasSubstr("the backup service ended while it ran"));
+}
+
 TEST(HelperBackup, TellsFiguresAndLogAtMostFourTimesASecond) {
   HelperWorld world;
   world.startConfigured();

@@ -329,5 +329,21 @@ TEST(HelperModel, ABackupThatWasCutOffByTheHelpersEndIsToldAtTheNextStart) {
   EXPECT_TRUE(world.saved.back().lastBackupError.has_value());
 }
 
+TEST(HelperModel, AnArchiveThatTurnsUnreadableIsToldOnceAndWhy) {
+  HelperWorld world;
+  world.startConfigured();
+  world.archives[HelperWorld::kArchive] = UnreadableArchive{"The archive is damaged."};
+  world.model->lookAgain();
+  world.clock.advance(Seconds(1));
+  world.settle();
+  EXPECT_EQ(statuskey::opError.read(world.status()), "The archive is damaged.");
+  EXPECT_EQ(statuskey::arcState.read(world.status()), ArcState::unavailable);
+  EXPECT_EQ(world.announced.back().weight, HelperModel::Weight::milestone);
+  world.model->errorWasShown();
+  world.model->reload();
+  world.settle();
+  EXPECT_FALSE(statuskey::opError.isPresentIn(world.status())) << "it was told already";
+}
+
 }  // namespace
 }  // namespace zpk

@@ -32,7 +32,9 @@ class HelperPoints : public testing::Test {
 };
 
 TEST_F(HelperPoints, PinningAsksForThePointThatWasShownAndShowsWhatBecameOfIt) {
-  world.onPin = [&](const PinOrder&) { world.archives[HelperWorld::kArchive] = test::archiveWith(2); };
+  world.onPin = [&](const PinOrder&, const CancelFlag&) {
+    world.archives[HelperWorld::kArchive] = test::archiveWith(2);
+  };
   EXPECT_EQ(pin(true, 1, "before the update"), ResultCode::success);
   ASSERT_EQ(world.pins.size(), 1U);
   EXPECT_EQ(world.pins[0].point.archivePath, HelperWorld::kArchive);
@@ -83,6 +85,17 @@ TEST_F(HelperPoints, WhileAPinIsStoredOtherCommandsAreAnsweredBusy) {
   world.model->pin(true, 0, "x", world.into(first));
   EXPECT_EQ(pin(true, 1, "y"), ResultCode::serviceIsBusy);
   EXPECT_EQ(first, ResultCode::success);
+  EXPECT_EQ(world.pins.size(), 1U);
+}
+
+// It may have to finish an interrupted merge first, which can take minutes.
+TEST_F(HelperPoints, APinIsToldToStopWhenTheHelperEnds) {
+  world.onPin = [&](const PinOrder&, const CancelFlag& cancel) {
+    EXPECT_FALSE(cancel.isRequested());
+    world.model->stopForExit();
+    EXPECT_TRUE(cancel.isRequested());
+  };
+  pin(true, 0, "x");
   EXPECT_EQ(world.pins.size(), 1U);
 }
 

@@ -340,6 +340,10 @@ TEST_F(HelperProgram, EndsCleanlyWhenAskedToInTheMiddleOfABackup) {
   ::kill(helperProcess(), SIGTERM);
   helper.join();
   EXPECT_FALSE(std::filesystem::exists(archive()));
+  EXPECT_THAT(folder.get("state/settings.json"), HasSubstr("\"backupRunning\": false"))
+      << "what came of it is known before the helper ends";
+  start();
+  EXPECT_THAT(*statuskey::lastBackupError.read(frontEnd.status()), HasSubstr("the backup service ended"));
 }
 
 TEST_F(HelperProgram, EndsWithItsBus) {

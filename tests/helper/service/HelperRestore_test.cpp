@@ -53,6 +53,7 @@ TEST_F(HelperRestore, AsksForThePointTheDiskAndTheSize) {
   EXPECT_EQ(order.point.indexPath, test::pointIndexPath(1));
   EXPECT_EQ(order.disk->diskNumber(), 3U);
   EXPECT_EQ(order.size, 70'000U);
+  EXPECT_EQ(order.device, "device 3");
   EXPECT_THAT(order.otherDisks, ElementsAre(kWindowsDisk, kOtherDisk));
 }
 
@@ -67,6 +68,8 @@ TEST_F(HelperRestore, ShowsTheDiskWhileItRuns) {
     EXPECT_EQ(statuskey::restoreTarget.read(status)->name(), "Disk 3");
     EXPECT_EQ(statuskey::progressPercents.read(status), Value(25));
     EXPECT_EQ(statuskey::fullLog.read(status)->size(), 1U);
+    EXPECT_FALSE(world.saved.back().restoringOnto.has_value()) << "nothing is written yet";
+    EXPECT_TRUE(world.mayWrite());
     EXPECT_EQ(world.saved.back().restoringOnto, "Disk 3");
     return OperationDone{};
   };
@@ -132,6 +135,32 @@ TEST_F(HelperRestore, IsToldToStop) {
   restore();
   EXPECT_EQ(world.restores.size(), 1U);
   EXPECT_FALSE(statuskey::opError.isPresentIn(world.status()));
+}
+
+TEST_F(HelperRestore, OneThatWasStoppedBeforeItMayWriteDoesNot) {
+  world.restoreBody = [&](OperationBoard&, const CancelFlag&) -> OperationOutcome {
+    world.model->breakProgress();
+    // Nobody runs the loop: it would wait for ever.
+    EXPECT_FALSE(world.restores.back().mayWrite());
+    return OperationStopped{};
+  };
+  restore();
+  EXPECT_EQ(world.restores.size(), 1U);
+  EXPECT_FALSE(world.saved.back().restoringOnto.has_value());
+}
+
+TEST_F(HelperRestore, OneThatEndsWithTheHelperIsToldAtTheNextStartOnlyIfItHasWritten) {
+  for (const bool writes : {false, true}) {
+    world.restoreBody = [&](OperationBoard&, const CancelFlag& cancel) -> OperationOutcome {
+      EXPECT_TRUE(!writes || world.mayWrite());
+      world.model->stopForExit();
+      EXPECT_TRUE(cancel.isRequested());
+      if (writes) return OperationFailed{"It was stopped. The disk is incomplete."};
+      return OperationStopped{};
+    };
+    restore();
+    EXPECT_EQ(world.saved.back().restoringOnto.has_value(), writes);
+  }
 }
 
 TEST_F(HelperRestore, OneThatTheHelperDidNotSurviveIsToldAtTheNextStart) {

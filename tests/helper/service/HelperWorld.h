@@ -21,7 +21,10 @@ namespace zpk::test {
 // Work that waits until the test lets it run.
 class ManualQueue final : public DispatchQueue {
  public:
-  void async(std::function<void()> work) override { _work.push_back(std::move(work)); }
+  void async(std::function<void()> work) override {
+    if (runsAtOnce) return work();
+    _work.push_back(std::move(work));
+  }
   bool runOne() {
     if (_work.empty()) return false;
     const auto work = std::move(_work.front());
@@ -30,6 +33,8 @@ class ManualQueue final : public DispatchQueue {
     return true;
   }
   std::size_t size() const { return _work.size(); }
+
+  bool runsAtOnce = false;
 
  private:
   std::deque<std::function<void()>> _work;
@@ -145,6 +150,20 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
     requests.push_back(request);
     return body(request, board, cancel);
   }
+  // For the body of a backup: its point exists.
+  void tellOfPoint(const BackupOrder& order, const std::optional<std::string>& remark = std::nullopt) {
+    loop.runsAtOnce = true;
+    order.pointExists(remark);
+    loop.runsAtOnce = false;
+  }
+  // For the body of a restore: whether it may write.
+  bool mayWrite() {
+    loop.runsAtOnce = true;
+    const bool may = restores.back().mayWrite();
+    loop.runsAtOnce = false;
+    return may;
+  }
+  std::string deviceOf(const ZPKDisk& disk) override { return "device " + std::to_string(disk.diskNumber()); }
   OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) override {
     merges.push_back(point);
     return mergeBody ? mergeBody(board, cancel) : OperationDone{};
@@ -157,9 +176,9 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
                             const CancelFlag& cancel) override {
     return verifyBody ? verifyBody(board, cancel) : VerificationReport{OperationDone{}, {}, true};
   }
-  Expected<Done, std::string> pin(const PinOrder& order) override {
+  Expected<Done, std::string> pin(const PinOrder& order, const CancelFlag& cancel) override {
     pins.push_back(order);
-    if (onPin) onPin(order);
+    if (onPin) onPin(order, cancel);
     return pinResult;
   }
   Expected<Done, FileError> save(const HelperSettings& settings) override {
@@ -217,7 +236,7 @@ class HelperWorld : public DiskCatalog, public ArchiveKeeper, public SettingsSto
   Disks disks{windowsDisk(), windowsDisk(kOtherDisk, 2), macDisk()};
   std::map<std::string, ArchiveView> archives{{kArchive, NoArchiveYet{}}};
   BackupBody body = [](const BackupOrder&, OperationBoard&, const CancelFlag&) { return OperationDone{}; };
-  std::function<void(const PinOrder&)> onPin;
+  std::function<void(const PinOrder&, const CancelFlag&)> onPin;
   std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> mergeBody;
   std::function<OperationOutcome(OperationBoard&, const CancelFlag&)> restoreBody;
   std::function<VerificationReport(OperationBoard&, const CancelFlag&)> verifyBody;
