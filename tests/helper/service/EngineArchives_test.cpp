@@ -80,7 +80,7 @@ TEST_F(EnginePoints, ThatAreDamagedSayWhatToDo) {
       AllOf(HasSubstr(damaged.indexPath), HasSubstr("Restore another backup point"), HasSubstr("zpkctl verify")));
   EXPECT_THAT(why(archives.merge(damaged, board, cancel)),
               AllOf(HasSubstr("back up again"), HasSubstr("zpkctl verify")));
-  EXPECT_THAT(archives.pin({damaged, true, "x"}).error(), HasSubstr("Check it and back up again."));
+  EXPECT_THAT(archives.pin({damaged, true, "x"}, {}).error(), HasSubstr("Check it and back up again."));
   EXPECT_THAT(why(archives.verify(path(), std::nullopt, board, cancel).outcome), HasSubstr("back up again"));
   // A letter that the medium has lost: "disk-id".
   std::string index = textOf(Archive::openForReading(path())->index());
