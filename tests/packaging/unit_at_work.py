@@ -223,7 +223,8 @@ def reaches_a_drive_that_comes_later(work):
     command("setTargetPath", "s", place / "W.rldbackup")
     said = operate("backup", end="Backup ended")
     expect("Backup point 1 is complete" in said, f"a backup onto a new drive: {said}")
-    state.run("umount", place)
+    # It may look there once more after the backup.
+    eventually("the drive to be let go", lambda: subprocess.run(["umount", place], capture_output=True).returncode == 0)
     eventually("the archive to be out of reach", lambda: "W.rldbackup/" not in ask("status"))
     command("setTargetPath", "s", ARCHIVE)
 
