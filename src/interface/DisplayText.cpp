@@ -94,12 +94,8 @@ QString displayParagraph(std::string_view text, qsizetype limit) {
 
 QString placedText(const QString& text, Qt::LayoutDirection direction) {
   if (direction != Qt::RightToLeft || text.isEmpty()) return text;
-  QStringList lines = text.split(u'\n');
-  for (QString& line : lines) {
-    // Where a letter says it already, the mark would only be seen: some fonts give it a width.
-    if (line.isEmpty() || !readsFromRightToLeft(line.front())) line.prepend(QChar(kRightToLeftMark));
-  }
-  return lines.join(u'\n');
+  QString placed = QChar(kRightToLeftMark) + text;
+  return placed.replace(u'\n', QStringLiteral("\n") + QChar(kRightToLeftMark));
 }
 
 QString filledText(const QString& sentence, std::initializer_list<Filling> fillings) {
