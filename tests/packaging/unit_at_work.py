@@ -41,6 +41,7 @@ ARCHIVE = HOME / "Backups/Windows.rldbackup"
 ENVIRONMENT = {"PATH": "/usr/bin:/usr/sbin", "LC_ALL": "C.UTF-8", "HOME": str(HOME), "XDG_RUNTIME_DIR": str(RUNTIME)}
 LOG = pathlib.Path("/var/lib/zpk/zpkhelper.log")
 SERVICE = ["com.tarnwick.zpkhelper", "/com/tarnwick/zpkhelper", "com.tarnwick.ZPKDaemonProtocol"]
+BUSY = "u 6"
 BASIC_DATA = "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"
 # CAP_CHOWN to FOWNER, SETGID, SETUID, SYS_ADMIN and LEASE, as the kernel numbers them.
 RIGHTS = 1 << 0 | 1 << 1 | 1 << 2 | 1 << 3 | 1 << 6 | 1 << 7 | 1 << 21 | 1 << 28
@@ -84,7 +85,8 @@ def ask(*arguments):
 
 
 def command(*arguments):
-    said = ask(*arguments)
+    """Once the helper has looked at whatever came to the machine, as its clients wait for."""
+    said = eventually(f"leave for {arguments[0]}", lambda: (answer := ask(*arguments)) != BUSY and answer, 60)
     expect(said == "u 0", f"{arguments[0]} is done: {said}")
 
 
