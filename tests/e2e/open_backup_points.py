@@ -5,47 +5,29 @@ The volume is shown by ntfs-3g, the backup point by our own helper tool. In betw
 volume's process killed, and the window itself with all that serves a point; at the end nothing may be left: no process,
 mount, loop device or folder.
 """
-import argparse
 import os
 import pathlib
 import shutil
 import signal
-import subprocess
 import sys
 
-import backup_through_the_window as window
-
-BASIC_DATA = "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"
+import whole_program
+from stored_disk import BASIC_DATA, partitions
+from whole_program import run
 
 
 def inner(options):
-    work = options.work
-    with open(work / "helper.log", "wb") as log:
-        helper = subprocess.Popen([options.helper, "--session", "--disks", work / "disks", "--state", work / "state"],
-                                  stderr=log)
-        try:
-            window.wait_for_name()
-            returncode = drive(options, "--open-with", work / "volume") or crash_and_start_again(options)
-        finally:
-            helper.terminate()
-            helper.wait(10)
-    if returncode != 0:
-        print((work / "helper.log").read_text(errors="replace"))
-    return returncode
-
-
-def drive(options, *journey):
-    work = options.work
-    return subprocess.run([options.drive, *journey, "--archive", work / "archives/Windows.rldbackup",
-                           "--pictures", work / "pictures"]).returncode
+    with whole_program.helper(options.helper, options.work):
+        whole_program.drive_well(options.drive, options.work, "--open-with", options.work / "volume")
+        crash_and_start_again(options)
 
 
 def crash_and_start_again(options):
-    if drive(options, "--crash") != -signal.SIGKILL:
+    if whole_program.drive(options.drive, options.work, "--crash") != -signal.SIGKILL:
         sys.exit("the program did not crash")
     if not mounts(options.work):
         sys.exit("the crash left no mount")
-    return drive(options, "--after-crash")
+    whole_program.drive_well(options.drive, options.work, "--after-crash")
 
 
 def mounts(work):
@@ -56,13 +38,13 @@ def mounts(work):
 
 def mount_volume(disk, work):
     """The largest volume of Windows, read-only below work/volume."""
-    start, size, _ = max((p for p in window.partitions(disk) if p[2] == BASIC_DATA), key=lambda p: p[1])
+    start, size, _ = max((p for p in partitions(disk) if p[2] == BASIC_DATA), key=lambda p: p[1])
     image = work / "volume.img"
-    window.run("dd", f"if={disk}", f"of={image}", "bs=1M", f"skip={start}", f"count={size}", "conv=sparse",
+    run("dd", f"if={disk}", f"of={image}", "bs=1M", f"skip={start}", f"count={size}", "conv=sparse",
                "iflag=skip_bytes,count_bytes")
     (work / "volume").mkdir()
     # In a session of its own, as its server stays.
-    window.run("setsid", "-w", "ntfs-3g", "-o", "ro", image, work / "volume")
+    run("setsid", "-w", "ntfs-3g", "-o", "ro", image, work / "volume")
 
 
 def verify_nothing_is_left(work):
@@ -91,28 +73,20 @@ def loop_devices(work):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    for option in ("--helper", "--drive", "--make-disks", "--work"):
-        parser.add_argument(option, required=True, type=pathlib.Path)
-    options = parser.parse_args()
-    if os.environ.get("ZPK_E2E_INNER") == "1":
-        sys.exit(inner(options))
+    options = whole_program.options_of("helper", "drive", "make-disks", "work")
+    if whole_program.is_inside():
+        inner(options)
+        return
     work = options.work
-    shutil.rmtree(work, ignore_errors=True)
-    for folder in ("disks", "archives", "state", "pictures", "runtime"):
-        (work / folder).mkdir(parents=True, mode=0o700)
-    window.run(options.make_disks, "--small", work / "made")
+    whole_program.make_work_folder(work)
+    run(options.make_disks, "--small", work / "made")
     shutil.move(work / "made/windows-pc.img", work / "disks/windows-pc.img")
     shutil.rmtree(work / "made")
     mount_volume(work / "disks/windows-pc.img", work)
     try:
-        environment = dict(os.environ, ZPK_E2E_INNER="1", QT_QPA_PLATFORM="offscreen",
-                           XDG_RUNTIME_DIR=str(work / "runtime"))
-        outcome = subprocess.run(["dbus-run-session", "--", sys.executable, *sys.argv], env=environment)
+        whole_program.on_a_bus_of_its_own(work)
     finally:
-        window.run("umount", work / "volume")
-    if outcome.returncode != 0:
-        sys.exit(outcome.returncode)
+        run("umount", work / "volume")
     verify_nothing_is_left(work)
     shutil.rmtree(work)
 

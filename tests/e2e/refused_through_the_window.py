@@ -5,7 +5,6 @@ The helper serves as root on a bus of the test's own in the place of the system'
 else. The window runs as "nobody": each refusal has to be one sheet that goes when it is dismissed, and afterwards the
 window shows the settings that the helper has. Needs root, to become that user.
 """
-import argparse
 import os
 import pathlib
 import shutil
@@ -13,26 +12,13 @@ import subprocess
 import sys
 import tempfile
 
-import backup_through_the_window as window
+import whole_program
+from whole_program import MAC_WITH_WINDOWS, ask, command, eventually
 
 USER = 65534
-SERVICE = ["com.tarnwick.zpkhelper", "/com/tarnwick/zpkhelper", "com.tarnwick.ZPKDaemonProtocol"]
-DISK = "a3c51d0e-7f2b-4e57-9d0a-3b1e64c0d001"
 CONFIGURATION = """<busconfig><type>session</type><listen>unix:path={}</listen><auth>EXTERNAL</auth>
 <policy context="default"><allow user="*"/><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/>
 </policy></busconfig>"""
-
-
-def eventually(what, condition):
-    for _ in range(400):
-        if condition():
-            return
-        subprocess.run(["sleep", "0.05"], check=True)
-    sys.exit(f"waited in vain for {what}")
-
-
-def bus_call(*arguments):
-    return subprocess.run(["busctl", "--system", "call", *SERVICE, *arguments], capture_output=True).stdout
 
 
 def become_user():
@@ -47,11 +33,10 @@ def refuse(options, work, start):
     os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={work / 'bus'}"
     eventually("the bus", (work / "bus").exists)
     start(options.helper, "--disks", work / "disks", "--state", work / "state")
-    eventually("the disk", lambda: b"mac-with-windows.img" in bus_call("status"))
+    eventually("the disk", lambda: b"mac-with-windows.img" in ask("--system", "status"))
     archive = str(work / "archives/Windows.rldbackup")
-    for setting in (("setBackupSource", "s", DISK), ("setTargetPath", "s", archive)):
-        if bus_call(*setting).split() != [b"u", b"0"]:
-            sys.exit(f"{setting[0]} was not taken")
+    command("--system", "setBackupSource", "s", MAC_WITH_WINDOWS)
+    command("--system", "setTargetPath", "s", archive)
     # Where the user can reach it.
     shutil.copy2(options.drive, work / "drive")
     driven = subprocess.run([work / "drive", "--system", "--refused", "--archive", archive, "--pictures",
@@ -68,10 +53,7 @@ def refuse(options, work, start):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    for option in ("--helper", "--drive", "--make-disks", "--pictures"):
-        parser.add_argument(option, required=True, type=pathlib.Path)
-    options = parser.parse_args()
+    options = whole_program.options_of("helper", "drive", "make-disks", "pictures")
     running = []
 
     def start(*command):
@@ -83,7 +65,7 @@ def main():
             (work / name).mkdir()
         work.chmod(0o755)
         os.chown(work / "user", USER, USER)
-        window.run(options.make_disks, "--small", work / "disks")
+        whole_program.run(options.make_disks, "--small", work / "disks")
         try:
             refuse(options, work, start)
         finally:

@@ -5,7 +5,6 @@ A full backup and increments, between which files are changed, added and removed
 merge, the limit of increments. After each restore the volume has to be sound by ntfsresize and ntfsfix, and every file
 and folder as it was when that point was made; not a byte beside it may have changed. Needs root for loop devices.
 """
-import argparse
 import json
 import os
 import pathlib
@@ -14,17 +13,17 @@ import shutil
 import subprocess
 import sys
 
-import backup_through_the_window as window
 import volume_state as state
+import whole_program
 
 import disk_image
 import hfsplus
 import volumes
 import windows_content
 from disk_image import MIB, Partition
+from stored_disk import BASIC_DATA
 
 SECTOR = 512
-BASIC_DATA = "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"
 
 
 def fat(volume):
@@ -96,9 +95,8 @@ class Drive:
     """The window, and the person in front of it."""
 
     def __init__(self, options):
-        self.process = subprocess.Popen(
-            [options.drive, "--errands", "--archive", options.work / "archives/Windows.rldbackup", "--pictures",
-             options.work / "pictures"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8")
+        self.process = subprocess.Popen(whole_program.drive_words(options.drive, options.work, "--errands"),
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, encoding="utf-8")
         for _ in range(3):  # The window, the disk, the location.
             self.answer()
 
@@ -204,41 +202,21 @@ def stop(life):
 
 
 def inner(options):
-    work = options.work
-    with open(work / "helper.log", "wb") as log:
-        helper = subprocess.Popen([options.helper, "--session", "--disks", work / "disks", "--state", work / "state"],
-                                  stderr=log)
-        try:
-            window.wait_for_name()
-            life = Life(options)
-            live(life)
-            life.drive.end()
-        except SystemExit:
-            print((work / "helper.log").read_text(errors="replace"))
-            raise
-        finally:
-            helper.terminate()
-            helper.wait(20)
+    with whole_program.helper(options.helper, options.work):
+        life = Life(options)
+        live(life)
+        life.drive.end()
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    for option in ("--helper", "--drive", "--work"):
-        parser.add_argument(option, required=True, type=pathlib.Path)
-    options = parser.parse_args()
-    if os.environ.get("ZPK_E2E_INNER") == "1":
+    options = whole_program.options_of("helper", "drive", "work")
+    if whole_program.is_inside():
         inner(options)
         return
     work = options.work
-    shutil.rmtree(work, ignore_errors=True)
-    for folder in ("disks", "archives", "state", "pictures", "runtime"):
-        (work / folder).mkdir(parents=True, mode=0o700)
+    whole_program.make_work_folder(work)
     make_disks(work / "disks")
-    environment = dict(os.environ, ZPK_E2E_INNER="1", QT_QPA_PLATFORM="offscreen",
-                       XDG_RUNTIME_DIR=str(work / "runtime"), PATH="/usr/sbin:/usr/bin:/sbin:/bin")
-    outcome = subprocess.run(["dbus-run-session", "--", sys.executable, *sys.argv], env=environment)
-    if outcome.returncode != 0:
-        sys.exit(outcome.returncode)
+    whole_program.on_a_bus_of_its_own(work, PATH="/usr/sbin:/usr/bin:/sbin:/bin")
     shutil.rmtree(work)
 
 
