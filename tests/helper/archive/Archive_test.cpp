@@ -133,6 +133,31 @@ TEST_F(ArchiveFolder, ALeftoverThatIsALinkIsNotFollowed) {
   EXPECT_TRUE(fs::exists(folder / "precious/file"));
 }
 
+// As docs/recovery.md tells whoever has a damaged index.
+TEST_F(ArchiveFolder, AnIndexThatWasWrittenAnewByHandOpensTheArchiveWithAllOfItsPoints) {
+  std::vector<std::string> points;
+  {
+    Archive archive = create();
+    addPoint(archive, "one");
+    addPoint(archive, "two");
+    points = archive.index().points;
+  }
+  const std::string index = path() + "/" + Archive::indexName;
+  std::string damaged = test::readAll(index);
+  damaged[damaged.find("Disk")] ^= 1;
+  test::writeAll(index, damaged);
+  EXPECT_EQ(faultOfReading(), ArchiveFault::Damaged);
+  test::writeAll(index, R"({"format": "rldbackup", "version": 1, "id": "0123456789abcdef0123456789abcdef",
+ "sourceDisk": "c12a7328-f81f-11d2-ba4b-00a0c93ec93b", "sourceName": "Windows", "creationTime": 1700000000,
+ "hashSeed": "0f1e2d3c4b5a6978", "points": [")" +
+                            points.at(0) + R"(", ")" + points.at(1) + R"("]})");
+  Archive archive = std::move(*Archive::openForWriting(path()));
+  EXPECT_EQ(archive.index().points, points);
+  EXPECT_EQ(archive.readPoint(1)->label, "two");
+  addPoint(archive, "three");
+  EXPECT_EQ(Archive::openForReading(path())->index().points.size(), 3U);
+}
+
 TEST_F(ArchiveFolder, NobodyElseWritesAnArchiveThatIsOpenForWriting) {
   Archive archive = create();
   const ArchiveResult<Archive> second = Archive::openForWriting(path());
