@@ -15,12 +15,19 @@ namespace {
 constexpr std::uint64_t chunksEachReport = 64;
 constexpr std::uint64_t noChunk = UINT64_MAX;
 
+// A file of a point as the medium has it, not as the page cache knows it.
+ArchiveResult<OpenFile> openFromMedium(const Archive& archive, std::size_t point, const std::string& name) {
+  ArchiveResult<OpenFile> file = archive.openPointFile(point, name);
+  if (file) ::posix_fadvise(file->fd.get(), 0, 0, POSIX_FADV_DONTNEED);
+  return file;
+}
+
 // The map of the same disk in the point that this one builds on; nothing when there is none that can be read.
 std::optional<ChunkMapReader> parentMapOf(const Archive& archive, const PointIndex& point, std::size_t disk) {
   for (std::size_t i = 0; i < archive.index().points.size() && !point.parent.empty(); ++i) {
     const ArchiveResult<PointIndex> parent = archive.readPoint(i);
     if (!parent || parent->id != point.parent || disk >= parent->disks.size()) continue;
-    ArchiveResult<OpenFile> file = archive.openPointFile(i, parent->disks[disk].map);
+    ArchiveResult<OpenFile> file = openFromMedium(archive, i, parent->disks[disk].map);
     if (!file) return std::nullopt;
     ArchiveResult<ChunkMapReader> map = ChunkMapReader::open(std::move(*file));
     if (map) return std::move(*map);
@@ -34,11 +41,10 @@ class ImageCheck {
   static ArchiveResult<ImageCheck> open(const Archive& archive, std::size_t point, const PointIndex& index,
                                         std::size_t place) {
     const StoredDisk& disk = index.disks[place];
-    ArchiveResult<OpenFile> image = archive.openPointFile(point, disk.image);
+    ArchiveResult<OpenFile> image = openFromMedium(archive, point, disk.image);
     if (!image) return image.error();
     std::string path = image->path;
-    ::posix_fadvise(image->fd.get(), 0, 0, POSIX_FADV_DONTNEED);
-    ArchiveResult<OpenFile> map = archive.openPointFile(point, disk.map);
+    ArchiveResult<OpenFile> map = openFromMedium(archive, point, disk.map);
     if (!map) return map.error();
     ArchiveResult<Qcow2Reader> reader = Qcow2Reader::open(std::move(*image));
     if (!reader) return reader.error();
@@ -145,6 +151,8 @@ class ImageCheck {
 
 ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t point, const CheckProgress& progress,
                                          const CancelFlag& cancel) {
+  // What is read here of the index is what the medium has; whether it can be opened is told by the reading.
+  (void)openFromMedium(archive, point, Archive::pointIndexName);
   const ArchiveResult<PointIndex> index = archive.readPoint(point);
   if (!index) return index.error();
   PointCheck check;

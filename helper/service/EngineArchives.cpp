@@ -1,5 +1,6 @@
 #include "helper/service/EngineArchives.h"
 
+#include <cerrno>
 #include <ctime>
 #include <filesystem>
 #include <optional>
@@ -54,6 +55,11 @@ ArchiveResult<Archive> holding(const PointReference& point, ArchiveResult<Archiv
   return archive;
 }
 
+// Whether what keeps an archive from being written does not keep it from being read: nobody else is writing it.
+bool isUnwritable(const Archive& archive, const ArchiveError& error) {
+  return archive.index().isLegacy || isFault(error, ArchiveFault::NoSpace) || error.errorNumber == EROFS;
+}
+
 ArchiveSource sourceOf(const ZPKDisk& disk) {
   return {disk.gptID() ? disk.gptID()->stringValue() : std::string(), disk.name().value_or("")};
 }
@@ -98,7 +104,7 @@ class Run {
     }
     const std::optional<std::string> remark = remarkOn(point->index);
     if (_order.pointExists) _order.pointExists(remark);
-    if (std::optional<OperationFailed> damage = readBack(*archive)) return *damage;
+    if (std::optional<OperationFailed> damage = readBack(*archive, point->storedBytes)) return *damage;
     _board.line("Backup point " + std::to_string(archive->index().points.size()) + " is complete: " + _account);
     if (remark) {
       for (const std::string& line : unreadableLines(point->index)) _board.line(line);
@@ -142,11 +148,11 @@ class Run {
   }
 
   // What was written is read again, so that a drive that loses it is not found out about by a restore.
-  std::optional<OperationFailed> readBack(Archive& archive) {
+  std::optional<OperationFailed> readBack(Archive& archive, std::uint64_t bytes) {
     _board.line("Reading back what was written");
     const std::size_t newest = archive.index().points.size() - 1;
-    const NotedCheck noted = checkAndNote(
-        archive, newest, _time, [](std::uint64_t) {}, _cancel);
+    const auto progress = [&](std::uint64_t done) { _board.setProgress(done, bytes); };
+    const NotedCheck noted = checkAndNote(archive, newest, _time, progress, _cancel);
     const ArchiveResult<PointCheck>& check = noted.check;
     if (noted.whyNotNoted) _board.line("What the check found could not be noted: " + noted.whyNotNoted->text());
     if (!check && isFault(check.error(), ArchiveFault::Cancelled)) {
@@ -231,8 +237,12 @@ VerificationReport EngineArchives::verify(const std::string& archivePath, Archiv
   const auto acting = ActingAs::user(user);
   if (!acting) return {OperationFailed{kUnknownUser}, {}, false};
   ArchiveResult<Archive> archive = openForOperation(archivePath, board, cancel);
-  if (!archive) return {OperationFailed{sentenceOf(archive.error(), archivePath, kCheckTheDrive)}, {}, false};
-  return verifyPoints(*archive, board, cancel);
+  if (archive) return verifyPoints(*archive, board, cancel);
+  ArchiveResult<Archive> reader = Archive::openForReading(archivePath);
+  if (!reader || !isUnwritable(*reader, archive.error())) {
+    return {OperationFailed{sentenceOf(archive.error(), archivePath, kCheckTheDrive)}, {}, false};
+  }
+  return verifyPointsUnnoted(*reader, archive.error().text(), board, cancel);
 }
 
 Expected<Done, std::string> EngineArchives::pin(const PinOrder& order, const CancelFlag& cancel) {

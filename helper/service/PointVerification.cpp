@@ -1,6 +1,9 @@
 #include "helper/service/PointVerification.h"
 
 #include <ctime>
+#include <map>
+#include <optional>
+#include <utility>
 
 #include "app/presentation/ByteSizeString.h"
 #include "helper/archive/PointCheck.h"
@@ -40,8 +43,8 @@ std::string rangeText(const PointDamage& damage) {
 
 class Verification {
  public:
-  Verification(Archive& archive, OperationBoard& board, const CancelFlag& cancel)
-      : _archive(archive), _board(board), _cancel(cancel) {}
+  Verification(Archive& archive, std::string whyNotNoted, OperationBoard& board, const CancelFlag& cancel)
+      : _archive(archive), _whyNotNoted(std::move(whyNotNoted)), _board(board), _cancel(cancel) {}
 
   VerificationReport run() {
     const std::size_t count = _archive.index().points.size();
@@ -63,8 +66,7 @@ class Verification {
     verdict.time = static_cast<std::int64_t>(std::time(nullptr));
     const ArchiveResult<PointIndex> index = _archive.readPoint(place);
     if (index) describe(verdict, *index);
-    const auto progress = [&](std::uint64_t done) { _board.setProgress(_done + done, _total); };
-    const NotedCheck noted = checkAndNote(_archive, place, verdict.time, progress, _cancel);
+    const NotedCheck noted = readBack(place, verdict.time);
     const ArchiveResult<PointCheck>& check = noted.check;
     if (!check && check.error().fault == ArchiveFault::Cancelled) return false;
     if (check) {
@@ -75,7 +77,8 @@ class Verification {
     } else {
       verdict.error = check.error().text();
     }
-    if (noted.whyNotNoted) verdict.unnoted = noted.whyNotNoted->text();
+    verdict.unnoted = noted.whyNotNoted ? noted.whyNotNoted->text() : _whyNotNoted;
+    if (index) verdict.damagedBase = baseOf(*index, verdict);
     tell(verdict);
     if (index) tellLack(*index);
     _report.points.push_back(std::move(verdict));
@@ -96,6 +99,24 @@ class Verification {
     }
   }
 
+  NotedCheck readBack(std::size_t place, std::int64_t time) {
+    const auto progress = [&](std::uint64_t done) { _board.setProgress(_done + done, _total); };
+    if (_whyNotNoted.empty()) return checkAndNote(_archive, place, time, progress, _cancel);
+    return {checkOwnImages(_archive, place, progress, _cancel), std::nullopt};
+  }
+
+  // The damaged point that this one takes content from; points come after those that they build on.
+  std::optional<std::int64_t> baseOf(const PointIndex& point, const PointVerdict& verdict) {
+    std::optional<std::int64_t> base;
+    if (const auto found = _damagedBases.find(point.parent); found != _damagedBases.end()) base = found->second;
+    if (!verdict.isSound()) {
+      _damagedBases[point.id] = point.creationTime;
+    } else if (base) {
+      _damagedBases[point.id] = *base;
+    }
+    return base;
+  }
+
   void add(PointVerdict& verdict, const DamagedRange& range) {
     if (_ranges++ < kMostRanges) {
       verdict.damage.push_back({range.image, range.range.start, range.range.end});
@@ -111,7 +132,12 @@ class Verification {
     } else {
       tellDamage(name, verdict);
     }
-    if (!verdict.unnoted.empty()) _board.line("This could not be noted: " + verdict.unnoted);
+    if (verdict.damagedBase) {
+      _board.line("It takes content from the backup point of " + momentText(*verdict.damagedBase) +
+                  ", which is damaged");
+    }
+    if (!verdict.unnoted.empty() && _whyNotNoted.empty())
+      _board.line("This could not be noted: " + verdict.unnoted);
   }
 
   void tellLack(const PointIndex& index) {
@@ -145,6 +171,7 @@ class Verification {
   }
 
   Archive& _archive;
+  const std::string _whyNotNoted;
   OperationBoard& _board;
   const CancelFlag& _cancel;
   VerificationReport _report;
@@ -153,12 +180,20 @@ class Verification {
   std::size_t _ranges = 0;
   std::size_t _stretches = 0;
   std::size_t _damaged = 0;
+  // By the id of a point that cannot be relied on: when the damaged one that it builds on was made, or it itself.
+  std::map<std::string, std::int64_t> _damagedBases;
 };
 
 }  // namespace
 
 VerificationReport verifyPoints(Archive& archive, OperationBoard& board, const CancelFlag& cancel) {
-  return Verification(archive, board, cancel).run();
+  return Verification(archive, {}, board, cancel).run();
+}
+
+VerificationReport verifyPointsUnnoted(Archive& archive, const std::string& whyNotNoted, OperationBoard& board,
+                                       const CancelFlag& cancel) {
+  board.line("What is found will not be noted in the archive: " + whyNotNoted);
+  return Verification(archive, whyNotNoted, board, cancel).run();
 }
 
 }  // namespace zpk

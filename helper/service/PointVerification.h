@@ -10,4 +10,8 @@ namespace zpk {
 // then. The archive is open for writing. Tells its course to `board`.
 VerificationReport verifyPoints(Archive& archive, OperationBoard& board, const CancelFlag& cancel);
 
+// The same for an archive that is open for reading because it cannot be written; `whyNotNoted` says so in words.
+VerificationReport verifyPointsUnnoted(Archive& archive, const std::string& whyNotNoted, OperationBoard& board,
+                                       const CancelFlag& cancel);
+
 }  // namespace zpk

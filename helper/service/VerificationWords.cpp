@@ -43,6 +43,7 @@ Value wordsOf(const PointVerdict& verdict) {
   words.set("damage", listOf(verdict.damage));
   words.set("moreDamage", Value(verdict.moreDamage));
   if (!verdict.unnoted.empty()) words.set("unnoted", Value(verdict.unnoted));
+  if (verdict.damagedBase) words.set("damagedBase", Value(dateOf(*verdict.damagedBase)));
   words.set("unreadableSectors", Value(verdict.unreadableSectors));
   words.set("unreadable", listOf(verdict.unreadable));
   words.set("moreUnreadable", Value(verdict.moreUnreadable));

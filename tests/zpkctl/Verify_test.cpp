@@ -108,6 +108,17 @@ TEST(VerificationReport, ADamagedPointLacksWhatItLacks) {
                               "   bytes 512 to 1023 of \"Disk 1\""));
 }
 
+TEST(VerificationReport, APointThatBuildsOnADamagedOneIsNotSound) {
+  Dictionary point = *pointWith({}).dictionary();
+  point.set("damagedBase", Value(Date{1'700'000'000}));
+  const Dictionary report = reportOf({Value(std::move(point))});
+  EXPECT_FALSE(isSound(report));
+  EXPECT_THAT(verificationInWords(report), HasSubstr("takes content from the damaged backup point of"));
+  const auto json = nlohmann::json::parse(verificationAsJson(report));
+  EXPECT_FALSE(json["points"][0]["sound"]);
+  EXPECT_EQ(json["points"][0]["damagedBase"], "2023-11-14T22:13:20Z");
+}
+
 TEST(VerificationReport, WhatWasNotCheckedToTheEndIsNotSound) {
   EXPECT_FALSE(isSound(reportOf({pointWith({})}, false)));
   EXPECT_FALSE(isSound(Dictionary()));

@@ -27,8 +27,13 @@ std::optional<Date> dateAt(const Dictionary& from, std::string_view key) {
   return from[key].date() ? std::optional(*from[key].date()) : std::nullopt;
 }
 
-bool isPointSound(const Dictionary& point) {
+// What it holds itself.
+bool holdsWhatItShould(const Dictionary& point) {
   return listAt(point, "damage").empty() && point["error"].isNull();
+}
+
+bool isPointSound(const Dictionary& point) {
+  return holdsWhatItShould(point) && !point["damagedBase"].date();
 }
 
 // "bytes 65536 to 131071"
@@ -67,6 +72,11 @@ std::string lackInWords(const Dictionary& point) {
   return text + moreInWords(point["moreUnreadable"]);
 }
 
+std::string baseInWords(const Dictionary& point) {
+  const auto base = dateAt(point, "damagedBase");
+  return base ? "\n   takes content from the damaged backup point of " + dateInWords(base) : std::string();
+}
+
 std::string noteInWords(const Dictionary& point) {
   return point["unnoted"].text() ? "\n   not noted in the archive: " + *point["unnoted"].text() : std::string();
 }
@@ -74,8 +84,8 @@ std::string noteInWords(const Dictionary& point) {
 std::string pointInWords(const Dictionary& point) {
   const std::string read = byteSizeString(point["bytes"].unsignedIntegerValue());
   return std::to_string(point["index"].unsignedIntegerValue() + 1) + "  " + dateInWords(dateAt(point, "date")) +
-         "  " + (isPointSound(point) ? "sound, " + read + " read" : damageInWords(point)) + noteInWords(point) +
-         lackInWords(point);
+         "  " + (holdsWhatItShould(point) ? "sound, " + read + " read" : damageInWords(point)) +
+         baseInWords(point) + noteInWords(point) + lackInWords(point);
 }
 
 // `where` is the key of what the ranges are in.
@@ -102,6 +112,8 @@ ordered_json pointAsJson(const Dictionary& point) {
   row["error"] = point["error"].text() ? ordered_json(*point["error"].text()) : ordered_json();
   row["damage"] = rangesAsJson(listAt(point, "damage"), "file");
   row["moreDamage"] = point["moreDamage"].unsignedIntegerValue();
+  const auto base = dateForPrograms(dateAt(point, "damagedBase"));
+  row["damagedBase"] = base ? ordered_json(*base) : ordered_json();
   row["unnoted"] = point["unnoted"].text() ? ordered_json(*point["unnoted"].text()) : ordered_json();
   row["unreadableSectors"] = point["unreadableSectors"].unsignedIntegerValue();
   row["unreadable"] = rangesAsJson(listAt(point, "unreadable"), "disk");

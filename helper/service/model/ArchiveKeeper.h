@@ -113,6 +113,9 @@ struct PointVerdict {
   std::vector<PointDamage> damage;
   std::uint64_t moreDamage = 0;  // Ranges that are not in the list.
   std::string unnoted;           // Why the archive does not say so; empty when it does.
+  // When the damaged point was made that this one takes content from, so that it is not whole although what it
+  // holds itself may be sound.
+  std::optional<std::int64_t> damagedBase;
   // No damage: it is the point as it was made.
   std::uint64_t unreadableSectors = 0;
   std::vector<UnreadableStretch> unreadable;
@@ -163,8 +166,8 @@ class ArchiveKeeper {
   // stop.
   virtual OperationOutcome merge(const PointReference& point, OperationBoard& board, const CancelFlag& cancel) = 0;
 
-  // Reads all points back and notes in each that it was checked. Tells its progress to `board`; ends within a
-  // second of a request to stop.
+  // Reads all points back and notes in each that it was checked, unless the archive cannot be written. Tells its
+  // progress to `board`; ends within a second of a request to stop.
   virtual VerificationReport verify(const std::string& archivePath, ArchiveUser user, OperationBoard& board,
                                     const CancelFlag& cancel) = 0;
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "helper/archive/SmallArchive.h"
+#include "helper/service/EngineArchives.h"
 #include "helper/service/VerificationWords.h"
 
 namespace zpk {
@@ -19,6 +20,7 @@ namespace fs = std::filesystem;
 using test::SmallArchive;
 using testing::Contains;
 using testing::Each;
+using testing::ElementsAre;
 using testing::Field;
 using testing::HasSubstr;
 using testing::Not;
@@ -56,6 +58,7 @@ class Verifications : public testing::Test {
 
   test::ScratchFolder folder;
   std::optional<SmallArchive> small;
+  EngineArchives archives{folder / "export", ""};
   OperationBoard board;
   CancelFlag cancel;
   std::vector<std::string> lines;
@@ -125,6 +128,56 @@ TEST_F(Verifications, OfAFailedDiskNameItsFirstThousandRanges) {
   const Dictionary* point = (*words["points"].array())[1].dictionary();
   EXPECT_EQ((*point)["unreadable"].array()->size(), 1000U);
   EXPECT_EQ((*point)["moreUnreadable"].unsignedIntegerValue(), 1U);
+}
+
+TEST_F(Verifications, OfAReadOnlyDriveSayThatNothingIsNoted) {
+  damage(1);
+  ASSERT_EQ(::mount(nullptr, drive().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  const VerificationReport report = archives.verify(path(), std::nullopt, board, cancel);
+  EXPECT_TRUE(report.isComplete);
+  ASSERT_EQ(report.points.size(), 4U);
+  EXPECT_FALSE(report.points[1].isSound());
+  EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, HasSubstr("Read-only file system"))));
+  EXPECT_THAT(board.take().lines, Contains(HasSubstr("will not be noted in the archive")).Times(1));
+}
+
+TEST_F(Verifications, OfADriveWithoutAByteLeftAreMadeAllTheSame) {
+  fillDrive();
+  const VerificationReport report = archives.verify(path(), std::nullopt, board, cancel);
+  EXPECT_EQ(report.points.size(), 4U);
+  EXPECT_TRUE(std::holds_alternative<OperationDone>(report.outcome));
+  EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, HasSubstr("No space left"))));
+}
+
+TEST_F(Verifications, OfAnArchiveOfTheOlderKindChangeNothing) {
+  ArchiveIndex index = Archive::openForReading(path())->index();
+  index.isLegacy = true;
+  test::writeAll(path() + "/archive.json", textOf(index));
+  const VerificationReport report = archives.verify(path(), std::nullopt, board, cancel);
+  EXPECT_TRUE(std::holds_alternative<OperationDone>(report.outcome));
+  ASSERT_EQ(report.points.size(), 4U);
+  EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, HasSubstr("older kind"))));
+  EXPECT_EQ(Archive::openForReading(path())->readPoint(0)->check, std::nullopt);
+}
+
+TEST_F(Verifications, OfAnArchiveThatSomebodyWritesAreRefused) {
+  const Archive writer = open();
+  const VerificationReport report = archives.verify(path(), std::nullopt, board, cancel);
+  EXPECT_TRUE(std::holds_alternative<OperationFailed>(report.outcome));
+  EXPECT_TRUE(report.points.empty());
+}
+
+TEST_F(Verifications, TellWhichPointsTakeContentFromADamagedOne) {
+  Archive archive = open();
+  damage(1);
+  const VerificationReport report = verify(archive);
+  const std::int64_t damaged = archive.readPoint(1)->creationTime;
+  EXPECT_THAT(
+      report.points,
+      ElementsAre(Field(&PointVerdict::damagedBase, std::nullopt), Field(&PointVerdict::damagedBase, std::nullopt),
+                  Field(&PointVerdict::damagedBase, damaged), Field(&PointVerdict::damagedBase, damaged)));
+  EXPECT_THAT(lines, Contains(HasSubstr("It takes content from the backup point of")).Times(2));
+  EXPECT_TRUE((*(*wordsOf(report)["points"].array())[3].dictionary())["damagedBase"].date());
 }
 
 }  // namespace
