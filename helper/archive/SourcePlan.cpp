@@ -65,9 +65,9 @@ ArchiveResult<Done> checkIs(const DiskSource& disk, const BackupDisk& source) {
   return isTableOf(*table, described) ? ArchiveResult<Done>(Done{}) : otherDisk(disk);
 }
 
-class Planner {
+class SourcePlanner {
  public:
-  Planner(SourcePlan& plan, bool acceptsUnclean, std::string exportFolder, const CancelFlag& cancel)
+  SourcePlanner(SourcePlan& plan, bool acceptsUnclean, std::string exportFolder, const CancelFlag& cancel)
       : _plan(plan), _acceptsUnclean(acceptsUnclean), _exportFolder(std::move(exportFolder)), _cancel(cancel) {}
 
   ArchiveResult<Done> addTable() {
@@ -175,7 +175,7 @@ ArchiveResult<SourcePlan> planSource(const BackupDisk& source, const std::string
   if (!same) return unreadablePlace(tableName, same.error());
   const std::uint64_t size = disk->size();
   SourcePlan plan{std::move(*disk), DiskLayout(size), source.description, {}};
-  Planner planner(plan, source.acceptsUncleanVolumes, exportFolder, cancel);
+  SourcePlanner planner(plan, source.acceptsUncleanVolumes, exportFolder, cancel);
   ArchiveResult<Done> step = planner.addTable();
   for (StoredPartition& partition : plan.description.partitions) {
     if (step && cancel.isRequested()) step = cancelledError();
