@@ -13,8 +13,8 @@ namespace zpk {
 // The engine's sentence, with its full stop.
 std::string sentenceOf(const ArchiveError& error);
 
-// The same, and what to do about it when what was lost is the archive's own: `advice`, one or more sentences, is for
-// an archive at that path, or the drive that it is on, that does not give back what was written.
+// The same, and what to do about it when what was lost is the archive's own: `advice`, one or more sentences, is
+// for an archive at that path, or the drive that it is on, that does not give back what was written.
 std::string sentenceOf(const ArchiveError& error, const std::string& archivePath, const std::string& advice);
 bool isLossOf(const std::string& archivePath, const ArchiveError& error);
 
