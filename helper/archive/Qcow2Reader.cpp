@@ -17,10 +17,19 @@ constexpr std::size_t longestName = 1023;
 
 constexpr std::uint64_t gatheredAtOnce = std::uint64_t{1} << 20U;
 
-ClusterKind kindOfEntry(std::uint64_t entry) {
-  if ((entry & qcow2::compressed) != 0) return ClusterKind::Compressed;
-  if ((entry & qcow2::readsAsZeros) != 0) return ClusterKind::Zeros;
-  return (entry & qcow2::offsetMask) == 0 ? ClusterKind::Absent : ClusterKind::Plain;
+// The place that an entry leads to is the only thing that its bits leave open: one more of them that is set, or one
+// that is missing, is damage, also where the content that it leads to would happen to be the right one.
+bool leadsSomewhere(std::uint64_t entry) {
+  return (entry & ~qcow2::offsetMask) == qcow2::onlyReference && entry != qcow2::onlyReference;
+}
+
+// Nothing for an entry that makes no sense.
+std::optional<ClusterKind> kindOfEntry(std::uint64_t entry) {
+  if (entry == 0) return ClusterKind::Absent;
+  if (entry == qcow2::readsAsZeros) return ClusterKind::Zeros;
+  if (leadsSomewhere(entry)) return ClusterKind::Plain;
+  const bool isCompressed = (entry & (qcow2::compressed | qcow2::onlyReference)) == qcow2::compressed;
+  return isCompressed ? std::optional(ClusterKind::Compressed) : std::nullopt;
 }
 
 }  // namespace
@@ -57,8 +66,9 @@ ArchiveResult<Done> Qcow2Reader::readHeader() {
       bigEndianAt<std::uint64_t>(header, 72) != qcow2::compressionTypeFeature ||
       bigEndianAt<std::uint32_t>(header, 32) != 0 || bigEndianAt<std::uint32_t>(header, 60) != 0 ||
       bigEndianAt<std::uint32_t>(header, 96) != qcow2::refcountOrder ||
-      bigEndianAt<std::uint32_t>(header, 100) < qcow2::headerLength ||
-      std::to_integer<std::uint8_t>(header[104]) != qcow2::zstdCompression) {
+      bigEndianAt<std::uint64_t>(header, 80) != 0 || bigEndianAt<std::uint64_t>(header, 88) != 0 ||
+      bigEndianAt<std::uint32_t>(header, 100) != qcow2::headerLength ||
+      bigEndianAt<std::uint64_t>(header, 104) != std::uint64_t{qcow2::zstdCompression} << 56U) {
     return damaged("The image is of a kind that no archive holds", 0);
   }
   _clusterBits = bigEndianAt<std::uint32_t>(header, 20);
@@ -86,7 +96,7 @@ ArchiveResult<Done> Qcow2Reader::readBackingName(ByteSpan header) {
 
 ArchiveResult<Done> Qcow2Reader::readTablePlaces(std::uint64_t place, std::uint64_t count) {
   const std::uint64_t needed = divideUp(clusterCount(), clusterSize() / 8);
-  if (count < needed || count > qcow2::largestFirstTable / 8 || place % clusterSize() != 0 ||
+  if (count != needed || needed > qcow2::largestFirstTable / 8 || place % clusterSize() != 0 ||
       !holds(place, needed * 8)) {
     return damaged("The image's table of tables is out of place", 36);
   }
@@ -94,7 +104,12 @@ ArchiveResult<Done> Qcow2Reader::readTablePlaces(std::uint64_t place, std::uint6
   ArchiveResult<Done> step = readAt(_file, place, bytes);
   if (!step) return step;
   _tablePlaces.resize(needed);
-  for (std::size_t i = 0; i < needed; ++i) _tablePlaces[i] = bigEndianAt<std::uint64_t>(bytes, i * 8);
+  for (std::size_t i = 0; i < needed; ++i) {
+    _tablePlaces[i] = bigEndianAt<std::uint64_t>(bytes, i * 8);
+    if (_tablePlaces[i] != 0 && !leadsSomewhere(_tablePlaces[i])) {
+      return damaged("An entry in the image's table of tables makes no sense", place + i * 8);
+    }
+  }
   return Done{};
 }
 
@@ -114,7 +129,7 @@ ArchiveResult<Done> Qcow2Reader::loadTable(std::uint64_t index) {
 ArchiveResult<std::uint64_t> Qcow2Reader::entryOf(std::uint64_t cluster) {
   assert(cluster < clusterCount());
   const std::uint64_t entries = clusterSize() / 8;
-  if ((_tablePlaces[cluster / entries] & qcow2::offsetMask) == 0) return std::uint64_t{0};
+  if (_tablePlaces[cluster / entries] == 0) return std::uint64_t{0};
   const ArchiveResult<Done> loaded = loadTable(cluster / entries);
   if (!loaded) return loaded.error();
   return bigEndianAt<std::uint64_t>(_table, cluster % entries * 8);
@@ -123,7 +138,9 @@ ArchiveResult<std::uint64_t> Qcow2Reader::entryOf(std::uint64_t cluster) {
 ArchiveResult<ClusterKind> Qcow2Reader::kindOf(std::uint64_t cluster) {
   const ArchiveResult<std::uint64_t> entry = entryOf(cluster);
   if (!entry) return entry.error();
-  return kindOfEntry(*entry);
+  const std::optional<ClusterKind> kind = kindOfEntry(*entry);
+  if (!kind) return damaged("An entry in a table of the image makes no sense", cluster * clusterSize());
+  return *kind;
 }
 
 ArchiveResult<ClusterKind> Qcow2Reader::read(std::uint64_t cluster, std::span<std::byte> content) {
@@ -171,7 +188,7 @@ std::optional<ByteRange> Qcow2Reader::extentOf(std::uint64_t entry) const {
   }
   const unsigned offsetBits = qcow2::compressedOffsetBits(_clusterBits);
   const std::uint64_t place = compressedPlace(entry);
-  const std::uint64_t sectors = (entry & ~(qcow2::compressed | qcow2::onlyReference)) >> offsetBits;
+  const std::uint64_t sectors = (entry & ~qcow2::compressed) >> offsetBits;
   const std::uint64_t end =
       std::min(_fileSize, roundDown(place, qcow2::sectorSize) + (sectors + 1) * qcow2::sectorSize);
   return place < end ? std::optional(ByteRange{place, end}) : std::nullopt;
@@ -180,7 +197,7 @@ std::optional<ByteRange> Qcow2Reader::extentOf(std::uint64_t entry) const {
 std::uint64_t Qcow2Reader::gatheredEnd(std::uint64_t cluster, const ByteRange& extent) const {
   const std::uint64_t entries = clusterSize() / 8;
   const auto entryAt = [this](std::uint64_t i) { return bigEndianAt<std::uint64_t>(_table, i * 8); };
-  const ClusterKind kind = kindOfEntry(entryAt(cluster % entries));
+  const std::optional<ClusterKind> kind = kindOfEntry(entryAt(cluster % entries));
   std::uint64_t end = extent.end;
   for (std::uint64_t i = cluster % entries + 1; i < entries; ++i) {
     if (kindOfEntry(entryAt(i)) != kind) continue;
@@ -240,13 +257,13 @@ ArchiveResult<Done> Qcow2Reader::unpack(ByteSpan sectors, std::uint64_t place, s
 ArchiveResult<std::optional<std::uint64_t>> Qcow2Reader::nextPresent(std::uint64_t cluster) {
   const std::uint64_t entries = clusterSize() / 8;
   while (cluster < clusterCount()) {
-    if ((_tablePlaces[cluster / entries] & qcow2::offsetMask) == 0) {
+    if (_tablePlaces[cluster / entries] == 0) {
       cluster = roundDown(cluster, entries) + entries;
       continue;
     }
-    const ArchiveResult<ClusterKind> kind = kindOf(cluster);
-    if (!kind) return kind.error();
-    if (*kind != ClusterKind::Absent) return std::optional(cluster);
+    const ArchiveResult<std::uint64_t> entry = entryOf(cluster);
+    if (!entry) return entry.error();
+    if (*entry != 0) return std::optional(cluster);
     ++cluster;
   }
   return std::optional<std::uint64_t>();
