@@ -165,6 +165,18 @@ class Life:
         return said, start, extent
 
 
+    def verify_archive(self):
+        """In the eyes of the field's own tool, and by what was asked for."""
+        pinned = []
+        for point in self.points():
+            index = json.loads((self.archive / point / "index.json").read_text())
+            pinned += [index["label"]] if index["pinned"] else []
+            for image in (self.archive / point).glob("*.pvhd"):
+                state.run("qemu-img", "check", "-q", "-f", "qcow2", image)
+        if pinned != ["Before the update"]:
+            sys.exit(f"what is pinned is {pinned}")
+
+
 def live(life):
     life.back_up()
     for step in range(1, 4):
@@ -173,6 +185,7 @@ def live(life):
     life.restore(0, "empty.img")
     life.drive.do("pin", 1, "Before the update")
     life.drive.do("merge", 3)
+    life.verify_archive()
     sizes = [life.restore(1, "mac.img", "middle")[2], life.restore(2, "hybrid.img", "least")[2]]
     if not sizes[1] < windows_side(life.source)[1] or not sizes[1] < sizes[0]:
         sys.exit(f"the sizes that were chosen are not what came of it: {sizes}")
@@ -180,6 +193,7 @@ def live(life):
     life.change_and_back_up(4)
     if len(life.points()) != 3:
         sys.exit(f"the limit of two increments left {life.points()}")
+    life.verify_archive()
     # What is there is taken back to a point before, and the next increment builds on what it finds then.
     life.restore(0, "a-source.img")
     life.change_and_back_up(5)

@@ -193,8 +193,11 @@ def checked(world):
     expect(said.returncode == 1, f"damage is a failure: {said}")
     expect(f"{image}: bytes " in said.stdout and "There is damage" in said.stdout, f"file and range: {said.stdout!r}")
     points = json.loads(world.run("verify", "--json").stdout)["points"]
-    damaged = [point for point in points if not point["sound"]]
-    expect(len(damaged) == 1 and damaged[0]["damage"][0]["file"] == str(image), f"one point: {damaged}")
+    damaged = [point for point in points if point["damage"]]
+    expect(len(damaged) == 1 and damaged[0]["damage"][0]["file"] == str(image), f"one point: {points}")
+    builders = [point for point in points if point["index"] > damaged[0]["index"]]
+    expect(builders and all(point["damagedBase"] == damaged[0]["date"] and not point["sound"] for point in builders),
+           f"those that take content from it: {builders}")
     places = [place for place, point in enumerate(world.points()) if not point["lastCheck"]["sound"]]
     expect(places == [damaged[0]["index"]], f"the list tells which is damaged: {places}")
     expect(", damaged" in world.run("list").stdout, "the same in words")
