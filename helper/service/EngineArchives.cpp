@@ -55,9 +55,18 @@ ArchiveResult<Archive> holding(const PointReference& point, ArchiveResult<Archiv
   return archive;
 }
 
-// Whether what keeps an archive from being written does not keep it from being read: nobody else is writing it.
-bool isUnwritable(const Archive& archive, const ArchiveError& error) {
-  return archive.index().isLegacy || isFault(error, ArchiveFault::NoSpace) || error.errorNumber == EROFS;
+// A copy that is another user's: its files may be read, and the lock is not for the taking.
+bool isOthersLock(const Archive& archive, const ArchiveError& error) {
+  return (error.errorNumber == EACCES || error.errorNumber == EPERM) &&
+         error.path == archive.path() + "/" + ArchiveLock::fileName;
+}
+
+// Whether what keeps an archive from being written does not keep its points from being checked: nobody else is
+// known to be writing it. Of a pending merge the parent's images hold what no point in the list would read.
+bool isCheckedAllTheSame(const Archive& archive, const ArchiveError& error) {
+  if (archive.index().merging) return false;
+  return archive.index().isLegacy || isFault(error, ArchiveFault::NoSpace) || error.errorNumber == EROFS ||
+         isOthersLock(archive, error);
 }
 
 ArchiveSource sourceOf(const ZPKDisk& disk) {
@@ -239,7 +248,7 @@ VerificationReport EngineArchives::verify(const std::string& archivePath, Archiv
   ArchiveResult<Archive> archive = openForOperation(archivePath, board, cancel);
   if (archive) return verifyPoints(*archive, board, cancel);
   ArchiveResult<Archive> reader = Archive::openForReading(archivePath);
-  if (!reader || !isUnwritable(*reader, archive.error())) {
+  if (!reader || !isCheckedAllTheSame(*reader, archive.error())) {
     return {OperationFailed{sentenceOf(archive.error(), archivePath, kCheckTheDrive)}, {}, false};
   }
   return verifyPointsUnnoted(*reader, archive.error().text(), board, cancel);

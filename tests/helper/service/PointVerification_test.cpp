@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -139,6 +140,41 @@ TEST_F(Verifications, OfAReadOnlyDriveSayThatNothingIsNoted) {
   EXPECT_FALSE(report.points[1].isSound());
   EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, HasSubstr("Read-only file system"))));
   EXPECT_THAT(board.take().lines, Contains(HasSubstr("will not be noted in the archive")).Times(1));
+}
+
+// The parent's images are read by no check of a listed point, and were taken for sound.
+TEST_F(Verifications, WithAMergePendingOnAReadOnlyDriveAreRefused) {
+  {
+    Archive archive = open();
+    ASSERT_TRUE(archive.beginMerge({small->points()[1], small->points()[2], {}}).hasValue());
+  }
+  damage(1);
+  ASSERT_EQ(::mount(nullptr, drive().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  const VerificationReport report = archives.verify(path(), std::nullopt, board, cancel);
+  ASSERT_TRUE(std::holds_alternative<OperationFailed>(report.outcome));
+  EXPECT_THAT(std::get<OperationFailed>(report.outcome).reason, HasSubstr("Read-only file system"));
+  EXPECT_FALSE(report.isComplete);
+  EXPECT_TRUE(report.points.empty());
+}
+
+TEST_F(Verifications, OfACopyThatIsSomebodyElsesAreMadeWithoutANote) {
+  constexpr std::uint32_t nobody = 65534;
+  ASSERT_EQ(::chmod((folder / "").c_str(), 0711), 0);
+  test::mustRun("/bin/chmod", {"-R", "a+rX", path()});
+  damage(1);
+  const VerificationReport report = archives.verify(path(), nobody, board, cancel);
+  EXPECT_TRUE(report.isComplete);
+  ASSERT_EQ(report.points.size(), 4U);
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(report.points[i].isSound(), i != 1) << report.points[i].error;
+  EXPECT_THAT(report.points, Each(Field(&PointVerdict::unnoted, HasSubstr("Permission denied"))));
+  EXPECT_EQ(Archive::openForReading(path())->readPoint(1)->check, std::nullopt);
+}
+
+TEST_F(Verifications, OfAnArchiveThatMayNotBeReadAreRefused) {
+  ASSERT_EQ(::chmod((folder / "").c_str(), 0711), 0);
+  const VerificationReport report = archives.verify(path(), 65534U, board, cancel);
+  EXPECT_TRUE(std::holds_alternative<OperationFailed>(report.outcome));
+  EXPECT_TRUE(report.points.empty());
 }
 
 TEST_F(Verifications, OfADriveWithoutAByteLeftAreMadeAllTheSame) {
