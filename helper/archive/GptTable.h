@@ -31,11 +31,9 @@ struct GptEntry {
 
 // A disk's GPT as one of its copies says it.
 //
-//   header, second or last sector:  "EFI PART" 0, header size 12, its CRC-32 16, own sector 24, disk id 56 (16
-//   bytes),
-//                           first sector of the entries 72, their count 80, their size 84, their CRC-32 88
-//   an entry:               type 0, id 16, first sector 32, last sector 40, attributes 48, name 56 (36 UTF-16
-//   units)
+//   header   in the second or last sector: "EFI PART" 0, header size 12, its CRC-32 16, own sector 24, disk id 56
+//            (16 bytes), first sector of the entries 72, their count 80, their size 84, their CRC-32 88
+//   entry    type 0, id 16, first sector 32, last sector 40, attributes 48, name 56 (36 UTF-16 units)
 struct GptTable {
   GuidBytes diskId{};
   std::vector<GptEntry> entries;  // The used ones, by number.

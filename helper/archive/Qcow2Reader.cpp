@@ -115,6 +115,7 @@ ArchiveResult<Done> Qcow2Reader::readTablePlaces(std::uint64_t place, std::uint6
 
 ArchiveResult<Done> Qcow2Reader::loadTable(std::uint64_t index) {
   if (_loadedTable == index) return Done{};
+  if (_failedTable && _failedTable->first == index) return _failedTable->second;
   const std::uint64_t place = _tablePlaces[index] & qcow2::offsetMask;
   if (place % clusterSize() != 0 || !holds(place, clusterSize())) {
     return damaged("A table of the image is out of place", place);
@@ -122,7 +123,11 @@ ArchiveResult<Done> Qcow2Reader::loadTable(std::uint64_t index) {
   _loadedTable.reset();
   _table.resize(clusterSize());
   ArchiveResult<Done> step = readAt(_file, place, _table);
-  if (step) _loadedTable = index;
+  if (step) {
+    _loadedTable = index;
+  } else {
+    _failedTable.emplace(index, step.error());
+  }
   return step;
 }
 

@@ -89,6 +89,8 @@ class Qcow2Reader {
   std::string _backingFile;
   std::vector<std::uint64_t> _tablePlaces;
   std::optional<std::uint64_t> _loadedTable;
+  // A failing disk takes seconds to refuse it, which thousands of clusters would ask for.
+  std::optional<std::pair<std::uint64_t, ArchiveError>> _failedTable;
   ByteBuffer _table;
   bool _gathers = false;
   Stretch _frames;

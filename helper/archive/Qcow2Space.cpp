@@ -24,10 +24,11 @@ void Qcow2Space::mark(const Run& run) {
   for (std::uint64_t i = run.first; i < run.first + run.count; ++i) setBit(_used, i);
 }
 
-std::optional<Qcow2Space::Run> Qcow2Space::nextUnused(std::uint64_t from) const {
+std::optional<Qcow2Space::Run> Qcow2Space::nextUnused(std::uint64_t from, std::uint64_t atMost) const {
   const std::uint64_t first = nextBit(_used, from, _clusters, false);
   if (first >= _clusters) return std::nullopt;
-  return Run{first, nextBit(_used, first, _clusters, true) - first};
+  const std::uint64_t end = first + std::min(_clusters - first, atMost);
+  return Run{first, nextBit(_used, first, end, true) - first};
 }
 
 std::uint64_t Qcow2Space::usedEnd() const {
@@ -45,18 +46,17 @@ std::uint64_t Qcow2Space::grow(std::uint64_t count) {
 }
 
 std::uint64_t Qcow2Space::take(std::uint64_t count) {
-  std::optional<Run> run = nextUnused(_nextFree);
+  std::optional<Run> run = nextUnused(_nextFree, count);
   _nextFree = run ? run->first : _clusters;
-  while (run && run->count < count) run = nextUnused(run->first + run->count);
+  while (run && run->count < count) run = nextUnused(run->first + run->count, count);
   const std::uint64_t first = run ? run->first : grow(count);
   mark({first, count});
   return first;
 }
 
 Qcow2Space::Run Qcow2Space::takeRun() {
-  Run run = nextUnused(_nextFree).value_or(Run{_clusters, 0});
+  Run run = nextUnused(_nextFree, packedClusters).value_or(Run{_clusters, 0});
   if (run.count == 0) run = {grow(packedClusters), packedClusters};
-  run.count = std::min(run.count, packedClusters);
   mark(run);
   _nextFree = run.first + run.count;
   return run;

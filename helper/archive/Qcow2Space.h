@@ -39,8 +39,9 @@ class Qcow2Space {
   std::uint64_t clusters() const { return _clusters; }
   // Behind the last cluster in use.
   std::uint64_t usedEnd() const;
-  // The first longest run of unused clusters at or behind `from`.
-  std::optional<Run> nextUnused(std::uint64_t from) const;
+  // The first run of unused clusters at or behind `from`. Of one that is longer than `atMost` the beginning, so
+  // that the rest of a large hole need not be looked at by who takes a little of it.
+  std::optional<Run> nextUnused(std::uint64_t from, std::uint64_t atMost = UINT64_MAX) const;
 
  private:
   void mark(const Run& run);

@@ -1,5 +1,6 @@
 // Backups of disks that cannot be read everywhere, or not any more.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +12,9 @@
 #include "helper/archive/FaultyDisk.h"
 #include "helper/archive/MergeOperation.h"
 #include "helper/archive/PointCheck.h"
+#include "helper/archive/Qcow2Format.h"
+#include "helper/archive/Qcow2Reader.h"
+#include "helper/archive/Qcow2Writer.h"
 #include "helper/archive/SampleDisk.h"
 #include "helper/archive/SourceReader.h"
 
@@ -242,6 +246,36 @@ TEST_F(BadPlaces, UpToTheLimitAreBorne) {
   const ArchiveResult<Done> read = readAll();
   ASSERT_TRUE(read.hasValue()) << read.error().text();
   EXPECT_THAT(reader.unreadable(), ElementsAre(ByteRange{start, start + SourceReader::mostUnreadable}));
+}
+
+// A failing disk takes seconds over each refusal.
+TEST(ImageOnABadDisk, IsAskedOnceForATableThatCannotBeRead) {
+  const ScratchFolder folder;
+  constexpr std::uint64_t clusterSize = std::uint64_t{1} << qcow2::smallClusterBits;
+  constexpr std::uint64_t tableSize = clusterSize / 8;  // Clusters in one table.
+  {
+    Qcow2Writer image(test::createFile(folder, "image"),
+                      {2 * tableSize * clusterSize, qcow2::smallClusterBits, ""});
+    for (std::uint64_t i = 0; i < 2 * tableSize; i += 7) {
+      ASSERT_TRUE(image.addPlain(i, test::randomBytes(clusterSize, 1)).hasValue());
+    }
+    ASSERT_TRUE(image.finish(never).hasValue());
+  }
+  const std::string bytes = test::readAll(folder / "image");
+  const ByteSpan header = std::as_bytes(std::span(bytes));
+  const std::uint64_t first = bigEndianAt<std::uint64_t>(header, bigEndianAt<std::uint64_t>(header, 40));
+  const FaultyDisk faulty(folder, folder / "image");
+  const std::uint64_t place = first & qcow2::offsetMask;
+  faulty.setBad({{place, place + clusterSize}});
+  ArchiveResult<Qcow2Reader> reader =
+      Qcow2Reader::open({FileDescriptor(::open(faulty.path().c_str(), O_RDONLY | O_CLOEXEC)), faulty.path()});
+  ASSERT_TRUE(reader.hasValue()) << reader.error().text();
+  ASSERT_FALSE(reader->kindOf(0).hasValue());
+  const std::uint64_t refused = faulty.refused();
+  EXPECT_GT(refused, 0U) << "the fault was not there";
+  for (std::uint64_t i = 0; i < tableSize; ++i) ASSERT_FALSE(reader->kindOf(i).hasValue());
+  EXPECT_EQ(faulty.refused(), refused);
+  EXPECT_TRUE(reader->kindOf(tableSize).hasValue()) << "the next table is sound";
 }
 
 TEST_F(BadPlaces, AStopIsHeardBetweenThem) {

@@ -76,5 +76,14 @@ TEST(Qcow2Space, WhatIsLeftOfTheRoomForFramesCanBeHadAgain) {
   EXPECT_EQ(space.take(), 2U);
 }
 
+// Looking at all of the hole for each of them would take minutes.
+TEST(Qcow2Space, GivesOutALargeHoleALittleAtATime) {
+  constexpr std::uint64_t clusters = std::uint64_t{1} << 27U;
+  Qcow2Space space(clusterSize, clusters * clusterSize);
+  for (std::uint64_t i = 0; i < 200'000; ++i) ASSERT_EQ(space.take(), i);
+  EXPECT_EQ(space.takePacked(100), 200'000 * clusterSize);
+  EXPECT_EQ(space.take(), 200'064U) << "what is set aside for compressed clusters is bounded";
+}
+
 }  // namespace
 }  // namespace zpk
