@@ -29,6 +29,10 @@ bool isLasting(const ArchiveError& error) {
   return std::ranges::find(missingOrBad, error.errorNumber) != missingOrBad.end();
 }
 
+bool isLoss(const ArchiveError& error) {
+  return isLasting(error) && error.fault != ArchiveFault::NewerFormat;
+}
+
 ArchiveError writeError(std::string message, std::string path, std::uint64_t offset, int errorNumber) {
   const bool full = errorNumber == ENOSPC || errorNumber == EDQUOT;
   return {full ? ArchiveFault::NoSpace : ArchiveFault::WriteFailed, std::move(message), std::move(path), offset,

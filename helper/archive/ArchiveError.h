@@ -43,6 +43,8 @@ ArchiveError cancelledError();
 // Whether the next attempt would meet the error again: what is read is damaged, is not there, or lies where the
 // medium gives nothing.
 bool isLasting(const ArchiveError& error);
+// The same, and it is not that a later version would know more: what was written is lost.
+bool isLoss(const ArchiveError& error);
 
 // A failed write to the destination; a full one gets a fault of its own.
 ArchiveError writeError(std::string message, std::string path, std::uint64_t offset, int errorNumber);

@@ -172,8 +172,8 @@ NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, 
                         const CancelFlag& cancel) {
   NotedCheck result{checkOwnImages(archive, point, progress, cancel), std::nullopt};
   const ArchiveResult<PointCheck>& check = result.check;
-  // An image or a map that is no such thing is damage as well; it has no range.
-  if (!check && check.error().fault != ArchiveFault::Damaged) return result;
+  // An image or a map that is no such thing, is gone or cannot be read is damage as well; it has no range.
+  if (!check && !isLoss(check.error())) return result;
   ArchiveResult<PointIndex> index = archive.readPoint(point);
   if (!index) {
     // Where the index is what is damaged, that says enough.

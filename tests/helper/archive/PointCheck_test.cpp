@@ -104,6 +104,29 @@ TEST_F(PointChecks, AnImageThatLostItsEndIsDamaged) {
   EXPECT_TRUE(archive.readPoint(0)->check->isDamaged);
 }
 
+// Only what was there and was wrong was noted, and the next backup built on a point without its image.
+TEST_F(PointChecks, AnImageOrAMapThatIsGoneOrIsNoFileIsDamage) {
+  Archive archive = open();
+  const std::string image = imagePath(archive, points - 1);
+  const std::filesystem::path map = std::filesystem::path(image).replace_filename("disk0.map");
+  const auto noted = [&] {
+    const NotedCheck result = checkAndNote(archive, points - 1, 77, [](std::uint64_t) {}, {});
+    EXPECT_FALSE(result.check.hasValue());
+    EXPECT_EQ(result.whyNotNoted, std::nullopt);
+    return archive.readPoint(points - 1)->check;
+  };
+  for (const std::string& file : {image, map.string()}) {
+    std::filesystem::rename(file, folder / "away");
+    EXPECT_EQ(noted(), (LastCheck{77, true})) << file << " is gone";
+    std::filesystem::create_directory(file);
+    EXPECT_EQ(noted(), (LastCheck{77, true})) << file << " is a folder";
+    std::filesystem::remove(file);
+    std::filesystem::rename(folder / "away", file);
+    EXPECT_THAT(check(archive, points - 1).damaged, IsEmpty());
+    EXPECT_EQ(archive.readPoint(points - 1)->check, (LastCheck{77, false}));
+  }
+}
+
 TEST_F(PointChecks, AStoppedOneNotesNothing) {
   Archive archive = open();
   CancelFlag stop;
