@@ -127,4 +127,12 @@ std::uint64_t pointNumberOf(const std::string& name) {
   return std::strtoull(name.c_str() + 1, nullptr, 10);
 }
 
+std::string shortIdIn(const std::string& name) {
+  return name.substr(name.find('-') + 1);
+}
+
+std::string shortIdOf(const std::string& id) {
+  return id.substr(0, shortIdDigits);
+}
+
 }  // namespace zpk

@@ -48,5 +48,8 @@ std::string pointFolderName(std::uint64_t number, const std::string& id);
 bool isPointFolderName(const std::string& name);
 // The number in such a name.
 std::uint64_t pointNumberOf(const std::string& name);
+// The digits of the id in such a name, and as many of a whole id.
+std::string shortIdIn(const std::string& name);
+std::string shortIdOf(const std::string& id);
 
 }  // namespace zpk

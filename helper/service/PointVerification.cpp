@@ -78,7 +78,8 @@ class Verification {
       verdict.error = check.error().text();
     }
     verdict.unnoted = noted.whyNotNoted ? noted.whyNotNoted->text() : _whyNotNoted;
-    if (index) verdict.damagedBase = baseOf(*index, verdict);
+    if (!verdict.isSound() && !isNoted(place)) _isSomeUnnoted = true;
+    verdict.damagedBase = baseOf(place, index, verdict);
     tell(verdict);
     if (index) tellLack(*index);
     _report.points.push_back(std::move(verdict));
@@ -105,14 +106,26 @@ class Verification {
     return {checkOwnImages(_archive, place, progress, _cancel), std::nullopt};
   }
 
+  // Whether the next backup knows of the damage: a point whose index is what is damaged is not built on either.
+  bool isNoted(std::size_t place) const {
+    const ArchiveResult<PointIndex> index = _archive.readPoint(place);
+    return index ? index->check && index->check->isDamaged : isLasting(index.error());
+  }
+
   // The damaged point that this one takes content from; points come after those that they build on.
-  std::optional<std::int64_t> baseOf(const PointIndex& point, const PointVerdict& verdict) {
+  std::optional<std::int64_t> baseOf(std::size_t place, const ArchiveResult<PointIndex>& index,
+                                     const PointVerdict& verdict) {
     std::optional<std::int64_t> base;
-    if (const auto found = _damagedBases.find(point.parent); found != _damagedBases.end()) base = found->second;
+    if (index && !index->parent.empty()) {
+      const auto found = _damagedBases.find(shortIdOf(index->parent));
+      if (found != _damagedBases.end()) base = found->second;
+    }
+    // A point whose index is damaged has its id in its folder's name alone.
+    const std::string id = shortIdIn(_archive.index().points[place]);
     if (!verdict.isSound()) {
-      _damagedBases[point.id] = point.creationTime;
+      _damagedBases[id] = verdict.pointTime;
     } else if (base) {
-      _damagedBases[point.id] = *base;
+      _damagedBases[id] = *base;
     }
     return base;
   }
@@ -164,9 +177,12 @@ class Verification {
     _board.setProgress(_total, _total);
     if (_damaged == 0) return;
     const bool one = _damaged == 1;
+    // The next backup may well build on damage that it does not know of.
+    const std::string known =
+        _isSomeUnnoted ? "" : std::string(", and nothing further is built on ") + (one ? "it" : "them");
     _report.outcome = OperationFailed{
-        (one ? "A backup point is" : std::to_string(_damaged) + " backup points are") +
-        std::string(" damaged, and nothing further is built on ") + (one ? "it" : "them") +
+        (one ? "A backup point is" : std::to_string(_damaged) + " backup points are") + std::string(" damaged") +
+        known +
         ". The drive with the archive may be failing. Check it and back up again; the log tells what is damaged."};
   }
 
@@ -180,7 +196,9 @@ class Verification {
   std::size_t _ranges = 0;
   std::size_t _stretches = 0;
   std::size_t _damaged = 0;
-  // By the id of a point that cannot be relied on: when the damaged one that it builds on was made, or it itself.
+  bool _isSomeUnnoted = false;  // Of the damaged ones.
+  // By the first digits of the id of a point that cannot be relied on: when the damaged one that it builds on was
+  // made, or it itself.
   std::map<std::string, std::int64_t> _damagedBases;
 };
 

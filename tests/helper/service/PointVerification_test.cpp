@@ -216,5 +216,32 @@ TEST_F(Verifications, TellWhichPointsTakeContentFromADamagedOne) {
   EXPECT_TRUE((*(*wordsOf(report)["points"].array())[3].dictionary())["damagedBase"].date());
 }
 
+// Its id was looked for in the index that is lost, and those that build on it were called whole.
+TEST_F(Verifications, TellWhichPointsBuildOnOneWhoseIndexIsDamaged) {
+  Archive archive = open();
+  fs::resize_file(archive.pointIndexPath(1), 10);
+  const VerificationReport report = verify(archive);
+  ASSERT_EQ(report.points.size(), 4U);
+  EXPECT_FALSE(report.points[0].damagedBase || report.points[1].damagedBase);
+  EXPECT_TRUE(report.points[2].damagedBase && report.points[3].damagedBase);
+}
+
+TEST_F(Verifications, PromiseThatNothingIsBuiltOnDamageThatIsNoted) {
+  Archive archive = open();
+  damage(1);
+  fs::resize_file(archive.pointIndexPath(2), 10);
+  EXPECT_THAT(std::get<OperationFailed>(verify(archive).outcome).reason,
+              HasSubstr("2 backup points are damaged, and nothing further is built on them. The drive"));
+}
+
+TEST_F(Verifications, PromiseNothingOfDamageThatCouldNotBeNoted) {
+  Archive archive = open();
+  damage(1);
+  fs::resize_file(archive.pointIndexPath(2), 10);
+  fillDrive();
+  EXPECT_THAT(std::get<OperationFailed>(verify(archive).outcome).reason,
+              HasSubstr("2 backup points are damaged. The drive"));
+}
+
 }  // namespace
 }  // namespace zpk
