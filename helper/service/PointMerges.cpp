@@ -67,15 +67,27 @@ void tellOfLabel(const PointIndex& parent, const PointIndex& child, OperationBoa
                                        "\", goes with that one");
 }
 
+bool isIn(const std::string& folder, const std::string& path) {
+  return path == folder || path.starts_with(folder + "/");
+}
+
+// The one of the child and its parent that the error was met in.
+std::optional<std::size_t> placeOf(const ArchiveError& error, const Archive& archive, std::size_t child) {
+  for (const std::size_t point : {child - 1, child}) {
+    if (isIn(archive.path() + "/" + archive.index().points[point], error.path)) return point;
+  }
+  return std::nullopt;
+}
+
 // Damage that a merge came upon is noted, so that it is met once.
 void noteDamageMet(Archive& archive, std::size_t child, const ArchiveError& error, OperationBoard& board) {
-  if (archive.index().merging || error.fault == ArchiveFault::NewerFormat || !isLasting(error)) return;
-  const bool isParents = error.path.find("/" + archive.index().points[child - 1] + "/") != std::string::npos;
-  const std::size_t damaged = isParents ? child - 1 : child;
-  const ArchiveResult<PointIndex> point = archive.readPoint(damaged);
+  if (archive.index().merging || !isLoss(error)) return;
+  const std::optional<std::size_t> damaged = placeOf(error, archive, child);
+  if (!damaged) return;
+  const ArchiveResult<PointIndex> point = archive.readPoint(*damaged);
   // Where the index is what is damaged, that says enough.
   if (!point) return;
-  const ArchiveResult<Done> noted = noteDamage(archive, damaged, static_cast<std::int64_t>(std::time(nullptr)));
+  const ArchiveResult<Done> noted = noteDamage(archive, *damaged, static_cast<std::int64_t>(std::time(nullptr)));
   const std::string name = "The backup point of " + momentText(point->creationTime);
   board.line(noted ? name + " is noted to be damaged: nothing further is built on it"
                    : name + " is damaged, which could not be noted: " + noted.error().text());

@@ -224,6 +224,15 @@ TEST_F(StoredPointMerges, DamageOfTheParentIsTheParents) {
   EXPECT_THAT(left(), ElementsAre(0, 4, 5)) << "the others are merged with each other";
 }
 
+// It was noted of the child, which is whole as far as it goes.
+TEST_F(StoredPointMerges, TheLossOfTheParentsFolderIsNotTheChilds) {
+  std::filesystem::rename(archive.path() + "/" + small.points()[1], folder / "away");
+  const OperationOutcome outcome = runMerge(archive, 2, board, cancel);
+  ASSERT_TRUE(std::holds_alternative<OperationFailed>(outcome)) << "it has met no loss";
+  EXPECT_THAT(std::get<OperationFailed>(outcome).reason, HasSubstr(small.points()[1]));
+  EXPECT_FALSE(isDamaged(2));
+}
+
 TEST_F(StoredPointMerges, OnesThatAreRefusedAreLeftForThisTime) {
   std::filesystem::create_hard_link(imagePath(0), folder / "linked");
   EXPECT_THAT(keepTo(2), Contains(HasSubstr("has another name")));
