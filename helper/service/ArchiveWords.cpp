@@ -18,7 +18,7 @@ std::string sentenceOf(const ArchiveError& error, const std::string& archivePath
 }
 
 bool isLossOf(const std::string& archivePath, const ArchiveError& error) {
-  if (error.fault != ArchiveFault::Damaged && error.fault != ArchiveFault::ReadFailed) return false;
+  if (!isLoss(error)) return false;
   return error.path == archivePath || error.path.starts_with(archivePath + "/");
 }
 

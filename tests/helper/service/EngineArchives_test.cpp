@@ -96,6 +96,11 @@ TEST(ArchiveLoss, IsOfTheArchivesOwnFilesAlone) {
   EXPECT_TRUE(isLossOf(archive, readError("x", archive + "/p1/disk0.pvhd", 0, EIO)));
   EXPECT_FALSE(isLossOf(archive, readError("x", "/dev/sda", 0, EIO))) << "that is the source";
   EXPECT_FALSE(isLossOf(archive, damagedError("x", archive + "2/p1/disk0.pvhd")));
+  for (const int passing : {EACCES, EMFILE, ENOMEM, ESTALE}) {
+    EXPECT_FALSE(isLossOf(archive, readError("x", archive + "/p1/disk0.pvhd", 0, passing)))
+        << passing << " says nothing of the drive";
+  }
+  EXPECT_FALSE(isLossOf(archive, {ArchiveFault::NewerFormat, "x", archive + "/p1/index.json", 0, 0}));
   EXPECT_FALSE(isLossOf(archive, writeError("x", archive + "/p1/disk0.pvhd", 0, ENOSPC)));
   EXPECT_EQ(sentenceOf(damagedError("It is damaged", archive), archive, "Do this."),
             "It is damaged: /b/a.rldbackup. Do this.");
