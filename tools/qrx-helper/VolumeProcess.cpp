@@ -112,6 +112,8 @@ std::string VolumeProcess::awaitWord(Deadline deadline) {
     if (!message) return {};
     if (!message->text.starts_with(kDamage)) return std::move(message->text);
     note(message->text);
+    // There is always something to read where somebody never stops, and a sound reader says no more than that.
+    if (_damage > kMostDamage || std::chrono::steady_clock::now() >= deadline) return {};
   }
 }
 

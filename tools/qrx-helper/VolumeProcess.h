@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/Expected.h"
 #include "helper/archive/PointIndex.h"
@@ -43,6 +44,10 @@ class VolumeProcess {
   static std::optional<VolumeProcess> start(const std::string& imagePath, const StoredPartition& partition,
                                             DamageLog log);
 
+  // Of a process that is there already, with the keeper's end of its channel.
+  VolumeProcess(pid_t pid, FileDescriptor channel, DamageLog log)
+      : _pid(pid), _channel(std::move(channel)), _log(std::move(log)) {}
+
   pid_t pid() const { return _pid; }
   // Blocks until the file system is known; its volume's name, which may be empty and is of any bytes.
   Expected<std::string, Unreadable> awaitLabel(Deadline deadline);
@@ -55,9 +60,8 @@ class VolumeProcess {
   void listen();
 
  private:
-  VolumeProcess(pid_t pid, FileDescriptor channel, DamageLog log)
-      : _pid(pid), _channel(std::move(channel)), _log(std::move(log)) {}
-  // What the process says next; empty when it says nothing.
+  // What the process says next but for damage; empty when that is nothing by the deadline, or when it says more
+  // damage than a sound one would.
   std::string awaitWord(Deadline deadline);
   void note(const std::string& damage);
 
