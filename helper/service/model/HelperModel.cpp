@@ -69,7 +69,7 @@ void HelperModel::start(std::function<void()> ready) {
 }
 
 bool HelperModel::takesCommands() const {
-  return std::holds_alternative<Idle>(_facts.activity) && !_commandWaits;
+  return std::holds_alternative<Idle>(_facts.activity) && !_commandWaits && !_ending;
 }
 
 ResultCode HelperModel::setBackupSource(const std::string& source) {

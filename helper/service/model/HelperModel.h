@@ -98,7 +98,8 @@ class HelperModel {
   // The operation's error was shown to somebody; it goes from the state.
   void errorWasShown();
   // Ends a running operation because the helper ends. What the worker then still hands back is put in the settings,
-  // for the next start to tell; nothing new begins.
+  // for the next start to tell. Nothing new begins: commands are answered "busy" from then on, also a backup that
+  // waits for its look at the folder.
   void stopForExit();
 
  private:

@@ -35,6 +35,8 @@ void HelperModel::backup(Answer answer) {
                          user = settings.archiveUser] { return archives.look(path, user); },
                         [this, disk, answer = std::move(answer)](ArchiveView view) {
                           commandEnds();
+                          // Else the next start would tell of a backup that never ran.
+                          if (_ending) return answer(ResultCode::serviceIsBusy);
                           setArchive(std::move(view));
                           if (std::holds_alternative<NoArchiveFolder>(_facts.archive)) {
                             changed();

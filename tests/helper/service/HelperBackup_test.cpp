@@ -124,6 +124,30 @@ TEST(HelperBackup, OneThatEndsWithTheHelperIsToldAtTheNextStart) {
   EXPECT_THAT(*world.saved.back().lastBackupError, HasSubstr("the backup service ended while it ran"));
 }
 
+TEST(HelperBackup, OneThatHasOnlyLookedAtItsFolderWhenTheHelperEndsNeverBegan) {
+  HelperWorld world;
+  world.startConfigured();
+  const auto saves = world.saved.size();
+  std::optional<ResultCode> code;
+  world.model->backup(world.into(code));
+  world.model->stopForExit();
+  world.settle();
+  EXPECT_EQ(code, ResultCode::serviceIsBusy);
+  EXPECT_TRUE(world.requests.empty());
+  EXPECT_EQ(world.saved.size(), saves) << "the next start has nothing to tell of it";
+  EXPECT_THAT(world.lines, testing::Not(testing::Contains(HasSubstr("Backup begins"))));
+}
+
+TEST(HelperBackup, OneThatIsAskedForWhenTheHelperEndsIsAnsweredBusy) {
+  HelperWorld world;
+  world.startConfigured();
+  world.model->stopForExit();
+  EXPECT_EQ(world.backupCode(), ResultCode::serviceIsBusy);
+  EXPECT_EQ(world.model->mergeArchiveWithParent(1), ResultCode::serviceIsBusy);
+  EXPECT_EQ(world.model->verify(), ResultCode::serviceIsBusy);
+  EXPECT_TRUE(world.requests.empty());
+}
+
 TEST(HelperBackup, OneThatTheHelperStopsWhileItMergesIsGood) {
   HelperWorld world;
   world.startConfigured();

@@ -151,6 +151,7 @@ TEST_F(HelperRestore, OneThatWasStoppedBeforeItMayWriteDoesNot) {
 
 TEST_F(HelperRestore, OneThatEndsWithTheHelperIsToldAtTheNextStartOnlyIfItHasWritten) {
   for (const bool writes : {false, true}) {
+    world.startConfigured();
     world.restoreBody = [&](OperationBoard&, const CancelFlag& cancel) -> OperationOutcome {
       EXPECT_TRUE(!writes || world.mayWrite());
       world.model->stopForExit();
