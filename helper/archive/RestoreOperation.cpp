@@ -58,8 +58,8 @@ class Restore {
       if (step) _total += _volumes.back()->bytesToCopy();
     }
     _total = std::max<std::uint64_t>(_total, 1);
-    if (step && windows().keepsSize()) {
-      _request.say("The Windows volume was not put down in order and keeps its size in a larger partition");
+    if (step && windows().whySizeStays()) {
+      _request.say("The Windows volume keeps its size in a larger partition. " + *windows().whySizeStays());
     }
     if (step && changesTable()) {
       _edit = tableEditFor(_plan, _source, _request.target.sectorSize, _request.takesIdentity);

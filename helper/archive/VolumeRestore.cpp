@@ -53,19 +53,21 @@ ArchiveResult<Done> VolumeRestore::examineVolume() {
     ArchiveResult<ClusterBitmap> used = readUsedClusters(device, *_geometry, _surroundings.cancel);
     if (!used) return used.error();
     ArchiveResult<Done> step = _layout.addClusters(_move.source.start, _geometry->clusterSize, std::move(*used));
-    if (step && _isResized) step = checkLeastSize(device);
+    if (!step || !_isResized) return step;
+    step = checkLeastSize(device);
     if (step || step.error().fault != ArchiveFault::Refused || _move.place.size() < _move.source.size())
       return step;
-    // It fits as it is. Windows can make it larger once it has put it in order.
+    // It fits as it is. Windows can make it larger once what is in the way is mended.
     _isResized = false;
-    _keepsSize = true;
+    _whySizeStays = step.error().message;
     return Done{};
   });
 }
 
 ArchiveResult<Done> VolumeRestore::checkLeastSize(const std::string& device) {
   const ArchiveResult<std::uint64_t> least = leastVolumeSize(device, _surroundings.cancel);
-  if (!least && least.error().fault == ArchiveFault::Refused) {
+  const bool isToShrink = _move.place.size() < _move.source.size();
+  if (!least && least.error().fault == ArchiveFault::Refused && isToShrink) {
     ArchiveError error = least.error();
     error.message += "; it needs " + megabytesText(_move.source.size());
     return error;

@@ -31,8 +31,8 @@ class VolumeRestore {
   // After `examine`.
   std::uint64_t bytesToCopy() const { return zpk::bytesToCopy(_layout, copiedRange()); }
   bool isResized() const { return _isResized; }
-  // Its place is larger, but the tools do not touch the volume as it is (`examine`).
-  bool keepsSize() const { return _keepsSize; }
+  // Its place is larger, but the tools do not touch the volume as it is (`examine`): what they say against it.
+  const std::optional<std::string>& whySizeStays() const { return _whySizeStays; }
   std::uint64_t newSize() const { return _move.place.size(); }
 
   ArchiveResult<Done> clearPlace() const { return _view.clearPlace(); }
@@ -63,7 +63,7 @@ class VolumeRestore {
   DiskLayout _layout;
   std::optional<NtfsGeometry> _geometry;  // Of a volume that is copied by its used clusters.
   bool _isResized = false;
-  bool _keepsSize = false;
+  std::optional<std::string> _whySizeStays;
 };
 
 }  // namespace zpk
