@@ -15,7 +15,9 @@ BusCalls::Id BusCalls::send(BusMessageHandle message, std::chrono::microseconds 
   if (message && sd_bus_call_async(_bus, &slot, message.get(), onReply, &call, longest) >= 0) {
     call.slot.reset(slot);
   } else {
-    _loop.async([this, id] { end(id, nullptr); });
+    _loop.async([self = std::weak_ptr(_self), id] {
+      if (const auto calls = self.lock()) (*calls)->end(id, nullptr);
+    });
   }
   return id;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 
 #include "base/DispatchQueue.h"
 #include "platform/linux/wire/BusHandles.h"
@@ -45,6 +46,8 @@ class BusCalls {
   DispatchQueue& _loop;
   std::map<Id, Call> _calls;
   Id _lastId = 0;
+  // Ends with the calls, for what the loop still has queued then.
+  const std::shared_ptr<BusCalls*> _self = std::make_shared<BusCalls*>(this);
 };
 
 }  // namespace zpk
