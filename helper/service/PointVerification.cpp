@@ -41,6 +41,11 @@ std::string rangeText(const PointDamage& damage) {
          " of the disk";
 }
 
+// When a point was made; its index, which is damaged, would tell where there is no time.
+std::string dateText(std::int64_t time) {
+  return time == 0 ? "an unknown date" : momentText(time);
+}
+
 class Verification {
  public:
   Verification(Archive& archive, std::string whyNotNoted, OperationBoard& board, const CancelFlag& cancel)
@@ -139,14 +144,14 @@ class Verification {
   }
 
   void tell(const PointVerdict& verdict) {
-    const std::string name = "The backup point of " + momentText(verdict.pointTime);
+    const std::string name = "The backup point of " + dateText(verdict.pointTime);
     if (verdict.isSound()) {
       _board.line(name + " is sound: " + byteSizeString(verdict.bytes) + " were read");
     } else {
       tellDamage(name, verdict);
     }
     if (verdict.damagedBase) {
-      _board.line("It takes content from the backup point of " + momentText(*verdict.damagedBase) +
+      _board.line("It takes content from the backup point of " + dateText(*verdict.damagedBase) +
                   ", which is damaged");
     }
     if (!verdict.unnoted.empty() && _whyNotNoted.empty())

@@ -224,6 +224,8 @@ TEST_F(Verifications, TellWhichPointsBuildOnOneWhoseIndexIsDamaged) {
   ASSERT_EQ(report.points.size(), 4U);
   EXPECT_FALSE(report.points[0].damagedBase || report.points[1].damagedBase);
   EXPECT_TRUE(report.points[2].damagedBase && report.points[3].damagedBase);
+  EXPECT_THAT(lines, Contains(HasSubstr("The backup point of an unknown date is damaged")).Times(1));
+  EXPECT_THAT(lines, Contains(HasSubstr("from the backup point of an unknown date")).Times(2));
 }
 
 TEST_F(Verifications, PromiseThatNothingIsBuiltOnDamageThatIsNoted) {
