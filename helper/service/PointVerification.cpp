@@ -41,9 +41,9 @@ std::string rangeText(const PointDamage& damage) {
          " of the disk";
 }
 
-// When a point was made; its index, which is damaged, would tell where there is no time.
-std::string dateText(std::int64_t time) {
-  return time == 0 ? "an unknown date" : momentText(time);
+// When a point was made.
+std::string dateText(const std::optional<std::int64_t>& time) {
+  return time ? momentText(*time) : "an unknown date";
 }
 
 class Verification {
@@ -118,9 +118,9 @@ class Verification {
   }
 
   // The damaged point that this one takes content from; points come after those that they build on.
-  std::optional<std::int64_t> baseOf(std::size_t place, const ArchiveResult<PointIndex>& index,
-                                     const PointVerdict& verdict) {
-    std::optional<std::int64_t> base;
+  std::optional<std::uint64_t> baseOf(std::size_t place, const ArchiveResult<PointIndex>& index,
+                                      const PointVerdict& verdict) {
+    std::optional<std::uint64_t> base;
     if (index && !index->parent.empty()) {
       const auto found = _damagedBases.find(shortIdOf(index->parent));
       if (found != _damagedBases.end()) base = found->second;
@@ -128,7 +128,7 @@ class Verification {
     // A point whose index is damaged has its id in its folder's name alone.
     const std::string id = shortIdIn(_archive.index().points[place]);
     if (!verdict.isSound()) {
-      _damagedBases[id] = verdict.pointTime;
+      _damagedBases[id] = verdict.index;
     } else if (base) {
       _damagedBases[id] = *base;
     }
@@ -151,7 +151,7 @@ class Verification {
       tellDamage(name, verdict);
     }
     if (verdict.damagedBase) {
-      _board.line("It takes content from the backup point of " + dateText(*verdict.damagedBase) +
+      _board.line("It takes content from backup point " + std::to_string(*verdict.damagedBase + 1) +
                   ", which is damaged");
     }
     if (!verdict.unnoted.empty() && _whyNotNoted.empty())
@@ -202,9 +202,9 @@ class Verification {
   std::size_t _stretches = 0;
   std::size_t _damaged = 0;
   bool _isSomeUnnoted = false;  // Of the damaged ones.
-  // By the first digits of the id of a point that cannot be relied on: when the damaged one that it builds on was
-  // made, or it itself.
-  std::map<std::string, std::int64_t> _damagedBases;
+  // By the first digits of the id of a point that cannot be relied on: the index of the damaged one that it builds
+  // on, or its own.
+  std::map<std::string, std::uint64_t> _damagedBases;
 };
 
 }  // namespace

@@ -36,14 +36,14 @@ Value listOf(const std::vector<T>& things) {
 Value wordsOf(const PointVerdict& verdict) {
   Dictionary words;
   words.set("index", Value(verdict.index));
-  words.set("date", Value(dateOf(verdict.pointTime)));
+  if (verdict.pointTime) words.set("date", Value(dateOf(*verdict.pointTime)));
   words.set("checked", Value(dateOf(verdict.time)));
   words.set("bytes", Value(verdict.bytes));
   if (!verdict.error.empty()) words.set("error", Value(verdict.error));
   words.set("damage", listOf(verdict.damage));
   words.set("moreDamage", Value(verdict.moreDamage));
   if (!verdict.unnoted.empty()) words.set("unnoted", Value(verdict.unnoted));
-  if (verdict.damagedBase) words.set("damagedBase", Value(dateOf(*verdict.damagedBase)));
+  if (verdict.damagedBase) words.set("damagedBase", Value(*verdict.damagedBase));
   words.set("unreadableSectors", Value(verdict.unreadableSectors));
   words.set("unreadable", listOf(verdict.unreadable));
   words.set("moreUnreadable", Value(verdict.moreUnreadable));

@@ -196,7 +196,7 @@ def checked(world):
     damaged = [point for point in points if point["damage"]]
     expect(len(damaged) == 1 and damaged[0]["damage"][0]["file"] == str(image), f"one point: {points}")
     builders = [point for point in points if point["index"] > damaged[0]["index"]]
-    expect(builders and all(point["damagedBase"] == damaged[0]["date"] and not point["sound"] for point in builders),
+    expect(builders and all(point["damagedBase"] == damaged[0]["index"] and not point["sound"] for point in builders),
            f"those that take content from it: {builders}")
     places = [place for place, point in enumerate(world.points()) if not point["lastCheck"]["sound"]]
     expect(places == [damaged[0]["index"]], f"the list tells which is damaged: {places}")

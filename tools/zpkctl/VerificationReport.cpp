@@ -33,7 +33,7 @@ bool holdsWhatItShould(const Dictionary& point) {
 }
 
 bool isPointSound(const Dictionary& point) {
-  return holdsWhatItShould(point) && !point["damagedBase"].date();
+  return holdsWhatItShould(point) && !point["damagedBase"].isNumber();
 }
 
 // "bytes 65536 to 131071"
@@ -73,8 +73,10 @@ std::string lackInWords(const Dictionary& point) {
 }
 
 std::string baseInWords(const Dictionary& point) {
-  const auto base = dateAt(point, "damagedBase");
-  return base ? "\n   takes content from the damaged backup point of " + dateInWords(base) : std::string();
+  const Value& base = point["damagedBase"];
+  if (!base.isNumber()) return {};
+  return "\n   takes content from backup point " + std::to_string(base.unsignedIntegerValue() + 1) +
+         ", which is damaged";
 }
 
 std::string noteInWords(const Dictionary& point) {
@@ -112,8 +114,8 @@ ordered_json pointAsJson(const Dictionary& point) {
   row["error"] = point["error"].text() ? ordered_json(*point["error"].text()) : ordered_json();
   row["damage"] = rangesAsJson(listAt(point, "damage"), "file");
   row["moreDamage"] = point["moreDamage"].unsignedIntegerValue();
-  const auto base = dateForPrograms(dateAt(point, "damagedBase"));
-  row["damagedBase"] = base ? ordered_json(*base) : ordered_json();
+  const Value& base = point["damagedBase"];
+  row["damagedBase"] = base.isNumber() ? ordered_json(base.unsignedIntegerValue()) : ordered_json();
   row["unnoted"] = point["unnoted"].text() ? ordered_json(*point["unnoted"].text()) : ordered_json();
   row["unreadableSectors"] = point["unreadableSectors"].unsignedIntegerValue();
   row["unreadable"] = rangesAsJson(listAt(point, "unreadable"), "disk");

@@ -106,16 +106,16 @@ struct UnreadableStretch {
 // What a check of one point found.
 struct PointVerdict {
   std::uint64_t index = 0;
-  std::int64_t pointTime = 0;  // When it was made, and when it was checked: seconds since 1970.
-  std::int64_t time = 0;
-  std::uint64_t bytes = 0;  // That were read.
-  std::string error;        // What kept it from being read; empty when nothing did.
+  std::optional<std::int64_t> pointTime;  // When it was made, seconds since 1970; none when its index is lost.
+  std::int64_t time = 0;                  // When it was checked.
+  std::uint64_t bytes = 0;                // That were read.
+  std::string error;                      // What kept it from being read; empty when nothing did.
   std::vector<PointDamage> damage;
   std::uint64_t moreDamage = 0;  // Ranges that are not in the list.
   std::string unnoted;           // Why the archive does not say so; empty when it does.
-  // When the damaged point was made that this one takes content from, so that it is not whole although what it
+  // The index of the damaged point that this one takes content from, so that it is not whole although what it
   // holds itself may be sound.
-  std::optional<std::int64_t> damagedBase;
+  std::optional<std::uint64_t> damagedBase;
   // No damage: it is the point as it was made.
   std::uint64_t unreadableSectors = 0;
   std::vector<UnreadableStretch> unreadable;
