@@ -168,6 +168,21 @@ ArchiveResult<PointCheck> checkOwnImages(const Archive& archive, std::size_t poi
   return check;
 }
 
+namespace {
+
+// Whether the point that this one builds on is none any more, as after a merge that was given up. What the images
+// of that one hold is in nobody's check.
+bool isParentGone(const Archive& archive, const PointIndex& index) {
+  if (index.parent.empty()) return false;
+  for (std::size_t i = 0; i < archive.index().points.size(); ++i) {
+    const ArchiveResult<PointIndex> point = archive.readPoint(i);
+    if (point && point->id == index.parent) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, const CheckProgress& progress,
                         const CancelFlag& cancel) {
   NotedCheck result{checkOwnImages(archive, point, progress, cancel), std::nullopt};
@@ -180,7 +195,8 @@ NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, 
     if (check) result.whyNotNoted = index.error();
     return result;
   }
-  index->check = LastCheck{time, !check || !check->damaged.empty()};
+  const bool staysDamaged = index->check && index->check->isDamaged && isParentGone(archive, *index);
+  index->check = LastCheck{time, staysDamaged || !check || !check->damaged.empty()};
   const ArchiveResult<Done> saved = archive.savePoint(point, *index);
   if (!saved) result.whyNotNoted = saved.error();
   return result;

@@ -44,7 +44,8 @@ struct NotedCheck {
 };
 
 // The same, with the result noted in the point's index: when it was, and whether it found damage, so that nothing
-// is built on a damaged point. The archive is open for writing.
+// is built on a damaged point. A check that finds none takes the note back, but not that of a merge that was given
+// up: the parent's images, which the point goes on building on, are not read. The archive is open for writing.
 NotedCheck checkAndNote(Archive& archive, std::size_t point, std::int64_t time, const CheckProgress& progress,
                         const CancelFlag& cancel);
 

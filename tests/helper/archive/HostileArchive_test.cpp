@@ -7,6 +7,7 @@
 
 #include "helper/archive/ImageMerge.h"
 #include "helper/archive/MergeOperation.h"
+#include "helper/archive/PointCheck.h"
 #include "helper/archive/Qcow2Format.h"
 #include "helper/archive/SmallArchive.h"
 
@@ -162,6 +163,27 @@ TEST_F(MergeWithoutEnd, EndsWithinTheChildsDamageAndEverythingWholeStaysReadable
   EXPECT_TRUE(archive.readPoint(0)->check->isDamaged);
   expectReads(archive, 0, 1, 0);
   expectReads(archive, 1, 2, 0);
+}
+
+// What the point holds itself is whole; what it builds on is no point that could be checked.
+TEST_F(MergeWithoutEnd, LeavesAMarkThatNoLaterCheckTakesBack) {
+  const auto image = open(1, "disk1.pvhd", true);
+  ByteBuffer header(512);
+  ByteBuffer entry(8);
+  ASSERT_TRUE(readAt(image, 0, header).hasValue());
+  const auto l1 = bigEndianAt<std::uint64_t>(header, 40);
+  ASSERT_TRUE(readAt(image, l1, entry).hasValue());
+  ASSERT_TRUE(writeAt(image, l1, ByteBuffer(8, std::byte{0x7F})).hasValue());
+  Archive archive = expectGivenUp();
+  ASSERT_TRUE(writeAt(image, l1, entry).hasValue());
+  for (const std::size_t point : {0U, 1U}) {
+    const NotedCheck noted = checkAndNote(
+        archive, point, 5, [](std::uint64_t) {}, never);
+    ASSERT_TRUE(noted.check.hasValue()) << noted.check.error().text();
+    EXPECT_TRUE(noted.check->damaged.empty());
+  }
+  EXPECT_EQ(archive.readPoint(0)->check, (LastCheck{5, true}));
+  EXPECT_EQ(archive.readPoint(1)->check, (LastCheck{5, false}));
 }
 
 TEST_F(MergeWithoutEnd, EndsWhenTheChildsIndexIsDamaged) {
