@@ -113,7 +113,7 @@ class Run {
     }
     const std::optional<std::string> remark = remarkOn(point->index);
     if (_order.pointExists) _order.pointExists(remark);
-    if (std::optional<OperationFailed> damage = readBack(*archive, point->storedBytes)) return *damage;
+    if (std::optional<OperationFailed> damage = readBack(*archive)) return *damage;
     _board.line("Backup point " + std::to_string(archive->index().points.size()) + " is complete: " + _account);
     if (remark) {
       for (const std::string& line : unreadableLines(point->index)) _board.line(line);
@@ -157,11 +157,12 @@ class Run {
   }
 
   // What was written is read again, so that a drive that loses it is not found out about by a restore.
-  std::optional<OperationFailed> readBack(Archive& archive, std::uint64_t bytes) {
+  std::optional<OperationFailed> readBack(Archive& archive) {
     _board.line("Reading back what was written");
     const std::size_t newest = archive.index().points.size() - 1;
-    const auto progress = [&](std::uint64_t done) { _board.setProgress(done, bytes); };
-    const NotedCheck noted = checkAndNote(archive, newest, _time, progress, _cancel);
+    // The share that is shown is that of the backup, and never goes back; the log tells what the rest is about.
+    const NotedCheck noted = checkAndNote(
+        archive, newest, _time, [](std::uint64_t) {}, _cancel);
     const ArchiveResult<PointCheck>& check = noted.check;
     if (noted.whyNotNoted) _board.line("What the check found could not be noted: " + noted.whyNotNoted->text());
     if (!check && isFault(check.error(), ArchiveFault::Cancelled)) {

@@ -168,7 +168,8 @@ class LimitKeeper {
   // False when there is no use in going on.
   bool merge(const Pair& pair) {
     const std::string folder = _archive.index().points[pair.child];
-    const auto progress = [&](std::uint64_t done, std::uint64_t total) { _board.setProgress(done, total); };
+    // The share that is shown is that of the backup before it.
+    const auto progress = [](std::uint64_t, std::uint64_t) {};
     tellOfLabel(pair.parentIndex, pair.childIndex, _board);
     const ArchiveResult<Done> merged = mergeIntoParent(_archive, pair.child, progress, _cancel);
     if (merged) return true;
